@@ -1,0 +1,221 @@
+#include "optics/View.h"
+
+#include "optics/FisheyePicture.h"
+
+namespace optics {
+namespace {
+
+constexpr double CONST_BORDER_TOLERANCE = 1e-9;
+constexpr double CONST_ZOOM_MIN = 500.0;
+constexpr double CONST_ZOOM_MAX = 10000.0;
+
+/// An angle within -540..540 degrees, brought into -180..180.
+double WrapDeg(double dDeg)
+{
+    if (dDeg > 180.0)
+        return dDeg - 360.0;
+    return dDeg < -180.0 ? dDeg + 360.0 : dDeg;
+}
+
+/// A fraction that lies in 0..1 each way but for a rounding error, without that error.
+std::optional<Point> Inside(const Point& stFraction)
+{
+    const double dLow = -CONST_BORDER_TOLERANCE;
+    const double dHigh = 1.0 + CONST_BORDER_TOLERANCE;
+    if (!(stFraction.x >= dLow && stFraction.x <= dHigh && stFraction.y >= dLow &&
+          stFraction.y <= dHigh))
+        return std::nullopt;
+    return Point{std::clamp(stFraction.x, 0.0, 1.0), std::clamp(stFraction.y, 0.0, 1.0)};
+}
+
+/// std::hypot guards against overflow, which directions do not need, and takes several times
+/// longer.
+double Hypotenuse(double a, double b)
+{
+    return std::sqrt(a * a + b * b);
+}
+
+double FiniteOr(double dValue, double dDefault)
+{
+    return std::isfinite(dValue) ? dValue : dDefault;
+}
+
+/// Longitude and latitude about the picture's vertical axis, in radians.
+Vec3 LatDirection(double dLongitude, double dLatitude)
+{
+    const double dCos = std::cos(dLatitude);
+    return {dCos * std::sin(dLongitude), -std::sin(dLatitude), dCos * std::cos(dLongitude)};
+}
+
+Point LatFraction(const Vec3& stDirection)
+{
+    const double dLongitude = std::atan2(stDirection.x, stDirection.z);
+    const double dLatitude = std::atan2(-stDirection.y, Hypotenuse(stDirection.x, stDirection.z));
+    return {0.5 + dLongitude / PI, 0.5 - dLatitude / PI};
+}
+
+}  // namespace
+
+Mount MountOf(int iInstallationType)
+{
+    switch (iInstallationType) {
+    case 1:
+        return Mount::Wall;
+    case 2:
+        return Mount::Floor;
+    default:
+        return Mount::Ceiling;
+    }
+}
+
+Vec3 WorldUp(Mount eMount)
+{
+    switch (eMount) {
+    case Mount::Wall:
+        return {0.0, -1.0, 0.0};
+    case Mount::Floor:
+        return {0.0, 0.0, 1.0};
+    default:
+        return {0.0, 0.0, -1.0};
+    }
+}
+
+Vec3 RightOf(const Vec3& stForward, Mount eMount)
+{
+    const Vec3 stRight = Cross(stForward, WorldUp(eMount));
+    const double dLength = Length(stRight);
+    if (dLength > 0.0)
+        return stRight * (1.0 / dLength);
+    return eMount == Mount::Ceiling ? Vec3{-1.0, 0.0, 0.0} : Vec3{1.0, 0.0, 0.0};
+}
+
+View::View(const ViewParameters& stParameters) : m_stParameters(stParameters)
+{
+    ViewParameters& st = m_stParameters;
+    st.dAngleDeg = std::remainder(FiniteOr(st.dAngleDeg, 0.0), 360.0);
+    st.stCentre = NearestInCircle(st.stCentre);
+    st.dZoom = std::clamp(FiniteOr(st.dZoom, CONST_ZOOM_MAX), CONST_ZOOM_MIN, CONST_ZOOM_MAX);
+    st.iWidth = std::max(st.iWidth, 1);
+    st.iHeight = std::max(st.iHeight, 1);
+    if (st.eKind == ViewKind::PanTiltZoom)
+        AimPanTiltZoom();
+}
+
+void View::AimPanTiltZoom()
+{
+    m_stForward = FisheyeDirection(m_stParameters.stCentre);
+    m_stRight = RightOf(m_stForward, m_stParameters.eMount);
+    m_stUp = Cross(m_stRight, m_stForward);
+    // tan 45 degrees = 1: at the widest zoom the shorter side is 90 degrees across.
+    const double dExtent = m_stParameters.dZoom / CONST_ZOOM_MAX;
+    const double dShorter = std::min(m_stParameters.iWidth, m_stParameters.iHeight);
+    m_dHalfWidth = dExtent * m_stParameters.iWidth / dShorter;
+    m_dHalfHeight = dExtent * m_stParameters.iHeight / dShorter;
+}
+
+bool View::IsCylinder() const
+{
+    return m_stParameters.eKind == ViewKind::Half && m_stParameters.eMount == Mount::Wall;
+}
+
+std::optional<Vec3> View::Direction(const Point& stFraction) const
+{
+    if (!std::isfinite(stFraction.x) || !std::isfinite(stFraction.y))
+        return std::nullopt;
+    switch (m_stParameters.eKind) {
+    case ViewKind::PanTiltZoom:
+        return Perspective(stFraction);
+    case ViewKind::Half:
+    case ViewKind::Panorama:
+        return IsCylinder() ? Cylinder(stFraction) : RoundTheAxis(stFraction);
+    case ViewKind::Lat:
+        return LatDirection(PI * (stFraction.x - 0.5), PI * (0.5 - stFraction.y));
+    case ViewKind::Fisheye:
+        break;
+    }
+    if (!InCircle(stFraction))
+        return std::nullopt;
+    return FisheyeDirection(stFraction);
+}
+
+std::optional<Point> View::Fraction(const Vec3& stDirection) const
+{
+    const Point stFraction = FractionUnbounded(stDirection);
+    if (m_stParameters.eKind == ViewKind::Fisheye && !InCircle(stFraction))
+        return std::nullopt;
+    return Inside(stFraction);
+}
+
+Point View::FractionUnbounded(const Vec3& stDirection) const
+{
+    switch (m_stParameters.eKind) {
+    case ViewKind::PanTiltZoom:
+        return FractionInPerspective(stDirection);
+    case ViewKind::Half:
+    case ViewKind::Panorama:
+        return IsCylinder() ? FractionOnCylinder(stDirection) : FractionRoundTheAxis(stDirection);
+    case ViewKind::Lat:
+        return LatFraction(stDirection);
+    case ViewKind::Fisheye:
+        break;
+    }
+    return FisheyeFraction(stDirection);
+}
+
+// Bearing across, angle off the axis downwards or upwards. Seen from the ceiling, turning right
+// lowers the bearing; from the floor it raises it.
+Vec3 View::RoundTheAxis(const Point& stFraction) const
+{
+    const double dHalfSpan = m_stParameters.eKind == ViewKind::Panorama ? 180.0 : 90.0;
+    const double dFromLeft = dHalfSpan * (1.0 - 2.0 * stFraction.x) + m_stParameters.dAngleDeg;
+    const bool blFloor = m_stParameters.eMount == Mount::Floor;
+    const double dBearingDeg = blFloor ? -dFromLeft : dFromLeft;
+    const double dThetaDeg = 90.0 * (blFloor ? stFraction.y : 1.0 - stFraction.y);
+    return DirectionOf(RadFromDeg(dBearingDeg), RadFromDeg(dThetaDeg));
+}
+
+Point View::FractionRoundTheAxis(const Vec3& stDirection) const
+{
+    const double dHalfSpan = m_stParameters.eKind == ViewKind::Panorama ? 180.0 : 90.0;
+    const bool blFloor = m_stParameters.eMount == Mount::Floor;
+    const double dBearingDeg = DegFromRad(Bearing(stDirection));
+    const double dFromLeft =
+        WrapDeg((blFloor ? -dBearingDeg : dBearingDeg) - m_stParameters.dAngleDeg);
+    const double dTheta = DegFromRad(AngleOffAxis(stDirection)) / 90.0;
+    const bool blOnAxis = stDirection.x == 0.0 && stDirection.y == 0.0;  // no bearing: any x
+    const double dX = blOnAxis ? 0.5 : 0.5 * (1.0 - dFromLeft / dHalfSpan);
+    return {dX, blFloor ? dTheta : 1.0 - dTheta};
+}
+
+// A cylinder about the vertical: verticals stay straight, which is how a wall camera is watched.
+Vec3 View::Cylinder(const Point& stFraction) const
+{
+    const double dAzimuth = RadFromDeg(180.0 * (stFraction.x - 0.5) - m_stParameters.dAngleDeg);
+    return Normalised({std::sin(dAzimuth), 2.0 * stFraction.y - 1.0, std::cos(dAzimuth)});
+}
+
+Point View::FractionOnCylinder(const Vec3& stDirection) const
+{
+    const double dAzimuth = DegFromRad(std::atan2(stDirection.x, stDirection.z));
+    const double dTan = -stDirection.y / Hypotenuse(stDirection.x, stDirection.z);
+    return {0.5 + WrapDeg(dAzimuth + m_stParameters.dAngleDeg) / 180.0, 0.5 * (1.0 - dTan)};
+}
+
+Vec3 View::Perspective(const Point& stFraction) const
+{
+    const double dRight = (2.0 * stFraction.x - 1.0) * m_dHalfWidth;
+    const double dUp = (1.0 - 2.0 * stFraction.y) * m_dHalfHeight;
+    return Normalised(m_stForward + m_stRight * dRight + m_stUp * dUp);
+}
+
+Point View::FractionInPerspective(const Vec3& stDirection) const
+{
+    const double dAhead = Dot(stDirection, m_stForward);
+    if (!(dAhead > 0.0))
+        return {std::nan(""), std::nan("")};
+    const double dRight = Dot(stDirection, m_stRight) / dAhead;
+    const double dUp = Dot(stDirection, m_stUp) / dAhead;
+    return {0.5 * (1.0 + dRight / m_dHalfWidth), 0.5 * (1.0 - dUp / m_dHalfHeight)};
+}
+
+}  // namespace optics
