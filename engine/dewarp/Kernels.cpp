@@ -1,0 +1,673 @@
+// The kernels for vector instruction sets. This file is compiled once for each of them.
+
+#include <algorithm>
+#include <cstring>
+
+// Targets without the byte operations below are served by the reference.
+#define HWY_DISABLED_TARGETS (HWY_SSSE3 | HWY_AVX3_DL)
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "engine/dewarp/Kernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "engine/dewarp/Kernels.h"
+
+#define DEWARP_X86 (HWY_TARGET == HWY_SSE4 || HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3)
+#define DEWARP_NEON (HWY_TARGET == HWY_NEON && HWY_ARCH_ARM_A64)
+
+#if DEWARP_X86 || DEWARP_NEON
+
+HWY_BEFORE_NAMESPACE();
+namespace dewarp {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using D32 = hn::ScalableTag<std::int32_t>;
+using D16 = hn::Repartition<std::int16_t, D32>;
+using D8 = hn::Repartition<std::uint8_t, D32>;
+using DU16 = hn::Repartition<std::uint16_t, D32>;
+using DU32 = hn::Repartition<std::uint32_t, D32>;
+using V32 = hn::Vec<D32>;
+using V16 = hn::Vec<D16>;
+using V8 = hn::Vec<D8>;
+
+constexpr int kLanes = static_cast<int>(hn::MaxLanes(D32()));
+
+// --- operations that the library has not, or not for whole blocks ---
+
+/// Sums of neighbouring products.
+HWY_INLINE V32 PairwiseProducts(V16 a, V16 b)
+{
+#if HWY_TARGET == HWY_AVX3
+    return V32{_mm512_madd_epi16(a.raw, b.raw)};
+#elif HWY_TARGET == HWY_AVX2
+    return V32{_mm256_madd_epi16(a.raw, b.raw)};
+#elif HWY_TARGET == HWY_SSE4
+    return V32{_mm_madd_epi16(a.raw, b.raw)};
+#else
+    return V32{vpaddq_s32(vmull_s16(vget_low_s16(a.raw), vget_low_s16(b.raw)),
+                          vmull_s16(vget_high_s16(a.raw), vget_high_s16(b.raw)))};
+#endif
+}
+
+/// Sums of neighbouring products of weights, at most 255 together, and samples whose sign bit has
+/// been flipped.
+HWY_INLINE V16 PairwiseWeighted(V8 weights, V8 samples)
+{
+#if HWY_TARGET == HWY_AVX3
+    return V16{_mm512_maddubs_epi16(weights.raw, samples.raw)};
+#elif HWY_TARGET == HWY_AVX2
+    return V16{_mm256_maddubs_epi16(weights.raw, samples.raw)};
+#elif HWY_TARGET == HWY_SSE4
+    return V16{_mm_maddubs_epi16(weights.raw, samples.raw)};
+#else
+    const D16 d;
+    const V16 w = hn::BitCast(d, weights);
+    const V16 s = hn::BitCast(d, samples);
+    const V16 even = hn::Mul(hn::And(w, hn::Set(d, 0xFF)), hn::ShiftRight<8>(hn::ShiftLeft<8>(s)));
+    return hn::Add(even, hn::Mul(hn::ShiftRight<8>(w), hn::ShiftRight<8>(s)));
+#endif
+}
+
+// --- loads from scattered places ---
+
+HWY_INLINE int Word(const std::uint8_t* from)
+{
+    int word;
+    std::memcpy(&word, from, 4);
+    return word;
+}
+
+HWY_INLINE int HalfWord(const std::uint8_t* from)
+{
+    std::uint16_t word;
+    std::memcpy(&word, from, 2);
+    return word;
+}
+
+#if DEWARP_X86
+HWY_INLINE __m128i FourWords(const std::uint8_t* base, const std::uint32_t* at)
+{
+    __m128i words = _mm_cvtsi32_si128(Word(base + at[0]));
+    words = _mm_insert_epi32(words, Word(base + at[1]), 1);
+    words = _mm_insert_epi32(words, Word(base + at[2]), 2);
+    return _mm_insert_epi32(words, Word(base + at[3]), 3);
+}
+
+HWY_INLINE __m128i FourTwoRows(const std::uint8_t* base, const std::uint8_t* below,
+                               const std::uint32_t* at)
+{
+    __m128i words = _mm_cvtsi32_si128(HalfWord(base + at[0]));
+    words = _mm_insert_epi16(words, HalfWord(below + at[0]), 1);
+    words = _mm_insert_epi16(words, HalfWord(base + at[1]), 2);
+    words = _mm_insert_epi16(words, HalfWord(below + at[1]), 3);
+    words = _mm_insert_epi16(words, HalfWord(base + at[2]), 4);
+    words = _mm_insert_epi16(words, HalfWord(below + at[2]), 5);
+    words = _mm_insert_epi16(words, HalfWord(base + at[3]), 6);
+    return _mm_insert_epi16(words, HalfWord(below + at[3]), 7);
+}
+
+/// One vector of quarters, quarter(i) being lanes 4i .. 4i + 3.
+template <class Quarter>
+HWY_INLINE V32 OfQuarters(Quarter quarter)
+{
+#if HWY_TARGET == HWY_AVX3
+    const __m256i low = _mm256_inserti128_si256(_mm256_castsi128_si256(quarter(0)), quarter(1), 1);
+    const __m256i high = _mm256_inserti128_si256(_mm256_castsi128_si256(quarter(2)), quarter(3), 1);
+    return V32{_mm512_inserti64x4(_mm512_castsi256_si512(low), high, 1)};
+#elif HWY_TARGET == HWY_AVX2
+    return V32{_mm256_inserti128_si256(_mm256_castsi128_si256(quarter(0)), quarter(1), 1)};
+#else
+    return V32{quarter(0)};
+#endif
+}
+#endif
+
+/// 32 bits from each of base + offsets.
+template <bool Gather>
+HWY_INLINE V32 LoadWords(const std::uint8_t* base, const std::uint32_t* at)
+{
+#if HWY_TARGET == HWY_AVX3
+    if constexpr (Gather)
+        return V32{_mm512_i32gather_epi32(hn::Load(DU32(), at).raw, base, 1)};
+#elif HWY_TARGET == HWY_AVX2
+    if constexpr (Gather)
+        return V32{_mm256_i32gather_epi32(reinterpret_cast<const int*>(base),
+                                          hn::Load(DU32(), at).raw, 1)};
+#endif
+#if DEWARP_X86
+    return OfQuarters([&](int i) HWY_ATTR { return FourWords(base, at + 4 * i); });
+#else
+    alignas(64) std::int32_t words[kLanes];
+    for (int i = 0; i < kLanes; ++i)
+        words[i] = Word(base + at[i]);
+    return hn::Load(D32(), words);
+#endif
+}
+
+/// 16 bits from base + offsets in the low halves, and from a row further down in the high ones.
+/// Reads two bytes more of each row if Gather.
+template <bool Gather>
+HWY_INLINE V32 LoadTwoRows(const std::uint8_t* base, int line, const std::uint32_t* at)
+{
+    if constexpr (Gather) {
+        const D32 d;
+        const D16 d16;
+        const V32 above = LoadWords<true>(base, at);
+        const V32 below = hn::ShiftLeft<16>(LoadWords<true>(base + line, at));
+        return hn::BitCast(d, hn::OddEven(hn::BitCast(d16, below), hn::BitCast(d16, above)));
+    } else {
+#if DEWARP_X86
+        return OfQuarters([&](int i)
+                              HWY_ATTR { return FourTwoRows(base, base + line, at + 4 * i); });
+#else
+        alignas(64) std::int32_t words[kLanes];
+        for (int i = 0; i < kLanes; ++i)
+            words[i] = HalfWord(base + at[i]) | HalfWord(base + line + at[i]) << 16;
+        return hn::Load(D32(), words);
+#endif
+    }
+}
+
+// --- sampling ---
+
+HWY_INLINE V8 FlipSigns(V8 bytes)
+{
+    return hn::Xor(bytes, hn::Set(D8(), 0x80));
+}
+
+/// 32 bits with `low` and `high` in their halves.
+HWY_INLINE V16 Halves(int low, int high)
+{
+    return hn::BitCast(D16(), hn::Set(D32(), static_cast<std::int32_t>(
+                                                 static_cast<std::uint32_t>(high) << 16 |
+                                                 (static_cast<std::uint32_t>(low) & 0xFFFF))));
+}
+
+/// A byte order for every block of 16 bytes; 128 gives zero.
+HWY_INLINE V8 Order(const std::uint8_t (&order)[16])
+{
+    return hn::LoadDup128(D8(), order);
+}
+
+/// What does not change from pixel to pixel of a plane.
+struct Plane
+{
+    const std::uint8_t* bytes;
+    int line;
+    V16 stepX, stepY;  // bytes from sample to sample and from row to row, for the high halves
+    V32 lastX, lastY;  // the last coordinates between two samples, 16.16
+};
+
+HWY_INLINE Plane PlaneOf(const std::uint8_t* bytes, int line, int step, int width, int height)
+{
+    const D32 d;
+    return {bytes,
+            line,
+            Halves(0, step),
+            Halves(0, line),
+            hn::Set(d, ((width - 1) << 16) - 1),
+            hn::Set(d, ((height - 1) << 16) - 1)};
+}
+
+/// Offsets from the plane's first byte, never negative, to memory: single loads take them from
+/// there.
+HWY_INLINE void StoreOffsets(const Plane& plane, V32 x, V32 y, std::uint32_t* out)
+{
+    const D16 d;
+    hn::Store(hn::BitCast(DU32(), hn::Add(PairwiseProducts(hn::BitCast(d, x), plane.stepX),
+                                          PairwiseProducts(hn::BitCast(d, y), plane.stepY))),
+              DU32(), out);
+}
+
+template <bool Clamp>
+HWY_INLINE V32 Clamped(V32 coordinate, V32 last)
+{
+    if constexpr (Clamp)
+        return hn::Min(hn::Max(coordinate, hn::Zero(D32())), last);
+    else
+        return coordinate;
+}
+
+/// (255 - f, f) twice, in bytes; f is the upper byte of the fraction.
+HWY_INLINE V8 InnerWeights(V32 coordinate)
+{
+    alignas(16) static constexpr std::uint8_t order[16] = {1, 1, 1, 1, 5,  5,  5,  5,
+                                                           9, 9, 9, 9, 13, 13, 13, 13};
+    return hn::Xor(hn::TableLookupBytes(hn::BitCast(D8(), coordinate), Order(order)),
+                   hn::BitCast(D8(), hn::Set(D16(), 0x00FF)));
+}
+
+/// (255 - f, f) in 16 bits.
+HWY_INLINE V16 OuterWeights(V32 coordinate)
+{
+    alignas(16) static constexpr std::uint8_t order[16] = {1, 128, 1, 128, 5,  128, 5,  128,
+                                                           9, 128, 9, 128, 13, 128, 13, 128};
+    return hn::Xor(
+        hn::BitCast(D16(), hn::TableLookupBytes(hn::BitCast(D8(), coordinate), Order(order))),
+        Halves(0xFF, 0));
+}
+
+/// (luma - 128) * 255 * 255.
+template <bool Pairs, bool Gather>
+HWY_INLINE V32 LumaAt(const Plane& plane, const std::uint32_t* offsets, V32 x, V32 y)
+{
+    const V32 words = Pairs ? LoadWords<Gather>(plane.bytes, offsets)
+                            : LoadTwoRows<Gather>(plane.bytes, plane.line, offsets);
+    const V8 samples = FlipSigns(hn::BitCast(D8(), words));
+    return PairwiseProducts(PairwiseWeighted(InnerWeights(Pairs ? y : x), samples),
+                            OuterWeights(Pairs ? x : y));
+}
+
+/// ((U - 128) * 255, (V - 128) * 255) in the halves of each lane.
+template <bool Gather>
+HWY_INLINE V16 ChromaAt(const Plane& plane, const std::uint32_t* offsets, V32 x, V32 y)
+{
+    const D8 d8;
+    const DU16 du16;
+    alignas(16) static constexpr std::uint8_t grouped[16] = {0, 2,  1, 3,  4,  6,  5,  7,
+                                                             8, 10, 9, 11, 12, 14, 13, 15};
+    alignas(16) static constexpr std::uint8_t fractions[16] = {0, 1, 0, 1, 4,  5,  4,  5,
+                                                               8, 9, 8, 9, 12, 13, 12, 13};
+    const V8 order = Order(grouped);
+    const V8 above = hn::BitCast(d8, LoadWords<Gather>(plane.bytes, offsets));
+    const V8 below = hn::BitCast(d8, LoadWords<Gather>(plane.bytes + plane.line, offsets));
+    const V8 weights = InnerWeights(x);
+    const V16 upper = PairwiseWeighted(weights, FlipSigns(hn::TableLookupBytes(above, order)));
+    const V16 lower = PairwiseWeighted(weights, FlipSigns(hn::TableLookupBytes(below, order)));
+    const V16 down =
+        hn::BitCast(D16(), hn::ShiftRight<1>(hn::BitCast(
+                               du16, hn::TableLookupBytes(hn::BitCast(d8, y), Order(fractions)))));
+    const V16 up = hn::Xor(down, hn::Set(D16(), 0x7FFF));
+    return hn::Add(hn::MulFixedPoint15(upper, up), hn::MulFixedPoint15(lower, down));
+}
+
+/// The matrix, spread over vectors.
+struct Colours
+{
+    V16 luma, offset, blueRed, green;
+};
+
+HWY_INLINE Colours ColoursOf(const ColourTerms& terms)
+{
+    const D16 d;
+    return {hn::Set(d, terms.luma), hn::Set(d, terms.offset), Halves(terms.blueU, terms.redV),
+            Halves(terms.greenU, terms.greenV)};
+}
+
+/// What chroma adds to each colour, in 1/64 grey levels: (blue, red) and (green, unused) for the
+/// blocks of rows 0 and 1 in the even lanes, of rows 2 and 3 in the odd ones.
+struct Tint
+{
+    V8 blueRed, green;
+};
+
+/// Draws two rows of kLanes pixels. Each 32 bits of the 16 bit vectors hold a pixel of the upper
+/// row and the one below it, so that no operation moves anything from lane to lane.
+template <int Odd>
+HWY_INLINE void StoreTwoRows(const Colours& colours, V32 upper, V32 lower, const Tint& tint,
+                             std::uint8_t* out, std::ptrdiff_t line, bool stream)
+{
+    const D16 d;
+    const D32 d32;
+    constexpr std::uint8_t o = 4 * Odd;
+    alignas(16) static constexpr std::uint8_t lowHalves[16] = {
+        o,     o + 1, o,     o + 1, o,     o + 1, o,     o + 1,
+        o + 8, o + 9, o + 8, o + 9, o + 8, o + 9, o + 8, o + 9};
+    alignas(16) static constexpr std::uint8_t highHalves[16] = {
+        o + 2,  o + 3,  o + 2,  o + 3,  o + 2,  o + 3,  o + 2,  o + 3,
+        o + 10, o + 11, o + 10, o + 11, o + 10, o + 11, o + 10, o + 11};
+    const V16 both = hn::OddEven(hn::BitCast(d, hn::ShiftLeft<7>(lower)),
+                                 hn::BitCast(d, hn::ShiftRight<9>(upper)));
+    const V16 luma = hn::Add(hn::MulFixedPoint15(both, colours.luma), colours.offset);
+    // In 1/128 grey levels, where 255 is the largest number: what is brighter saturates.
+    const auto colour = [&](V8 terms, const std::uint8_t(&order)[16]) HWY_ATTR {
+        const V16 sum =
+            hn::SaturatedAdd(luma, hn::BitCast(d, hn::TableLookupBytes(terms, Order(order))));
+        return hn::Max(hn::SaturatedAdd(sum, sum), hn::Zero(d));
+    };
+    const V16 toByte = hn::Set(d, 512);  // x * 512 >> 16 is x >> 7, but not done by the shuffler
+    const V16 upperByte = hn::Set(d, static_cast<std::int16_t>(0xFF00));
+    const V16 green = colour(tint.green, lowHalves);
+    const V16 blueGreen = hn::Or(hn::MulHigh(colour(tint.blueRed, lowHalves), toByte),
+                                 hn::And(hn::Add(green, green), upperByte));
+    const V16 redAlpha = hn::Or(hn::MulHigh(colour(tint.blueRed, highHalves), toByte), upperByte);
+    const V16 first =
+        hn::OddEven(hn::BitCast(d, hn::ShiftLeft<16>(hn::BitCast(d32, redAlpha))), blueGreen);
+    const V16 second =
+        hn::OddEven(redAlpha, hn::BitCast(d, hn::ShiftRight<16>(hn::BitCast(d32, blueGreen))));
+    const D8 d8;
+    if (stream) {
+        hn::Stream(hn::BitCast(d8, first), d8, out);
+        hn::Stream(hn::BitCast(d8, second), d8, out + line);
+    } else {
+        hn::StoreU(hn::BitCast(d8, first), d8, out);
+        hn::StoreU(hn::BitCast(d8, second), d8, out + line);
+    }
+}
+
+/// A block's coordinate in the chroma plane: the mean of its first and last pixel, halved.
+HWY_INLINE V32 ChromaCoordinate(const V32 (&rows)[4], std::int32_t bias)
+{
+    const D32 d;
+    const V32 even = hn::Add(rows[0], hn::Shuffle2301(rows[1]));
+    const V32 odd = hn::Add(hn::Shuffle2301(rows[2]), rows[3]);
+    return hn::Add(hn::ShiftRight<2>(hn::OddEven(odd, even)), hn::Set(d, bias));
+}
+
+/// Where the samples of a tile begin. All of it is written before any of it is read: what has just
+/// been stored in one vector is slow to load in pieces.
+struct TileOffsets
+{
+    alignas(64) std::uint32_t luma[kTile * kTile];
+    alignas(64) std::uint32_t chroma[kTile * kTile / 4];
+};
+
+/// The coordinates of four rows of kLanes pixels, and of their kLanes blocks in the chroma plane.
+struct Coordinates
+{
+    V32 x[4], y[4], chromaX, chromaY;
+};
+
+template <bool Clamp>
+HWY_INLINE Coordinates CoordinatesAt(const Level& level, const Plane& luma, const Plane& chroma,
+                                     const TileCoordinates& coordinates, int at)
+{
+    const D32 d;
+    Coordinates c;
+    for (int i = 0; i < 4; ++i) {
+        c.x[i] = Clamped<Clamp>(hn::Load(d, coordinates.x + at + i * kTile), luma.lastX);
+        c.y[i] = Clamped<Clamp>(hn::Load(d, coordinates.y + at + i * kTile), luma.lastY);
+    }
+    c.chromaX = Clamped<Clamp>(ChromaCoordinate(c.x, level.chromaBiasX), chroma.lastX);
+    c.chromaY = Clamped<Clamp>(ChromaCoordinate(c.y, level.chromaBiasY), chroma.lastY);
+    return c;
+}
+
+template <bool Pairs, bool Clamp, bool Gather>
+HWY_INLINE void SampleTile(const Level& level, const ColourTerms& terms,
+                           const TileCoordinates& coordinates, const TileTarget& target)
+{
+    const D16 d16;
+    const D8 d8;
+    const Plane luma =
+        PlaneOf(level.luma, level.lumaLine, Pairs ? 2 : 1, level.width, level.height);
+    const Plane chroma =
+        PlaneOf(level.chroma, level.chromaLine, 2, level.chromaWidth, level.chromaHeight);
+    const Colours colours = ColoursOf(terms);
+    const TileTarget to = target;
+    // A clamped tile may end with the plane's last bytes, where a gathered word would read on.
+    constexpr bool gatherLuma = Gather && (Pairs || !Clamp);
+    TileOffsets offsets;
+    for (int row = 0; row < to.rows; row += 4)
+        for (int column = 0; column < kTile; column += kLanes) {
+            const int at = row * kTile + column;
+            const Coordinates c = CoordinatesAt<Clamp>(level, luma, chroma, coordinates, at);
+            for (int i = 0; i < 4; ++i)
+                StoreOffsets(luma, c.x[i], c.y[i], offsets.luma + at + i * kTile);
+            StoreOffsets(chroma, c.chromaX, c.chromaY, offsets.chroma + row * kTile / 4 + column);
+        }
+#if defined(__GNUC__)
+    // Without this the compiler takes each offset out of the vector register instead.
+    asm("" : "+m"(offsets));
+#endif
+    for (int row = 0; row < to.rows; row += 4)
+        for (int column = 0; column < kTile; column += kLanes) {
+            const int at = row * kTile + column;
+            const Coordinates c = CoordinatesAt<Clamp>(level, luma, chroma, coordinates, at);
+            // Written out, so that nothing of it goes through memory.
+            const auto lumaAt = [&](int i) HWY_ATTR {
+                return LumaAt<Pairs, gatherLuma>(luma, offsets.luma + at + i * kTile, c.x[i],
+                                                 c.y[i]);
+            };
+            const V32 l[4] = {lumaAt(0), lumaAt(1), lumaAt(2), lumaAt(3)};
+            const V16 uv = ChromaAt<Gather>(chroma, offsets.chroma + row * kTile / 4 + column,
+                                            c.chromaX, c.chromaY);
+            const V16 green = hn::MulFixedPoint15(uv, colours.green);
+            const V16 greenHigh = hn::BitCast(d16, hn::ShiftRight<16>(hn::BitCast(DU32(), green)));
+            const Tint tint = {hn::BitCast(d8, hn::MulFixedPoint15(uv, colours.blueRed)),
+                               hn::BitCast(d8, hn::Add(green, greenHigh))};
+            std::uint8_t* const out = to.pixels + row * to.line + std::ptrdiff_t{column} * 4;
+            StoreTwoRows<0>(colours, l[0], l[1], tint, out, to.line, to.stream);
+            StoreTwoRows<1>(colours, l[2], l[3], tint, out + 2 * to.line, to.line, to.stream);
+        }
+}
+
+template <bool Clamp, bool Gather>
+HWY_ATTR void Sample(const Level& level, const ColourTerms& terms,
+                     const TileCoordinates& coordinates, const TileTarget& target)
+{
+    if (level.pairs)
+        SampleTile<true, Clamp, Gather>(level, terms, coordinates, target);
+    else
+        SampleTile<false, Clamp, Gather>(level, terms, coordinates, target);
+}
+
+// --- coordinates ---
+
+constexpr int kExpandLanes = kLanes < 8 ? kLanes : 8;
+
+HWY_ATTR void ExpandAxis(const Patch::Axis& axis, int firstColumn, int lastColumn, int rows,
+                         int lastRow, std::int32_t* out)
+{
+    const hn::CappedTag<std::int32_t, kExpandLanes> d;
+    const hn::Rebind<float, decltype(d)> df;
+    const auto last = hn::Set(df, static_cast<float>(lastColumn));
+    for (int i = 0; i < 8; i += kExpandLanes) {
+        const auto j = hn::Min(hn::Iota(df, static_cast<float>(firstColumn + i)), last);
+        const auto linear = [&](float constant, float slope) HWY_ATTR {
+            return hn::Add(hn::Set(df, constant), hn::Mul(hn::Set(df, slope), j));
+        };
+        auto value =
+            hn::Add(hn::Set(d, axis.base), hn::NearestInt(hn::Mul(j, linear(axis.a1, axis.a2))));
+        auto first =
+            hn::NearestInt(hn::Add(hn::Set(df, axis.d0), hn::Mul(j, linear(axis.d1, axis.d2))));
+        const auto second =
+            hn::NearestInt(hn::Add(hn::Set(df, axis.e0), hn::Mul(j, linear(axis.e1, axis.e2))));
+        for (int row = 0; row < rows; ++row) {
+            hn::Store(value, d, out + row * kTile + i);
+            if (row >= lastRow)
+                continue;
+            value = hn::Add(value, first);
+            first = hn::Add(first, second);
+        }
+    }
+}
+
+HWY_ATTR void Expand(const Patch& patch, int firstColumn, int lastColumn, int rows, int lastRow,
+                     std::int32_t* x, std::int32_t* y)
+{
+    ExpandAxis(patch.x, firstColumn, lastColumn, rows, lastRow, x);
+    ExpandAxis(patch.y, firstColumn, lastColumn, rows, lastRow, y);
+}
+
+// --- the smaller sizes ---
+
+/// In the low half of each 16 bits: the sum of its two bytes.
+HWY_INLINE hn::Vec<DU16> ByteSums(hn::Vec<DU16> bytes)
+{
+    return hn::Add(hn::And(bytes, hn::Set(DU16(), 0xFF)), hn::ShiftRight<8>(bytes));
+}
+
+HWY_INLINE hn::Vec<DU16> LoadPairs(const std::uint8_t* from)
+{
+    return hn::BitCast(DU16(), hn::LoadU(D8(), from));
+}
+
+HWY_ATTR void HalveLuma(const std::uint8_t* above, const std::uint8_t* below, int count,
+                        std::uint16_t* out)
+{
+    const DU16 d;
+    int i = 0;
+    for (; i + 2 * kLanes <= count; i += 2 * kLanes) {
+        const auto sum =
+            hn::Add(ByteSums(LoadPairs(above + 2 * i)), ByteSums(LoadPairs(below + 2 * i)));
+        hn::StoreU(hn::ShiftRight<2>(hn::Add(sum, hn::Set(d, 2))), d, out + i);
+    }
+    ReferenceKernels().halveLuma(above + 2 * i, below + 2 * i, count - i, out + i);
+}
+
+/// Low halves of 32 bits, in order.
+HWY_INLINE void StoreLowHalves(hn::Vec<DU32> words, std::uint16_t* out)
+{
+    const hn::Rebind<std::uint16_t, DU32> d;
+    hn::StoreU(hn::DemoteTo(d, hn::BitCast(D32(), words)), d, out);
+}
+
+HWY_ATTR void HalvePairs(const std::uint8_t* pairs, int count, std::uint16_t* out)
+{
+    const DU32 d;
+    int i = 0;
+    for (; i + kLanes <= count; i += kLanes) {
+        const auto sums = hn::BitCast(d, ByteSums(LoadPairs(pairs + 4 * i)));
+        const auto sum = hn::And(hn::Add(sums, hn::ShiftRight<16>(sums)), hn::Set(d, 0xFFFF));
+        StoreLowHalves(hn::ShiftRight<2>(hn::Add(sum, hn::Set(d, 2))), out + i);
+    }
+    ReferenceKernels().halvePairs(pairs + 4 * i, count - i, out + i);
+}
+
+HWY_ATTR void JoinPairs(const std::uint16_t* first, const std::uint16_t* second, int count,
+                        std::uint16_t* out)
+{
+    const DU16 d;
+    int i = 0;
+    for (; i + 2 * kLanes <= count; i += 2 * kLanes)
+        hn::StoreU(hn::Or(hn::LoadU(d, first + i), hn::ShiftLeft<8>(hn::LoadU(d, second + i))), d,
+                   out + i);
+    ReferenceKernels().joinPairs(first + i, second + i, count - i, out + i);
+}
+
+HWY_ATTR void HalveChroma(const std::uint8_t* above, const std::uint8_t* below, int count,
+                          std::uint8_t* out)
+{
+    const DU16 d16;
+    const DU32 d;
+    int i = 0;
+    for (; i + kLanes <= count; i += kLanes) {
+        const auto upper = LoadPairs(above + 4 * i);
+        const auto lower = LoadPairs(below + 4 * i);
+        const auto low = hn::Set(d16, 0xFF);
+        const auto u = hn::BitCast(d, hn::Add(hn::And(upper, low), hn::And(lower, low)));
+        const auto v = hn::BitCast(d, hn::Add(hn::ShiftRight<8>(upper), hn::ShiftRight<8>(lower)));
+        const auto mean = [&](hn::Vec<DU32> sums) HWY_ATTR {
+            const auto sum = hn::And(hn::Add(sums, hn::ShiftRight<16>(sums)), hn::Set(d, 0xFFFF));
+            return hn::ShiftRight<2>(hn::Add(sum, hn::Set(d, 2)));
+        };
+        StoreLowHalves(hn::Or(mean(u), hn::ShiftLeft<8>(mean(v))),
+                       reinterpret_cast<std::uint16_t*>(out + 2 * i));
+    }
+    ReferenceKernels().halveChroma(above + 4 * i, below + 4 * i, count - i, out + 2 * i);
+}
+
+HWY_ATTR void Interleave(const std::uint8_t* u, const std::uint8_t* v, int count, std::uint8_t* out)
+{
+    const D8 d;
+    int i = 0;
+    for (; i + 4 * kLanes <= count; i += 4 * kLanes)
+        hn::StoreInterleaved2(hn::LoadU(d, u + i), hn::LoadU(d, v + i), d, out + 2 * i);
+    ReferenceKernels().interleave(u + i, v + i, count - i, out + 2 * i);
+}
+
+}  // namespace
+
+template <bool Gather>
+Kernels TableOf(const char* name)
+{
+    return {name,
+            Expand,
+            Sample<false, Gather>,
+            Sample<true, Gather>,
+            HalveLuma,
+            HalvePairs,
+            JoinPairs,
+            HalveChroma,
+            Interleave};
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace dewarp
+HWY_AFTER_NAMESPACE();
+
+#endif
+
+#if HWY_ONCE
+
+namespace dewarp {
+
+namespace {
+
+struct Entry
+{
+    std::int64_t target;
+    bool gathers;
+    Kernels kernels;
+};
+
+/// Slowest instruction set first.
+const std::vector<Entry>& Table()
+{
+    static const std::vector<Entry> table = {
+#if (HWY_TARGETS & HWY_NEON) && HWY_ARCH_ARM_A64
+        {HWY_NEON, false, N_NEON::TableOf<false>("NEON")},
+#endif
+#if HWY_TARGETS & HWY_SSE4
+        {HWY_SSE4, false, N_SSE4::TableOf<false>("SSE4")},
+#endif
+#if HWY_TARGETS & HWY_AVX2
+        {HWY_AVX2, false, N_AVX2::TableOf<false>("AVX2")},
+        {HWY_AVX2, true, N_AVX2::TableOf<true>("AVX2 gather")},
+#endif
+#if HWY_TARGETS & HWY_AVX3
+        {HWY_AVX3, false, N_AVX3::TableOf<false>("AVX-512")},
+        {HWY_AVX3, true, N_AVX3::TableOf<true>("AVX-512 gather")},
+#endif
+    };
+    return table;
+}
+
+}  // namespace
+
+std::vector<const Kernels*> SupportedKernels()
+{
+    std::vector<const Kernels*> supported = {&ReferenceKernels()};
+    for (const Entry& entry : Table())
+        if (hwy::SupportedTargets() & entry.target)
+            supported.push_back(&entry.kernels);
+    return supported;
+}
+
+namespace {
+
+/// Gather instructions are quick on Intel's processors. On AMD's they lose to single loads, most of
+/// all where the picture is not in the inner caches.
+bool GathersAreQuick()
+{
+#if HWY_ARCH_X86
+    return __builtin_cpu_is("intel");
+#else
+    return false;
+#endif
+}
+
+const Kernels* Quickest()
+{
+    const Kernels* quickest = &ReferenceKernels();
+    for (const Entry& entry : Table())
+        if ((hwy::SupportedTargets() & entry.target) && (!entry.gathers || GathersAreQuick()))
+            quickest = &entry.kernels;
+    return quickest;
+}
+
+}  // namespace
+
+const Kernels& BestKernels()
+{
+    static const Kernels* const best = Quickest();
+    return *best;
+}
+
+}  // namespace dewarp
+
+#endif

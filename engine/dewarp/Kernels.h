@@ -1,0 +1,117 @@
+// The inner loops, as tables of functions: one table for each instruction set, and a plain C++ one
+// that says what all of them must compute, byte for byte. Internal to the dewarper and its tests.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "engine/dewarp/Picture.h"
+
+namespace dewarp {
+
+/// Tiles are kTile x kTile pixels, and bands kTile rows: a row of a tile is one cache line of BGRA.
+constexpr int kTile = 16;
+
+/// One size of the prepared picture. `pairs` tells the form of the luma plane: either the picture's
+/// own bytes, or pairs (L[y][x], L[y + 1][x]), so that four neighbours are one 32 bit load.
+/// At least 4 x 4; chroma is interleaved (U, V), half the size rounded up.
+struct Level
+{
+    const std::uint8_t* luma = nullptr;
+    const std::uint8_t* chroma = nullptr;
+    int lumaLine = 0;  ///< bytes, 0..32767
+    int chromaLine = 0;
+    int width = 0;
+    int height = 0;
+    int chromaWidth = 0;
+    int chromaHeight = 0;
+    std::int32_t chromaBiasX = 0;  ///< chroma coordinate = luma coordinate / 2 + this
+    std::int32_t chromaBiasY = 0;
+    bool pairs = false;
+};
+
+/// The colour matrix: 1.15 fixed point factors that take samples as the kernels weigh them to 1/64
+/// grey levels, and the offset in 1/64 grey levels, half a level for rounding included.
+struct ColourTerms
+{
+    std::int16_t luma, offset, blueU, redV, greenU, greenV;
+};
+
+/// The terms of (matrix, range): Kr, Kb of ITU-R BT.601 (0.299, 0.114) and BT.709 (0.2126, 0.0722).
+ColourTerms ColourTermsOf(ColourMatrix matrix, bool fullRange);
+
+/// A biquadratic patch in the form that forward differences want. For column j, down the rows:
+///   start = base + round(j (a1 + a2 j)),  first difference = round(d0 + d1 j + d2 j^2),
+///   second difference = round(e0 + e1 j + e2 j^2);  all in 16.16 fixed point.
+struct Patch
+{
+    struct Axis
+    {
+        std::int32_t base;
+        float a1, a2, d0, d1, d2, e0, e1, e2;
+    };
+    Axis x, y;
+};
+
+/// Source coordinates of a tile's pixels, row by row: what the sampling functions read.
+struct TileCoordinates
+{
+    alignas(64) std::int32_t x[kTile * kTile];
+    alignas(64) std::int32_t y[kTile * kTile];
+};
+
+/// Where a tile is drawn.
+struct TileTarget
+{
+    std::uint8_t* pixels;  ///< BGRA of the tile's first pixel
+    std::ptrdiff_t line;   ///< bytes from row to row
+    int rows;              ///< 4, 8, 12 or 16
+    bool stream;           ///< store past the caches; pixels and line are multiples of 64
+};
+
+struct Kernels
+{
+    using Sample = void (*)(const Level&, const ColourTerms&, const TileCoordinates&,
+                            const TileTarget&);
+
+    const char* name;
+
+    /// Writes the coordinates of `rows` rows of 8 pixels, kTile apart in x and y, from the patch's
+    /// columns firstColumn .. firstColumn + 7. Columns beyond lastColumn and rows beyond lastRow
+    /// (>= 0) repeat the last one.
+    void (*expand)(const Patch& patch, int firstColumn, int lastColumn, int rows, int lastRow,
+                   std::int32_t* x, std::int32_t* y);
+
+    /// Draws a tile all of whose samples lie inside: luma x in 1..width - 4, y in 1..height - 3.
+    Sample sampleInside;
+    /// Draws any tile; coordinates are clamped to the picture.
+    Sample sampleAnywhere;
+
+    /// Half-size luma: out[i] = rounded mean of 2 x 2 bytes of the rows above and below, 2i
+    /// onwards.
+    void (*halveLuma)(const std::uint8_t* above, const std::uint8_t* below, int count,
+                      std::uint16_t* out);
+    /// The same from one row of pairs, which holds both rows.
+    void (*halvePairs)(const std::uint8_t* pairs, int count, std::uint16_t* out);
+    /// out[i] = first[i] | second[i] << 8.
+    void (*joinPairs)(const std::uint16_t* first, const std::uint16_t* second, int count,
+                      std::uint16_t* out);
+    /// Half-size chroma of interleaved rows: count (U, V) pairs.
+    void (*halveChroma)(const std::uint8_t* above, const std::uint8_t* below, int count,
+                        std::uint8_t* out);
+    /// out[2i] = u[i], out[2i + 1] = v[i].
+    void (*interleave)(const std::uint8_t* u, const std::uint8_t* v, int count, std::uint8_t* out);
+};
+
+/// Plain C++: the definition of every result.
+const Kernels& ReferenceKernels();
+
+/// Every table that this processor can run, the reference first.
+std::vector<const Kernels*> SupportedKernels();
+
+/// The table to use here: that of the widest instruction set, with gather instructions where the
+/// processor's maker is known for quick ones. All tables give the same bytes.
+const Kernels& BestKernels();
+
+}  // namespace dewarp

@@ -1,0 +1,148 @@
+// Every instruction set gives the bytes of the reference.
+
+#include <cstring>
+
+#include <gtest/gtest.h>
+
+#include "tests/dewarp/Scenes.h"
+
+namespace dewarp::test {
+namespace {
+
+class EveryKernel : public testing::TestWithParam<const Kernels*>
+{};
+
+std::string NameOf(const testing::TestParamInfo<const Kernels*>& info)
+{
+    std::string name = info.param->name;
+    name.erase(std::remove_if(name.begin(), name.end(), [](char c) { return !std::isalnum(c); }),
+               name.end());
+    return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Supported, EveryKernel, testing::ValuesIn(SupportedKernels()), NameOf);
+
+/// Draws with odd line sizes and guard bytes around every row, and compares all of it.
+void ExpectSameBytes(const Kernels& kernels, const Mesh& mesh, const Picture& picture)
+{
+    Pool pool(1);
+    const int line = mesh.Width() * 4 + 37;
+    const std::size_t size = static_cast<std::size_t>(line) * mesh.Height() + 64;
+    std::vector<std::uint8_t> expected(size, 0xA5);
+    std::vector<std::uint8_t> drawn(size, 0xA5);
+    Frame frame;
+    const View reference{&mesh, expected.data() + 13, line};
+    const View view{&mesh, drawn.data() + 13, line};
+    ASSERT_TRUE(Draw(pool, frame, picture, &reference, 1, ReferenceKernels()));
+    ASSERT_TRUE(Draw(pool, frame, picture, &view, 1, kernels));
+    ASSERT_EQ(expected, drawn);
+    for (int row = 0; row + 1 < mesh.Height(); ++row)
+        for (int i = 0; i < 37; ++i)
+            ASSERT_EQ(drawn[13 + row * line + mesh.Width() * 4 + i], 0xA5);
+}
+
+TEST_P(EveryKernel, DrawsPerspectiveViewsLikeTheReference)
+{
+    for (const PixelFormat format : {PixelFormat::Nv12, PixelFormat::I420}) {
+        OwnPicture picture(format, 515, 509, 3);
+        picture.FillNoise(1);
+        for (const auto& [width, height] : {std::pair(64, 48), {101, 67}, {17, 33}, {16, 16}})
+            for (const double zoom : {10000., 2000.}) {
+                Mesh mesh;
+                mesh.Build(width, height, 515, 509,
+                           Perspective{{512}, 0.4, 0.7, zoom, width, height});
+                ExpectSameBytes(*GetParam(), mesh, picture.Get());
+            }
+    }
+}
+
+TEST_P(EveryKernel, DrawsPicturesOfAnySizeLikeTheReference)
+{
+    for (const PixelFormat format : {PixelFormat::Nv12, PixelFormat::I420})
+        for (const int width : {1, 2, 3, 4, 5, 7, 15, 16, 31, 67})
+            for (const int height : {1, 2, 3, 5, 16, 30}) {
+                OwnPicture picture(format, width, height);
+                picture.FillNoise(width * 100 + height);
+                for (const int size : {1, 2, 9, 21}) {
+                    Mesh mesh;
+                    mesh.Build(size, size + 3, width, height,
+                               Source{width, height, size, size + 3});
+                    ExpectSameBytes(*GetParam(), mesh, picture.Get());
+                }
+            }
+}
+
+TEST_P(EveryKernel, DrawsCircleAndPanoramaLikeTheReference)
+{
+    OwnPicture picture(PixelFormat::Nv12, 700, 700, 4);
+    picture.FillNoise(3);
+    for (const bool fullRange : {false, true})
+        for (const ColourMatrix matrix : {ColourMatrix::Bt601, ColourMatrix::Bt709})
+            for (const ChromaSite site : {ChromaSite::Left, ChromaSite::Centre}) {
+                picture.Get().fullRange = fullRange;
+                picture.Get().matrix = matrix;
+                picture.Get().chromaSite = site;
+                Mesh mesh;
+                mesh.Build(160, 160, 700, 700, Circle{{700}});
+                ExpectSameBytes(*GetParam(), mesh, picture.Get());
+                mesh.Build(333, 100, 700, 700, Panorama{{700}});
+                ExpectSameBytes(*GetParam(), mesh, picture.Get());
+            }
+}
+
+TEST_P(EveryKernel, ExpandsPatchesLikeTheReference)
+{
+    std::mt19937 random(5);
+    std::uniform_real_distribution<float> number(-40000, 40000);
+    for (int round = 0; round < 200; ++round) {
+        const auto axis = [&] {
+            return Patch::Axis{static_cast<std::int32_t>(random()),
+                               number(random),
+                               number(random),
+                               number(random),
+                               number(random),
+                               number(random),
+                               number(random),
+                               number(random),
+                               number(random)};
+        };
+        const Patch patch{axis(), axis()};
+        TileCoordinates expected{};
+        TileCoordinates expanded{};
+        const int last = static_cast<int>(random() % 16);
+        for (const int column : {0, 8}) {
+            ReferenceKernels().expand(patch, column, last, 16, last, expected.x + column,
+                                      expected.y + column);
+            GetParam()->expand(patch, column, last, 16, last, expanded.x + column,
+                               expanded.y + column);
+        }
+        ASSERT_EQ(std::memcmp(&expected, &expanded, sizeof(expected)), 0);
+    }
+}
+
+TEST_P(EveryKernel, ClampsCoordinatesFarOutsideLikeTheReference)
+{
+    OwnPicture picture(PixelFormat::Nv12, 40, 40);
+    picture.FillNoise(6);
+    Pool pool(1);
+    Frame frame;
+    std::mt19937 random(7);
+    for (int level = 0; level < 3; ++level) {
+        ASSERT_TRUE(frame.Prepare(pool, picture.Get(), 2, *GetParam()));
+        TileCoordinates coordinates;
+        for (int i = 0; i < kTile * kTile; ++i) {
+            coordinates.x[i] = static_cast<std::int32_t>(random()) >> (random() % 16);
+            coordinates.y[i] = static_cast<std::int32_t>(random()) >> (random() % 16);
+        }
+        Image expected(kTile, kTile);
+        Image drawn(kTile, kTile);
+        ReferenceKernels().sampleAnywhere(frame.Levels()[level], frame.Terms(), coordinates,
+                                          {expected.bytes.data(), kTile * 4, kTile, false});
+        GetParam()->sampleAnywhere(frame.Levels()[level], frame.Terms(), coordinates,
+                                   {drawn.bytes.data(), kTile * 4, kTile, false});
+        ASSERT_EQ(expected.bytes, drawn.bytes);
+    }
+}
+
+}  // namespace
+}  // namespace dewarp::test
