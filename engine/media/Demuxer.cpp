@@ -1,0 +1,122 @@
+// Streams are not searched for their properties beforehand (that would cost a live stream seconds):
+// the first packet of a video stream decides.
+#include "engine/media/Demuxer.h"
+
+namespace engine {
+
+namespace {
+
+/// Demuxers step back a few bytes while they read a header, which is only possible within what the
+/// buffer still holds: it is only appended to while more than 32 KiB are free, however small the
+/// blocks are that come.
+constexpr int IO_BUFFER = 256 * 1024;
+constexpr int MAX_ERRORS = 32;
+/// So many packets of another video stream and none of ours: the programme changed.
+constexpr int MAX_FOREIGN = 50;
+
+const char* FormatName(Container container)
+{
+    switch (container) {
+    case Container::MpegTs:
+        return "mpegts";
+    case Container::Matroska:
+        return "matroska";
+    default:
+        return "mov";
+    }
+}
+
+bool IsPlayable(AVCodecID codec)
+{
+    return codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC || codec == AV_CODEC_ID_MJPEG;
+}
+
+}  // namespace
+
+void Demuxer::Closer::operator()(AVFormatContext* context) const
+{
+    AVIOContext* io = context->pb;
+    avformat_close_input(&context);
+    if (io) {
+        av_freep(&io->buffer);
+        avio_context_free(&io);
+    }
+}
+
+bool Demuxer::Open(Container container)
+{
+    AVFormatContext* context = avformat_alloc_context();
+    auto* buffer = static_cast<std::uint8_t*>(av_malloc(IO_BUFFER));
+    AVIOContext* io =
+        buffer ? avio_alloc_context(buffer, IO_BUFFER, 0, this, ReadBytes, nullptr, nullptr)
+               : nullptr;
+    if (!context || !io) {
+        avformat_free_context(context);
+        av_free(buffer);
+        return false;
+    }
+    io->seekable = 0;
+    context->pb = io;
+    context->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_NOPARSE | AVFMT_FLAG_NOBUFFER;
+    context->probesize = 256 * 1024;
+    // On failure this frees the context and leaves the I/O context alone.
+    if (avformat_open_input(&context, "", av_find_input_format(FormatName(container)), nullptr) <
+        0) {
+        av_freep(&io->buffer);
+        avio_context_free(&io);
+        return false;
+    }
+    m_context.reset(context);
+    return true;
+}
+
+int Demuxer::ReadBytes(void* self, std::uint8_t* target, int size)
+{
+    Input& input = static_cast<Demuxer*>(self)->m_input;
+    const std::size_t read = input.Read(target, static_cast<std::size_t>(size));
+    if (read > 0)
+        return static_cast<int>(read);
+    return input.StopReason() == Input::Stop::Idle ? AVERROR(EAGAIN) : AVERROR_EOF;
+}
+
+Demuxer::Result Demuxer::Next(AVPacket& packet)
+{
+    while (true) {
+        av_packet_unref(&packet);
+        const int result = av_read_frame(m_context.get(), &packet);
+        const Input::Stop stop = m_input.StopReason();
+        if (result >= 0) {
+            m_errors = 0;
+            if (IsOurs(packet))
+                return Result::Packet;
+            continue;
+        }
+        m_context->pb->eof_reached = 0;
+        m_context->pb->error = 0;
+        if (stop == Input::Stop::Idle)
+            return Result::Idle;
+        if (stop != Input::Stop::None)
+            return Result::Stopped;
+        if (result == AVERROR_EOF || ++m_errors > MAX_ERRORS)
+            return Result::Broken;
+    }
+}
+
+bool Demuxer::IsOurs(const AVPacket& packet)
+{
+    const AVStream* stream = m_context->streams[packet.stream_index];
+    if (stream == m_stream) {
+        m_foreign = 0;
+        return true;
+    }
+    if (stream->codecpar->codec_type != AVMEDIA_TYPE_VIDEO ||
+        !IsPlayable(stream->codecpar->codec_id))
+        return false;
+    if (m_stream && ++m_foreign <= MAX_FOREIGN)
+        return false;
+    m_stream = stream;
+    m_foreign = 0;
+    return true;
+}
+
+}  // namespace engine

@@ -1,0 +1,122 @@
+// Transport streams: the last packet of a picture is filled up with stuffing in its adaptation
+// field, unless the picture happens to fit. JPEG: the end-of-image marker. H.264 and H.265: nothing
+// tells, so a pause of half a picture period does; where that proves wrong it grows.
+#include "engine/media/PictureEnd.h"
+
+#include <algorithm>
+
+namespace engine {
+
+namespace {
+
+/// Bytes of an adaptation field that carry something, its length byte left out.
+std::size_t AdaptationContent(const std::uint8_t* field, std::size_t length)
+{
+    if (length == 0)
+        return 0;
+    const std::uint8_t flags = field[0];
+    std::size_t used = 1;
+    used += (flags & 0x10) ? 6 : 0;  // PCR
+    used += (flags & 0x08) ? 6 : 0;  // OPCR
+    used += (flags & 0x04) ? 1 : 0;  // splice countdown
+    if ((flags & 0x02) && used < length)
+        used += 1 + std::size_t{field[used]};  // private data
+    if ((flags & 0x01) && used < length)
+        used += 1 + std::size_t{field[used]};  // extension
+    return used;
+}
+
+constexpr int MAX_DOUBTS = 6;
+
+}  // namespace
+
+void PictureEnd::Feed(const std::uint8_t* data, std::size_t size)
+{
+    if (size == 0)
+        return;
+    m_taken = false;
+    if (m_container == Container::MpegTs) {
+        for (std::size_t i = 0; i < size; ++i) {
+            if (m_packetSize == 0 && data[i] != 0x47)
+                continue;  // out of step: wait for a sync byte
+            m_packet[m_packetSize++] = data[i];
+            if (m_packetSize == sizeof(m_packet)) {
+                m_packetSize = 0;
+                FeedPacket();
+            }
+        }
+    } else if (IsElementary(m_container)) {
+        for (std::size_t i = 0; i < size && m_sinceTaken < 8; ++i)
+            FeedElementary(data[i]);
+        for (std::size_t i = size - std::min<std::size_t>(size, 4); i < size; ++i)
+            m_last = m_last << 8 | data[i];
+    }
+}
+
+void PictureEnd::FeedPacket()
+{
+    const bool begins = m_packet[1] & 0x40;
+    const int pid = (m_packet[1] & 0x1F) << 8 | m_packet[2];
+    const bool hasField = m_packet[3] & 0x20;
+    const bool hasPayload = m_packet[3] & 0x10;
+    const std::size_t fieldLength = hasField ? m_packet[4] : 0;
+    const std::size_t payload = 4 + (hasField ? 1 + fieldLength : 0);
+    if (!hasPayload || payload + 9 > sizeof(m_packet)) {
+        if (hasPayload && pid == m_videoPid)
+            m_stuffed = payload <= sizeof(m_packet);
+        return;
+    }
+    const std::uint8_t* pes = m_packet + payload;
+    const bool video =
+        begins && pes[0] == 0 && pes[1] == 0 && pes[2] == 1 && (pes[3] & 0xF0) == 0xE0;
+    if (video)
+        m_videoPid = pid;
+    if (pid != m_videoPid)
+        return;
+    // A picture that goes on, or a packet of the stream without a time stamp of its own, behind
+    // what was taken as a picture's end: this multiplexer fills up elsewhere too.
+    if (m_checkNext && (!begins || !(pes[7] & 0x80)))
+        m_trusted = false;
+    m_checkNext = false;
+    m_stuffed = hasField && fieldLength != AdaptationContent(m_packet + 5, fieldLength);
+    m_stuffed = m_stuffed || (hasField && fieldLength == 0);
+}
+
+void PictureEnd::FeedElementary(std::uint8_t byte)
+{
+    // What follows a whole picture is a start code: 00 00 01 or 00 00 00 01.
+    static constexpr std::uint8_t code[] = {0, 0, 1};
+    const bool fits =
+        m_sinceTaken >= 3 || byte == code[m_sinceTaken] || (m_sinceTaken == 2 && byte == 0);
+    if (!fits && m_container != Container::Mjpeg) {
+        m_doubts = std::min(m_doubts + 1, MAX_DOUBTS);
+        m_sinceTaken = 8;
+        return;
+    }
+    ++m_sinceTaken;
+}
+
+bool PictureEnd::TellsEnd() const
+{
+    if (m_container == Container::MpegTs)
+        return m_trusted && m_packetSize == 0 && m_stuffed;
+    return m_container == Container::Mjpeg && (m_last & 0xFFFF) == 0xFFD9;
+}
+
+Clock::duration PictureEnd::Patience(Clock::duration period) const
+{
+    if (!m_taken && TellsEnd())
+        return Clock::duration::zero();
+    const bool guess = m_container == Container::H264 || m_container == Container::H265;
+    return !m_taken && guess ? period / 2 * (1 << m_doubts) : Clock::duration::max();
+}
+
+void PictureEnd::Taken()
+{
+    m_taken = true;
+    m_sinceTaken = 0;
+    m_checkNext = true;
+    m_stuffed = false;
+}
+
+}  // namespace engine

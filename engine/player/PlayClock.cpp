@@ -1,0 +1,91 @@
+// The clock is anchored by the first picture. A live picture that comes before its time pulls the
+// anchor forward, so that the delay settles at the smallest that the stream ever showed; how far is
+// limited, for a file that is put as fast as it is read looks live as well, and must not run away.
+#include "engine/player/PlayClock.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace engine {
+
+namespace {
+
+/// A jump of the time stamps beyond this is another piece of film, not a gap.
+constexpr double MAX_JUMP = 2.0;
+/// Later than this, the clock is wrong rather than the picture.
+constexpr double MAX_LATE = 1.0;
+/// However late pictures are, one is shown this often.
+constexpr double MAX_HIDDEN = 0.25;
+constexpr double PULL_ALLOWANCE = 0.5;
+constexpr double PULL_PER_SECOND = 0.01;
+
+Clock::duration Seconds(double seconds)
+{
+    return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+}
+
+double SecondsOf(Clock::duration duration)
+{
+    return std::chrono::duration<double>(duration).count();
+}
+
+}  // namespace
+
+PlayClock::Plan PlayClock::Schedule(const Arrival& arrival, Clock::time_point now)
+{
+    const double step = arrival.seconds - m_lastSeconds;
+    if (!m_running) {
+        m_running = true;
+        m_allowance = PULL_ALLOWANCE;
+        m_allowedAt = now;
+        m_lastShown = now;
+        Anchor(arrival.seconds, now);
+    } else if (step < 0.0 || step > MAX_JUMP) {
+        // Go on one period behind the picture before.
+        Anchor(arrival.seconds, std::max(now, DueOf(m_lastSeconds + m_lastPeriod)));
+    }
+    m_lastSeconds = arrival.seconds;
+    m_lastPeriod = arrival.period;
+
+    m_allowance =
+        std::min(PULL_ALLOWANCE, m_allowance + PULL_PER_SECOND * SecondsOf(now - m_allowedAt));
+    m_allowedAt = now;
+
+    Clock::time_point due = DueOf(arrival.seconds);
+    const double early = SecondsOf(due - now);
+    if (early > 0.0 && arrival.live) {
+        const double pull = arrival.hasTime ? std::min(early, m_allowance) : early;
+        m_allowance -= arrival.hasTime ? pull : 0.0;
+        due -= Seconds(pull);
+        Anchor(arrival.seconds, due);
+    }
+    const double late = -early;
+    const bool behind = late > 2.0 * arrival.period && arrival.more;
+    const bool hidden = SecondsOf(now - m_lastShown) < MAX_HIDDEN;
+    const bool drop = late > arrival.period && late <= MAX_LATE && arrival.more && hidden;
+    if (late > MAX_LATE)
+        Anchor(arrival.seconds, now);
+    if (!drop)
+        m_lastShown = std::max(due, now);
+    return {due, drop, behind};
+}
+
+void PlayClock::SetSpeed(double speed)
+{
+    if (m_running)
+        Anchor(m_lastSeconds, DueOf(m_lastSeconds));
+    m_speed = speed;
+}
+
+void PlayClock::Anchor(double seconds, Clock::time_point due)
+{
+    m_anchorSeconds = seconds;
+    m_anchorTime = due;
+}
+
+Clock::time_point PlayClock::DueOf(double seconds) const
+{
+    return m_anchorTime + Seconds((seconds - m_anchorSeconds) / m_speed);
+}
+
+}  // namespace engine

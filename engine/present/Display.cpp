@@ -1,0 +1,466 @@
+// Pictures go through shared memory by file descriptor (MIT-SHM 1.2: nothing to leak, nothing of it
+// outlives the process), else through the socket in strips. The server copies a picture in one go,
+// so nothing tears within it, and windows get no background, so nothing flickers.
+#include "engine/present/Display.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <xcb/shm.h>
+#include <xcb/xcb.h>
+
+namespace engine {
+
+namespace {
+
+struct FreeReply
+{
+    void operator()(void* reply) const { std::free(reply); }
+};
+template <typename T>
+using Reply = std::unique_ptr<T, FreeReply>;
+
+constexpr std::uint32_t EVENTS = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_EXPOSURE;
+
+class XWindow;
+
+/// The connection. Lives as long as the process, or until the server goes away; windows hold on to
+/// the connection that they were opened with.
+class Display : public std::enable_shared_from_this<Display>
+{
+public:
+    static std::shared_ptr<Display> Get();
+
+    explicit Display(xcb_connection_t* connection);
+    ~Display();
+
+    xcb_connection_t* Connection() const { return m_connection; }
+    bool IsAlive() const { return m_alive; }
+    bool HasShm() const { return m_hasShm; }
+    bool IsLittleEndian() const { return m_littleEndian; }
+
+    /// Registers a window and asks for its state, in one go, so that no event overtakes the answer.
+    void Add(XWindow& window);
+    void Remove(XWindow& window);
+    void Listen();
+
+private:
+    void Dispatch(const xcb_generic_event_t& event);
+    void FollowLocked(XWindow& window);
+    void RemoveLocked(const XWindow& window);
+
+    xcb_connection_t* m_connection;
+    std::atomic<bool> m_alive{true};
+    bool m_hasShm = false;
+    bool m_littleEndian = false;
+    std::mutex m_lock;  ///< guards m_windows, and is held while their `changed` runs
+    /// Each window under its own id and those of its ancestors: it is hidden when one of them is.
+    std::multimap<xcb_window_t, XWindow*> m_windows;
+};
+
+/// Memory shared with the server, or plain memory where that is not to be had.
+class PixelMemory
+{
+public:
+    PixelMemory(Display& display, std::size_t size);
+    ~PixelMemory();
+    PixelMemory(const PixelMemory&) = delete;
+    PixelMemory& operator=(const PixelMemory&) = delete;
+
+    std::uint8_t* Data() { return m_shared ? m_shared : m_plain.data(); }
+    std::size_t Size() const { return m_size; }
+    xcb_shm_seg_t Segment() const { return m_segment; }
+
+private:
+    bool Share();
+
+    Display& m_display;
+    std::size_t m_size;
+    std::uint8_t* m_shared = nullptr;
+    std::vector<std::uint8_t> m_plain;
+    xcb_shm_seg_t m_segment = 0;  ///< 0: plain memory
+};
+
+class XWindow : public Window
+{
+public:
+    XWindow(std::shared_ptr<Display> display, xcb_window_t id, std::function<void()> changed);
+    ~XWindow() override;
+
+    Extent Size() const override;
+    bool IsShown() const override { return m_mapped && m_display && m_display->IsAlive(); }
+    std::uint8_t* Pixels(Extent size) override;
+    void Show() override;
+    void Sync() override;
+
+    xcb_window_t Id() const { return m_id; }
+    void Ask();
+    /// An event of the window itself (`own`) or of one of its ancestors.
+    void Hear(const xcb_generic_event_t& event, bool own);
+
+private:
+    void Furnish(std::uint8_t depth);
+    void PutStrips(int x, int y);
+    void BlackenAround(int x, int y, Extent window);
+
+    std::shared_ptr<Display> m_display;  ///< null: headless
+    xcb_window_t m_id;
+    std::function<void()> m_changed;
+    std::atomic<bool> m_mapped{false};
+    std::atomic<std::uint32_t> m_size{0};  ///< width << 16 | height
+    std::uint8_t m_depth = 0;              ///< written before m_gc
+    std::atomic<xcb_gcontext_t> m_gc{0};   ///< 0: the window is not known
+    Extent m_picture;
+    std::unique_ptr<PixelMemory> m_memory;
+};
+
+// ---- Display
+
+std::shared_ptr<Display> Display::Get()
+{
+    // Never destroyed: the event thread may outlive the objects of the process's end.
+    static std::mutex& lock = *new std::mutex;
+    static std::shared_ptr<Display>& display = *new std::shared_ptr<Display>;
+    std::lock_guard guard(lock);
+    if (display && display->IsAlive())
+        return display;
+    display.reset();
+    if (!std::getenv("DISPLAY"))
+        return nullptr;
+    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+    if (xcb_connection_has_error(connection)) {
+        xcb_disconnect(connection);
+        return nullptr;
+    }
+    display = std::make_shared<Display>(connection);
+    std::thread([kept = display] { kept->Listen(); }).detach();
+    return display;
+}
+
+Display::Display(xcb_connection_t* connection) : m_connection(connection)
+{
+    m_littleEndian = xcb_get_setup(connection)->image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST;
+    const xcb_query_extension_reply_t* extension = xcb_get_extension_data(connection, &xcb_shm_id);
+    if (!extension || !extension->present)
+        return;
+    const Reply<xcb_shm_query_version_reply_t> version(
+        xcb_shm_query_version_reply(connection, xcb_shm_query_version(connection), nullptr));
+    m_hasShm = version && (version->major_version > 1 ||
+                           (version->major_version == 1 && version->minor_version >= 2));
+}
+
+Display::~Display()
+{
+    xcb_disconnect(m_connection);
+}
+
+void Display::Add(XWindow& window)
+{
+    std::lock_guard guard(m_lock);
+    FollowLocked(window);
+}
+
+void Display::Remove(XWindow& window)
+{
+    std::lock_guard guard(m_lock);
+    RemoveLocked(window);
+}
+
+void Display::RemoveLocked(const XWindow& window)
+{
+    for (auto entry = m_windows.begin(); entry != m_windows.end();)
+        entry = entry->second == &window ? m_windows.erase(entry) : std::next(entry);
+}
+
+void Display::FollowLocked(XWindow& window)
+{
+    RemoveLocked(window);
+    constexpr int DEEPEST = 64;
+    xcb_window_t id = window.Id();
+    for (int depth = 0; depth < DEEPEST; ++depth) {
+        m_windows.emplace(id, &window);
+        // Before asking for the parent, so that a change of it is heard.
+        xcb_change_window_attributes(m_connection, id, XCB_CW_EVENT_MASK, &EVENTS);
+        const Reply<xcb_query_tree_reply_t> tree(
+            xcb_query_tree_reply(m_connection, xcb_query_tree(m_connection, id), nullptr));
+        if (!tree || tree->parent == XCB_NONE || tree->parent == tree->root)
+            break;
+        id = tree->parent;
+    }
+    window.Ask();
+}
+
+void Display::Listen()
+{
+    // Errors of requests come as events too and mean nothing: the window has gone.
+    while (const Reply<xcb_generic_event_t> event{xcb_wait_for_event(m_connection)})
+        Dispatch(*event);
+    m_alive = false;
+}
+
+/// The window that an event tells of, 0 for other events.
+xcb_window_t WindowOf(const xcb_generic_event_t& event)
+{
+    switch (event.response_type & 0x7F) {
+    case XCB_CONFIGURE_NOTIFY:
+        return reinterpret_cast<const xcb_configure_notify_event_t&>(event).window;
+    case XCB_MAP_NOTIFY:
+        return reinterpret_cast<const xcb_map_notify_event_t&>(event).window;
+    case XCB_UNMAP_NOTIFY:
+        return reinterpret_cast<const xcb_unmap_notify_event_t&>(event).window;
+    case XCB_DESTROY_NOTIFY:
+        return reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window;
+    case XCB_REPARENT_NOTIFY:
+        return reinterpret_cast<const xcb_reparent_notify_event_t&>(event).window;
+    case XCB_EXPOSE:
+        return reinterpret_cast<const xcb_expose_event_t&>(event).window;
+    default:
+        return 0;
+    }
+}
+
+void Display::Dispatch(const xcb_generic_event_t& event)
+{
+    const xcb_window_t id = WindowOf(event);
+    if (id == 0)
+        return;
+    std::lock_guard guard(m_lock);
+    std::vector<XWindow*> hearers;
+    const auto range = m_windows.equal_range(id);
+    for (auto entry = range.first; entry != range.second; ++entry)
+        hearers.push_back(entry->second);
+    const bool moved = (event.response_type & 0x7F) == XCB_REPARENT_NOTIFY;
+    for (XWindow* window : hearers) {
+        if (moved)
+            FollowLocked(*window);
+        window->Hear(event, id == window->Id());
+    }
+}
+
+// ---- PixelMemory
+
+PixelMemory::PixelMemory(Display& display, std::size_t size) : m_display(display), m_size(size)
+{
+    if (!display.HasShm() || !Share())
+        m_plain.resize(size);
+}
+
+bool PixelMemory::Share()
+{
+    const int file = memfd_create("fisheye-view", MFD_CLOEXEC);
+    if (file < 0)
+        return false;
+    void* memory = ftruncate(file, static_cast<off_t>(m_size)) == 0
+                       ? mmap(nullptr, m_size, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0)
+                       : MAP_FAILED;
+    if (memory == MAP_FAILED) {
+        close(file);
+        return false;
+    }
+    xcb_connection_t* connection = m_display.Connection();
+    const xcb_shm_seg_t segment = xcb_generate_id(connection);
+    // Sending closes the file.
+    const Reply<xcb_generic_error_t> error(xcb_request_check(
+        connection, xcb_shm_attach_fd_checked(connection, segment, file, /*read_only=*/1)));
+    if (error || xcb_connection_has_error(connection)) {
+        munmap(memory, m_size);
+        return false;
+    }
+    m_shared = static_cast<std::uint8_t*>(memory);
+    m_segment = segment;
+    return true;
+}
+
+PixelMemory::~PixelMemory()
+{
+    if (!m_shared)
+        return;
+    xcb_shm_detach(m_display.Connection(), m_segment);
+    munmap(m_shared, m_size);
+}
+
+// ---- XWindow
+
+XWindow::XWindow(std::shared_ptr<Display> display, xcb_window_t id, std::function<void()> changed)
+    : m_display(std::move(display)), m_id(id), m_changed(std::move(changed))
+{
+    if (!m_display)
+        return;
+    m_display->Add(*this);
+}
+
+/// The events have been selected before: what changes afterwards is heard.
+void XWindow::Ask()
+{
+    xcb_connection_t* connection = m_display->Connection();
+    const auto geometryCookie = xcb_get_geometry(connection, m_id);
+    const auto attributesCookie = xcb_get_window_attributes(connection, m_id);
+    const Reply<xcb_get_geometry_reply_t> geometry(
+        xcb_get_geometry_reply(connection, geometryCookie, nullptr));
+    const Reply<xcb_get_window_attributes_reply_t> attributes(
+        xcb_get_window_attributes_reply(connection, attributesCookie, nullptr));
+    const bool drawable =
+        geometry && attributes && attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT &&
+        (geometry->depth == 24 || geometry->depth == 32) && m_display->IsLittleEndian();
+    m_size = drawable ? std::uint32_t{geometry->width} << 16 | geometry->height : 0;
+    if (drawable && m_gc == 0)
+        Furnish(geometry->depth);
+    m_mapped = drawable && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+}
+
+/// What drawing needs, made when the window is first known to be there.
+void XWindow::Furnish(std::uint8_t depth)
+{
+    xcb_connection_t* connection = m_display->Connection();
+    m_depth = depth;
+    const xcb_gcontext_t gc = xcb_generate_id(connection);
+    const std::uint32_t values[] = {0, 0};
+    xcb_create_gc(connection, gc, m_id, XCB_GC_FOREGROUND | XCB_GC_GRAPHICS_EXPOSURES, values);
+    // The server would paint the background before every new picture.
+    const std::uint32_t none = XCB_BACK_PIXMAP_NONE;
+    xcb_change_window_attributes(connection, m_id, XCB_CW_BACK_PIXMAP, &none);
+    xcb_flush(connection);
+    m_gc = gc;
+}
+
+XWindow::~XWindow()
+{
+    if (!m_display)
+        return;
+    m_display->Remove(*this);
+    m_memory.reset();
+    if (m_gc)
+        xcb_free_gc(m_display->Connection(), m_gc);
+    xcb_flush(m_display->Connection());
+}
+
+Extent XWindow::Size() const
+{
+    const std::uint32_t size = m_size;
+    return {static_cast<int>(size >> 16), static_cast<int>(size & 0xFFFF)};
+}
+
+void XWindow::Hear(const xcb_generic_event_t& event, bool own)
+{
+    switch (event.response_type & 0x7F) {
+    case XCB_CONFIGURE_NOTIFY: {
+        const auto& configure = reinterpret_cast<const xcb_configure_notify_event_t&>(event);
+        const std::uint32_t size = std::uint32_t{configure.width} << 16 | configure.height;
+        if (!own || m_size.exchange(size) == size)
+            return;  // only moved
+        break;
+    }
+    case XCB_MAP_NOTIFY:
+    case XCB_UNMAP_NOTIFY:
+        Ask();  // what an ancestor's change means for this window, the server knows
+        break;
+    case XCB_DESTROY_NOTIFY:
+        m_mapped = false;
+        m_size = 0;
+        break;
+    case XCB_EXPOSE:
+        if (!own)
+            return;
+        break;
+    default:
+        break;
+    }
+    m_changed();
+}
+
+std::uint8_t* XWindow::Pixels(Extent size)
+{
+    const std::size_t bytes = std::size_t{4} * size.width * size.height;
+    if (!m_display)
+        return nullptr;
+    if (!m_memory || m_memory->Size() < bytes || m_memory->Size() > 4 * bytes + 65536)
+        m_memory = std::make_unique<PixelMemory>(*m_display, bytes);
+    m_picture = size;
+    return m_memory->Data();
+}
+
+void XWindow::Show()
+{
+    if (!IsShown() || !m_gc || !m_memory)
+        return;
+    xcb_connection_t* connection = m_display->Connection();
+    const Extent window = Size();
+    const int x = (window.width - m_picture.width) / 2;
+    const int y = (window.height - m_picture.height) / 2;
+    BlackenAround(x, y, window);
+    if (m_memory->Segment() == 0)
+        return PutStrips(x, y);
+    const auto width = static_cast<std::uint16_t>(m_picture.width);
+    const auto height = static_cast<std::uint16_t>(m_picture.height);
+    xcb_shm_put_image(connection, m_id, m_gc, width, height, 0, 0, width, height,
+                      static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), m_depth,
+                      XCB_IMAGE_FORMAT_Z_PIXMAP, 0, m_memory->Segment(), 0);
+}
+
+void XWindow::Sync()
+{
+    if (!m_display)
+        return;
+    xcb_connection_t* connection = m_display->Connection();
+    const Reply<xcb_get_input_focus_reply_t> reply(
+        xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+}
+
+void XWindow::PutStrips(int x, int y)
+{
+    xcb_connection_t* connection = m_display->Connection();
+    const std::size_t line = std::size_t{4} * m_picture.width;
+    const std::size_t room = std::size_t{4} * xcb_get_maximum_request_length(connection) -
+                             sizeof(xcb_put_image_request_t);
+    const int rows = static_cast<int>(std::clamp<std::size_t>(room / line, 1, 65535));
+    for (int row = 0; row < m_picture.height; row += rows) {
+        const int count = std::min(rows, m_picture.height - row);
+        xcb_put_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_id, m_gc,
+                      static_cast<std::uint16_t>(m_picture.width),
+                      static_cast<std::uint16_t>(count), static_cast<std::int16_t>(x),
+                      static_cast<std::int16_t>(y + row), 0, m_depth,
+                      static_cast<std::uint32_t>(line * count), m_memory->Data() + line * row);
+    }
+}
+
+void XWindow::BlackenAround(int x, int y, Extent window)
+{
+    if (x <= 0 && y <= 0)
+        return;
+    const auto rectangle = [](int left, int top, int width, int height) {
+        return xcb_rectangle_t{static_cast<std::int16_t>(left), static_cast<std::int16_t>(top),
+                               static_cast<std::uint16_t>(std::max(width, 0)),
+                               static_cast<std::uint16_t>(std::max(height, 0))};
+    };
+    const int right = x + m_picture.width;
+    const int bottom = y + m_picture.height;
+    const xcb_rectangle_t around[] = {
+        rectangle(0, 0, window.width, y),
+        rectangle(0, bottom, window.width, window.height - bottom),
+        rectangle(0, y, x, m_picture.height),
+        rectangle(right, y, window.width - right, m_picture.height),
+    };
+    xcb_poly_fill_rectangle(m_display->Connection(), m_id, m_gc, 4, around);
+}
+
+}  // namespace
+
+std::unique_ptr<Window> OpenWindow(std::uint64_t id, std::function<void()> changed)
+{
+    // Ids of X11 have 29 bits; what is larger is no window, and 0 none either.
+    const bool possible = id != 0 && id < (std::uint64_t{1} << 32);
+    return std::make_unique<XWindow>(possible ? Display::Get() : nullptr,
+                                     static_cast<xcb_window_t>(id), std::move(changed));
+}
+
+}  // namespace engine

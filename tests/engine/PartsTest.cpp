@@ -1,0 +1,379 @@
+// The parts by themselves: the byte queue, finding containers, the end of pictures, the clock, the
+// drawing over pictures.
+#include <cmath>
+#include <limits>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+#include "engine/media/ByteQueue.h"
+#include "engine/media/Container.h"
+#include "engine/media/FramePool.h"
+#include "engine/media/Input.h"
+#include "engine/media/PictureEnd.h"
+#include "engine/player/PlayClock.h"
+#include "engine/present/Overlay.h"
+#include "tests/engine/TestClip.h"
+
+namespace test {
+namespace {
+
+using engine::ByteQueue;
+using engine::Clock;
+using engine::Container;
+using engine::PlayClock;
+
+constexpr Clock::time_point FOREVER = Clock::time_point::max();
+
+// ---- ByteQueue
+
+Bytes Count(std::size_t size, std::uint8_t first = 0)
+{
+    Bytes bytes(size);
+    for (std::size_t i = 0; i < size; ++i)
+        bytes[i] = static_cast<std::uint8_t>(first + i);
+    return bytes;
+}
+
+TEST(ByteQueue, GivesBytesInTheirOrderAcrossItsSeam)
+{
+    ByteQueue queue;
+    std::uint8_t next = 0;
+    std::uint8_t expected = 0;
+    Bytes target(5000);
+    for (int round = 0; round < 100; ++round) {
+        const Bytes bytes = Count(4099, next);
+        next = static_cast<std::uint8_t>(next + 4099);
+        ASSERT_TRUE(queue.Put(bytes.data(), bytes.size()));
+        const auto read = queue.Take(target.data(), 4000, FOREVER);
+        ASSERT_EQ(read.size, 4000U);
+        for (std::size_t i = 0; i < read.size; ++i)
+            ASSERT_EQ(target[i], expected++);
+    }
+    EXPECT_EQ(queue.Size(), 9900U);
+}
+
+TEST(ByteQueue, TakesAllOrNothing)
+{
+    ByteQueue queue;
+    queue.SetCapacity(100);
+    const Bytes bytes = Count(60);
+    EXPECT_TRUE(queue.Put(bytes.data(), 60));
+    EXPECT_FALSE(queue.Put(bytes.data(), 41));
+    EXPECT_EQ(queue.Size(), 60U);
+    EXPECT_TRUE(queue.Put(bytes.data(), 40));
+}
+
+TEST(ByteQueue, TakesALargeBlockWhenItIsEmpty)
+{
+    ByteQueue queue;
+    queue.SetCapacity(100);
+    const Bytes bytes = Count(1000);
+    EXPECT_TRUE(queue.Put(bytes.data(), 1000));
+    EXPECT_FALSE(queue.Put(bytes.data(), 1));
+}
+
+TEST(ByteQueue, TellsItsEndOnceAndTakesNothingBeforeThat)
+{
+    ByteQueue queue;
+    std::uint8_t byte = 7;
+    queue.Put(&byte, 1);
+    queue.MarkEnd();
+    EXPECT_FALSE(queue.Put(&byte, 1));
+    EXPECT_EQ(queue.Take(&byte, 1, FOREVER).status, ByteQueue::Status::Data);
+    EXPECT_EQ(queue.Take(&byte, 1, FOREVER).status, ByteQueue::Status::End);
+    EXPECT_EQ(queue.Take(&byte, 1, Clock::now()).status, ByteQueue::Status::Timeout);
+    EXPECT_TRUE(queue.Put(&byte, 1));
+}
+
+TEST(ByteQueue, ClearTakesTheBytesAndTheEnd)
+{
+    ByteQueue queue;
+    std::uint8_t byte = 7;
+    queue.Put(&byte, 1);
+    queue.MarkEnd();
+    queue.Clear();
+    EXPECT_EQ(queue.Take(&byte, 1, FOREVER).status, ByteQueue::Status::Cleared);
+    EXPECT_EQ(queue.Take(&byte, 1, Clock::now()).status, ByteQueue::Status::Timeout);
+}
+
+TEST(ByteQueue, WakesItsReaderAndTellsThatItWaited)
+{
+    ByteQueue queue;
+    std::uint8_t byte = 0;
+    ByteQueue::Read read{};
+    std::thread reader([&] { read = queue.Take(&byte, 1, FOREVER); });
+    std::this_thread::yield();
+    const std::uint8_t put = 9;
+    queue.Put(&put, 1);
+    reader.join();
+    EXPECT_EQ(read.status, ByteQueue::Status::Data);
+    EXPECT_EQ(byte, 9);
+    queue.Put(&put, 1);
+    EXPECT_FALSE(queue.Take(&byte, 1, FOREVER).waited);
+    std::thread closer([&] { queue.Close(); });
+    EXPECT_EQ(queue.Take(&byte, 1, FOREVER).status, ByteQueue::Status::Closed);
+    closer.join();
+}
+
+// ---- FindContainer
+
+std::optional<engine::FoundContainer> Find(const Bytes& bytes,
+                                           Container expected = Container::Unknown)
+{
+    return engine::FindContainer(bytes.data(), bytes.size(), expected);
+}
+
+TEST(FindContainer, KnowsEveryFormatFromItsFirstBytesAndAmongRubbish)
+{
+    const struct
+    {
+        const char* format;
+        AVCodecID codec;
+        Container container;
+    } rows[] = {{"mpegts", AV_CODEC_ID_H264, Container::MpegTs},
+                {"matroska", AV_CODEC_ID_H264, Container::Matroska},
+                {"mp4", AV_CODEC_ID_H264, Container::Mp4},
+                {"h264", AV_CODEC_ID_H264, Container::H264},
+                {"hevc", AV_CODEC_ID_HEVC, Container::H265},
+                {"mjpeg", AV_CODEC_ID_MJPEG, Container::Mjpeg}};
+    for (const auto& row : rows) {
+        ClipOptions options;
+        options.format = row.format;
+        options.codec = row.codec;
+        if (row.codec == AV_CODEC_ID_MJPEG)
+            options.pixels = AV_PIX_FMT_YUVJ420P;
+        Bytes clip = MakeClip(options);
+        auto found = Find(clip);
+        ASSERT_TRUE(found) << row.format;
+        EXPECT_EQ(found->container, row.container) << row.format;
+        EXPECT_EQ(found->offset, 0U);
+        clip.insert(clip.begin(), 1000, 0x55);
+        found = Find(clip);
+        ASSERT_TRUE(found) << row.format;
+        EXPECT_EQ(found->container, row.container) << row.format;
+        EXPECT_EQ(found->offset, 1000U) << row.format;
+        EXPECT_FALSE(Find(Bytes(clip.begin(), clip.begin() + 900)));
+        const Container other =
+            row.container == Container::Mp4 ? Container::MpegTs : Container::Mp4;
+        EXPECT_FALSE(Find(clip, other)) << row.format;
+    }
+}
+
+TEST(FindContainer, FourCcsNameContainers)
+{
+    EXPECT_EQ(engine::ContainerOf({'M', 'P', 'T', 'S'}), Container::MpegTs);
+    EXPECT_EQ(engine::ContainerOf({'H', 'E', 'V', 'C'}), Container::H265);
+    EXPECT_EQ(engine::ContainerOf({0, 0, 0, 0}), Container::Unknown);
+    EXPECT_EQ(engine::ContainerOf({'A', 'U', 'T', 'O'}), Container::Unknown);
+    EXPECT_STREQ(engine::FourCcOf(Container::Matroska), "MKV ");
+}
+
+// ---- PictureEnd
+
+constexpr auto PERIOD = std::chrono::milliseconds(40);
+constexpr auto NEVER = Clock::duration::max();
+
+TEST(PictureEnd, TransportStreamEndsAPictureWithAPacketThatWasFilledUp)
+{
+    const auto pieces = MakeClipPieces({});
+    engine::PictureEnd end(Container::MpegTs);
+    for (const Bytes& piece : pieces) {
+        end.Feed(piece.data(), piece.size() - 188);
+        if (piece.size() > 3 * 188) {
+            EXPECT_EQ(end.Patience(PERIOD), NEVER);
+        }
+        end.Feed(piece.data() + piece.size() - 188, 100);
+        EXPECT_EQ(end.Patience(PERIOD), NEVER);
+        end.Feed(piece.data() + piece.size() - 88, 88);
+        EXPECT_EQ(end.Patience(PERIOD), Clock::duration::zero());
+        end.Taken();
+        EXPECT_EQ(end.Patience(PERIOD), NEVER);
+    }
+}
+
+TEST(PictureEnd, JpegEndsWithItsMarker)
+{
+    engine::PictureEnd end(Container::Mjpeg);
+    const Bytes bytes = {0xFF, 0xD8, 0xFF, 1, 2, 0xFF};
+    end.Feed(bytes.data(), bytes.size());
+    EXPECT_EQ(end.Patience(PERIOD), NEVER);
+    const std::uint8_t last = 0xD9;
+    end.Feed(&last, 1);
+    EXPECT_EQ(end.Patience(PERIOD), Clock::duration::zero());
+}
+
+TEST(PictureEnd, PauseOfAnElementaryStreamIsTrustedLessAfterItCutAPicture)
+{
+    engine::PictureEnd end(Container::H264);
+    const Bytes picture = {0, 0, 0, 1, 0x65, 1, 2, 3};
+    end.Feed(picture.data(), picture.size());
+    EXPECT_EQ(end.Patience(PERIOD), PERIOD / 2);
+    end.Taken();
+    end.Feed(picture.data(), picture.size());
+    EXPECT_EQ(end.Patience(PERIOD), PERIOD / 2);
+    end.Taken();
+    const Bytes rest = {4, 5, 6};
+    end.Feed(rest.data(), rest.size());
+    EXPECT_EQ(end.Patience(PERIOD), PERIOD);
+}
+
+// ---- PlayClock
+
+class Clocks : public testing::Test
+{
+protected:
+    PlayClock::Plan Schedule(double seconds, double now, bool live = false, bool more = true)
+    {
+        return m_clock.Schedule({seconds, 0.04, true, live, more}, At(now));
+    }
+    static Clock::time_point At(double seconds)
+    {
+        return Clock::time_point(std::chrono::duration_cast<Clock::duration>(
+            std::chrono::duration<double>(1000 + seconds)));
+    }
+    static double When(Clock::time_point time)
+    {
+        return std::chrono::duration<double>(time.time_since_epoch()).count() - 1000;
+    }
+
+    PlayClock m_clock;
+};
+
+TEST_F(Clocks, PicturesAreDueByTheirTimeStamps)
+{
+    EXPECT_NEAR(When(Schedule(5.00, 0.0).due), 0.00, 1e-6);
+    EXPECT_NEAR(When(Schedule(5.04, 0.001).due), 0.04, 1e-6);
+    EXPECT_NEAR(When(Schedule(5.50, 0.05).due), 0.50, 1e-6);
+}
+
+TEST_F(Clocks, SpeedScalesTheTimeBetweenThem)
+{
+    Schedule(0.0, 0.0);
+    m_clock.SetSpeed(4.0);
+    EXPECT_NEAR(When(Schedule(0.4, 0.0).due), 0.1, 1e-6);
+    m_clock.SetSpeed(0.25);
+    EXPECT_NEAR(When(Schedule(0.5, 0.1).due), 0.5, 1e-6);
+}
+
+TEST_F(Clocks, LatePicturesAreLeftOutWhenNewerOnesAreThere)
+{
+    Schedule(0.0, 0.0);
+    EXPECT_FALSE(Schedule(0.04, 0.07).drop) << "less than a period late";
+    EXPECT_TRUE(Schedule(0.08, 0.15).drop);
+    EXPECT_FALSE(Schedule(0.12, 0.20, false, /*more=*/false).drop);
+}
+
+TEST_F(Clocks, OneOfManyLatePicturesIsStillShownNowAndThen)
+{
+    Schedule(0.0, 0.0);
+    int shown = 0;
+    for (int i = 1; i < 50; ++i)
+        shown += !Schedule(i * 0.01, i * 0.02 + 0.1).drop;
+    EXPECT_GE(shown, 3);
+    EXPECT_LE(shown, 6);
+}
+
+TEST_F(Clocks, ClockThatIsSecondsWrongIsSetAnew)
+{
+    Schedule(0.0, 0.0);
+    EXPECT_FALSE(Schedule(0.04, 5.0).drop);
+    EXPECT_NEAR(When(Schedule(0.08, 5.0).due), 5.04, 1e-6);
+}
+
+TEST_F(Clocks, JumpOfTheTimeStampsGoesOnOnePeriodLater)
+{
+    Schedule(10.0, 0.0);
+    EXPECT_NEAR(When(Schedule(0.0, 0.01).due), 0.04, 1e-6);
+    EXPECT_NEAR(When(Schedule(0.04, 0.01).due), 0.08, 1e-6);
+    EXPECT_NEAR(When(Schedule(900.0, 0.01).due), 0.12, 1e-6);
+}
+
+TEST_F(Clocks, LivePictureIsShownAtOnceAndTheDelayStaysSmall)
+{
+    // The first picture came 300 ms late, the others come in time.
+    Schedule(0.0, 0.3, true, false);
+    for (int i = 1; i < 10; ++i)
+        EXPECT_NEAR(When(Schedule(i * 0.04, i * 0.04, true, false).due), i * 0.04, 1e-6);
+}
+
+TEST_F(Clocks, FileThatIsPutInSmallBlocksDoesNotRunAway)
+{
+    // Every picture looks live and comes after 1 ms.
+    double due = 0.0;
+    for (int i = 0; i < 100; ++i)
+        due = When(Schedule(i * 0.04, std::max(due, i * 0.001), true, true).due);
+    EXPECT_GT(due, 99 * 0.04 - 0.6);
+}
+
+// ---- Line sizes
+
+TEST(FramePool, LineSizesAreOddMultiplesOf64)
+{
+    EXPECT_EQ(engine::PictureLineSize(2048), 2112);
+    EXPECT_EQ(engine::PictureLineSize(3000), 3008);
+    EXPECT_EQ(engine::PictureLineSize(1), 64);
+    EXPECT_EQ(engine::PictureLineSize(65), 192);
+}
+
+// ---- Overlay
+
+class Overlays : public testing::Test
+{
+protected:
+    std::uint32_t At(int x, int y) const
+    {
+        const std::uint8_t* pixel = m_pixels.data() + 4 * (y * 40 + x);
+        return std::uint32_t{pixel[2]} << 16 | std::uint32_t{pixel[1]} << 8 | pixel[0];
+    }
+    void Draw(const std::vector<engine::OverlayLine>& lines,
+              const std::vector<engine::OverlayText>& texts = {})
+    {
+        engine::DrawOverlay(m_pixels.data(), {40, 30}, lines, texts);
+    }
+
+    Bytes m_pixels = Bytes(40 * 30 * 4);
+};
+
+TEST_F(Overlays, LineRunsFromEndToEndInItsColourAndWidth)
+{
+    Draw({{{0.25F, 0.5F, 0.75F, 0.5F}, 3, 0xFF102030}});
+    EXPECT_EQ(At(10, 15), 0x102030U);
+    EXPECT_EQ(At(30, 15), 0x102030U);
+    EXPECT_EQ(At(20, 14), 0x102030U);
+    EXPECT_EQ(At(20, 16), 0x102030U);
+    EXPECT_EQ(At(20, 12), 0U);
+    EXPECT_EQ(At(20, 18), 0U);
+    EXPECT_EQ(At(8, 15), 0U);
+    EXPECT_EQ(At(32, 15), 0U);
+}
+
+TEST_F(Overlays, HalfTransparentInkIsBlendedOnce)
+{
+    Draw({{{0.0F, 0.5F, 1.0F, 0.5F}, 1, 0x80FFFFFF}});
+    EXPECT_EQ(At(20, 15), 0x808080U);
+}
+
+TEST_F(Overlays, NothingIsDrawnOutsideThePictureNorForWhatIsNoNumber)
+{
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    Draw({{{-5.0F, -7.0F, 9.0F, 1e30F}, 32, 0xFFFFFFFF},
+          {{nan, 0.5F, 0.5F, 0.5F, 0.6F, std::numeric_limits<float>::infinity()}, 1, 0xFFFFFFFF},
+          {{0.5F}, 1, 0xFFFFFFFF}},
+         {{"text", nan, 0.0F, 16, 0xFFFFFFFF}, {"text", 1e30F, -1e30F, 256, 0xFFFFFFFF}});
+    SUCCEED();  // AddressSanitizer watches the borders
+}
+
+TEST_F(Overlays, LetterHasItsShape)
+{
+    Draw({}, {{"L", 0.0F, 0.0F, 8, 0xFFFFFFFF}});
+    for (int row = 0; row < 7; ++row)
+        EXPECT_EQ(At(0, row), 0xFFFFFFU) << row;
+    for (int column = 0; column < 5; ++column)
+        EXPECT_EQ(At(column, 6), 0xFFFFFFU);
+    EXPECT_EQ(At(2, 2), 0U);
+    EXPECT_EQ(At(5, 6), 0U);
+}
+
+}  // namespace
+}  // namespace test

@@ -1,0 +1,390 @@
+// What comes in: containers, codecs, colours, blocks of any size, streams that break off and
+// change.
+#include <algorithm>
+#include <cstdlib>
+#include <future>
+#include <random>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+#include "tests/engine/EngineUnderTest.h"
+
+namespace test {
+namespace {
+
+struct FormatCase
+{
+    const char* name;
+    const char* format;
+    AVCodecID codec;
+    AVPixelFormat pixels;
+    AVColorRange range;
+    AVColorSpace matrix;
+    const char* fourCc;
+};
+
+void PrintTo(const FormatCase& format, std::ostream* out)
+{
+    *out << format.name;
+}
+
+class Formats : public testing::TestWithParam<FormatCase>
+{};
+
+TEST_P(Formats, AreShownInTheirColours)
+{
+    const FormatCase& format = GetParam();
+    ClipOptions options;
+    options.format = format.format;
+    options.codec = format.codec;
+    options.pixels = format.pixels;
+    options.range = format.range;
+    options.matrix = format.matrix;
+    Images images;
+    TestPlayer player(format.fourCc);
+    const int view = player.AddView(RV_MODE_SOURCE);
+    ASSERT_EQ(player.Listen(view, images), 0);
+    ASSERT_EQ(player.Play(), 0);
+    ASSERT_EQ(player.Put(MakeClip(options)), 0);
+    ASSERT_EQ(player.End(), 0);
+    const Images::Image image = images.Await(1);
+    ASSERT_EQ(image.width, 256);
+    const bool grey = format.pixels == AV_PIX_FMT_GRAY8;
+    const Colour left = grey ? Colour{80, 80, 80} : Colour{200, 40, 40};
+    if (!grey) {
+        EXPECT_TRUE(Near(image.At(0.25, 0.5), left, 4))
+            << image.At(0.25, 0.5).r << " " << image.At(0.25, 0.5).g << " "
+            << image.At(0.25, 0.5).b;
+        EXPECT_TRUE(Near(image.At(0.75, 0.5), {40, 60, 190}, 4))
+            << image.At(0.75, 0.5).r << " " << image.At(0.75, 0.5).g << " "
+            << image.At(0.75, 0.5).b;
+    }
+}
+
+constexpr AVColorRange LIMITED = AVCOL_RANGE_MPEG;
+constexpr AVColorRange FULL = AVCOL_RANGE_JPEG;
+constexpr AVColorSpace BT601 = AVCOL_SPC_SMPTE170M;
+constexpr AVColorSpace BT709 = AVCOL_SPC_BT709;
+constexpr AVCodecID H264 = AV_CODEC_ID_H264;
+constexpr AVCodecID H265 = AV_CODEC_ID_HEVC;
+constexpr AVCodecID JPEG = AV_CODEC_ID_MJPEG;
+
+INSTANTIATE_TEST_SUITE_P(
+    All, Formats,
+    testing::Values(
+        FormatCase{"TsH264", "mpegts", H264, AV_PIX_FMT_YUV420P, LIMITED, BT709, "AUTO"},
+        FormatCase{"TsH264Named", "mpegts", H264, AV_PIX_FMT_YUV420P, LIMITED, BT709, "MPTS"},
+        FormatCase{"TsH265", "mpegts", H265, AV_PIX_FMT_YUV420P, LIMITED, BT709, "AUTO"},
+        FormatCase{"MatroskaH264", "matroska", H264, AV_PIX_FMT_YUV420P, LIMITED, BT709, "AUTO"},
+        FormatCase{"MatroskaH265", "matroska", H265, AV_PIX_FMT_YUV420P, LIMITED, BT709, "MKV "},
+        FormatCase{"MatroskaMjpeg", "matroska", JPEG, AV_PIX_FMT_YUVJ420P, FULL, BT601, "AUTO"},
+        FormatCase{"Mp4H264", "mp4", H264, AV_PIX_FMT_YUV420P, LIMITED, BT709, "AUTO"},
+        FormatCase{"Mp4H265", "mp4", H265, AV_PIX_FMT_YUV420P, LIMITED, BT709, "MP4 "},
+        FormatCase{"ElementaryH264", "h264", H264, AV_PIX_FMT_YUV420P, LIMITED, BT709, "AUTO"},
+        FormatCase{"ElementaryH264Named", "h264", H264, AV_PIX_FMT_YUV420P, LIMITED, BT709, "H264"},
+        FormatCase{"ElementaryH265", "hevc", H265, AV_PIX_FMT_YUV420P, LIMITED, BT709, "AUTO"},
+        FormatCase{"ElementaryMjpeg", "mjpeg", JPEG, AV_PIX_FMT_YUVJ420P, FULL, BT601, "AUTO"},
+        FormatCase{"Mjpeg422", "mjpeg", JPEG, AV_PIX_FMT_YUVJ422P, FULL, BT601, "MJPG"},
+        FormatCase{"H264Full709", "mpegts", H264, AV_PIX_FMT_YUV420P, FULL, BT709, "AUTO"},
+        FormatCase{"H264Limited601", "mpegts", H264, AV_PIX_FMT_YUV420P, LIMITED, BT601, "AUTO"},
+        FormatCase{"H264Full601", "mpegts", H264, AV_PIX_FMT_YUV420P, FULL, BT601, "AUTO"},
+        FormatCase{"H264TenBits", "mpegts", H264, AV_PIX_FMT_YUV420P10, LIMITED, BT709, "AUTO"},
+        FormatCase{"H264422", "mpegts", H264, AV_PIX_FMT_YUV422P, LIMITED, BT709, "AUTO"},
+        FormatCase{"H264444", "mpegts", H264, AV_PIX_FMT_YUV444P, LIMITED, BT709, "AUTO"},
+        FormatCase{"H264444Full", "mpegts", H264, AV_PIX_FMT_YUV444P, FULL, BT601, "AUTO"},
+        FormatCase{"H265TenBits", "mpegts", H265, AV_PIX_FMT_YUV420P10, LIMITED, BT709, "AUTO"},
+        FormatCase{"H265TenBits422", "mpegts", H265, AV_PIX_FMT_YUV422P10, FULL, BT709, "AUTO"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// ---- Blocks, breaks and changes
+
+/// A clip whose picture tells its number: grey levels 40, 60, 80 ... in turn.
+ClipOptions Numbered(const char* format, int pictures)
+{
+    ClipOptions options;
+    options.format = format;
+    if (std::string(format) == "hevc")
+        options.codec = AV_CODEC_ID_HEVC;
+    if (std::string(format) == "mjpeg") {
+        options.codec = AV_CODEC_ID_MJPEG;
+        options.pixels = AV_PIX_FMT_YUVJ420P;
+        options.range = AVCOL_RANGE_JPEG;
+        options.matrix = AVCOL_SPC_SMPTE170M;
+    }
+    options.width = options.height = 128;
+    options.pictures = pictures;
+    options.paint = [](int picture, int, int) {
+        const double grey = 40 + 20 * (picture % 10);
+        return Colour{grey, grey, grey};
+    };
+    return options;
+}
+
+Colour GreyOf(int picture)
+{
+    const double grey = 40 + 20 * (picture % 10);
+    return {grey, grey, grey};
+}
+
+/// A player with a source view that is listened to.
+class Source
+{
+public:
+    explicit Source(const char* fourCc = "AUTO") : player(fourCc)
+    {
+        view = player.AddView(RV_MODE_SOURCE);
+        player.Listen(view, images, 32, 32);
+        RV(RV_FastForward)(player.Id(), 16);
+        player.Play();
+    }
+    ~Source() { player.Delete(); }  // before the images
+
+    /// Puts everything, waiting while the buffer is full.
+    void PutAll(const Bytes& bytes, std::size_t block)
+    {
+        for (std::size_t at = 0; at < bytes.size(); at += block) {
+            const std::size_t size = std::min(block, bytes.size() - at);
+            while (player.Put(bytes.data() + at, size) == RV_BUFFER_FULL)
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
+
+    /// The end mark is refused a second time, not lost, while the first waits to be reached.
+    bool AwaitEnd()
+    {
+        std::promise<void> ended;
+        RV(RV_RegisterNotifyPlayToEnd)
+        (
+            player.Id(),
+            [](int, void* promise) { static_cast<std::promise<void>*>(promise)->set_value(); },
+            &ended);
+        player.End();
+        const bool came = ended.get_future().wait_for(PATIENCE) == std::future_status::ready;
+        RV(RV_RegisterNotifyPlayToEnd)(player.Id(), nullptr, nullptr);
+        return came;
+    }
+
+    Images images;
+    TestPlayer player;
+    int view;
+};
+
+class EveryFormat : public testing::TestWithParam<const char*>
+{};
+
+TEST_P(EveryFormat, GivesEveryPictureWhenFedByteByByte)
+{
+    const Bytes clip = MakeClip(Numbered(GetParam(), 5));
+    Source source;
+    source.PutAll(clip, 1);
+    ASSERT_TRUE(source.AwaitEnd());
+    ASSERT_EQ(source.player.Describe().llDecoded, 5);
+    EXPECT_TRUE(Near(source.images.Await(1).At(0.5, 0.5), GreyOf(4), 3));
+}
+
+TEST(Streams, Mp4HeaderMayBreakAnywhereInItsDecoderRecord)
+{
+    const Bytes clip = MakeClip(Numbered("mp4", 2));
+    static constexpr std::uint8_t NAME[] = {'a', 'v', 'c', 'C'};
+    const auto name = std::search(clip.begin(), clip.end(), std::begin(NAME), std::end(NAME));
+    ASSERT_NE(name, clip.end());
+    const auto at = static_cast<std::size_t>(name - clip.begin());
+    for (std::size_t cut = at - 8; cut < at + 24; ++cut) {
+        Source source;
+        ASSERT_EQ(source.player.Put(clip.data(), cut), 0);
+        while (source.player.Describe().iBytesBuffered > 0)
+            std::this_thread::yield();
+        source.PutAll(Bytes(clip.begin() + static_cast<std::ptrdiff_t>(cut), clip.end()), 4096);
+        ASSERT_TRUE(source.AwaitEnd());
+        EXPECT_EQ(source.player.Describe().llDecoded, 2)
+            << "cut " << cut - at << " behind the name";
+    }
+}
+
+TEST_P(EveryFormat, PlaysOnWhenTheClipIsPutAgain)
+{
+    const Bytes clip = MakeClip(Numbered(GetParam(), 4));
+    Source source;
+    for (int round = 1; round <= 3; ++round) {
+        source.PutAll(clip, 1000);
+        ASSERT_TRUE(source.AwaitEnd());
+        EXPECT_EQ(source.player.Describe().llDecoded, 4 * round);
+    }
+}
+
+TEST_P(EveryFormat, PlaysOnWhenTheClipBeginsAgainWithoutAnEndMark)
+{
+    const Bytes clip = MakeClip(Numbered(GetParam(), 4));
+    Source source;
+    for (int round = 0; round < 3; ++round)
+        source.PutAll(clip, 777);
+    ASSERT_TRUE(source.AwaitEnd());
+    EXPECT_EQ(source.player.Describe().llDecoded, 12);
+}
+
+TEST_P(EveryFormat, ComesBackAfterRubbishAndACutOffPicture)
+{
+    const Bytes clip = MakeClip(Numbered(GetParam(), 8));
+    Source source;
+    source.PutAll(Bytes(clip.begin(), clip.begin() + static_cast<long>(clip.size() * 6 / 10)),
+                  4096);
+    std::mt19937 random(7);
+    Bytes rubbish(3000);
+    for (auto& byte : rubbish)
+        byte = static_cast<std::uint8_t>(random());
+    source.PutAll(rubbish, 500);
+    // Rubbish can look like a JPEG segment of 64 KiB, which swallows what follows.
+    const int rounds = std::string(GetParam()) == "mjpeg" ? 15 : 3;
+    for (int i = 0; i < rounds; ++i)
+        source.PutAll(clip, 4096);
+    ASSERT_TRUE(source.AwaitEnd());
+    // Some of the first pictures and all of at least the last clip but one.
+    EXPECT_GE(source.player.Describe().llDecoded, 8 + 2);
+    EXPECT_TRUE(Near(source.images.Await(1).At(0.5, 0.5), GreyOf(7), 3));
+}
+
+TEST_P(EveryFormat, IsFoundAgainAfterCleaning)
+{
+    const Bytes clip = MakeClip(Numbered(GetParam(), 4));
+    Source source;
+    source.PutAll(Bytes(clip.begin(), clip.begin() + static_cast<long>(clip.size() / 2)), 4096);
+    ASSERT_EQ(RV(RV_CleanStreamBuffer)(source.player.Id()), 0);
+    source.PutAll(clip, 4096);
+    ASSERT_TRUE(source.AwaitEnd());
+    EXPECT_TRUE(Near(source.images.Await(1).At(0.5, 0.5), GreyOf(3), 3));
+}
+
+TEST_P(EveryFormat, FollowsAChangeOfResolution)
+{
+    ClipOptions small = Numbered(GetParam(), 4);
+    ClipOptions large = small;
+    large.width = 192;
+    large.height = 160;
+    large.firstPicture = 4;
+    Source source;
+    source.PutAll(MakeClip(small), 4096);
+    source.PutAll(MakeClip(large), 4096);
+    ASSERT_TRUE(source.AwaitEnd());
+    const RvVideoParam param = source.player.Describe();
+    EXPECT_EQ(param.llDecoded, 8);
+    EXPECT_EQ(param.iWidth, 192);
+    EXPECT_EQ(param.iHeight, 160);
+}
+
+/// A live stream: every picture is put only when the one before it has been shown, so each must
+/// come out without a byte of the next.
+TEST_P(EveryFormat, ShowsALivePictureBeforeTheNextOneComes)
+{
+    const std::vector<Bytes> pieces = MakeClipPieces(Numbered(GetParam(), 12));
+    Source source;
+    int shown = 0;
+    for (const Bytes& piece : pieces) {
+        ASSERT_EQ(source.player.Put(piece), 0);
+        ASSERT_TRUE(source.images.AwaitOne([&](const auto& image) {
+            return Near(image.At(0.5, 0.5), GreyOf(shown), 3);
+        })) << "picture "
+            << shown;
+        ++shown;
+    }
+    EXPECT_EQ(shown, 12);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EveryFormat,
+                         testing::Values("mpegts", "matroska", "mp4", "h264", "hevc", "mjpeg"),
+                         [](const auto& info) { return std::string(info.param); });
+
+TEST(Streams, ContainerMayChangeWithoutAnEndMark)
+{
+    Source source;
+    std::int64_t pictures = 0;
+    for (const char* format : {"matroska", "mp4", "matroska"}) {
+        source.PutAll(MakeClip(Numbered(format, 4)), 4096);
+        pictures += 4;
+    }
+    ASSERT_TRUE(source.AwaitEnd());
+    EXPECT_EQ(source.player.Describe().llDecoded, pictures);
+}
+
+TEST(Streams, WrongFourCcIsCorrectedByTheData)
+{
+    for (const char* fourCc : {"MKV ", "XXXX"}) {
+        Source source(fourCc);
+        source.PutAll(MakeClip(Numbered("mpegts", 30)), 4096);
+        ASSERT_TRUE(source.AwaitEnd());
+        EXPECT_EQ(source.player.Describe().llDecoded, 30) << fourCc;
+    }
+}
+
+TEST(Streams, RepetitionsOfOnePictureAreStillPictures)
+{
+    Source source;
+    const RvVideoParam before = source.player.Describe();
+    EXPECT_EQ(before.iWidth, 0);
+    EXPECT_EQ(before.acCodec[0], 0);
+    source.PutAll(MakeClip(Numbered("mpegts", 3)), 100000);
+    ASSERT_TRUE(source.AwaitEnd());
+    const RvVideoParam param = source.player.Describe();
+    EXPECT_EQ(std::string(param.acCodec, 4), "H264");
+    EXPECT_EQ(std::string(param.acContainer, 4), "MPTS");
+    EXPECT_NEAR(param.dFrameRate, 25.0, 0.5);
+    EXPECT_EQ(param.llShown + param.llDropped, 3);
+    EXPECT_EQ(param.iBytesBuffered, 0);
+}
+
+TEST(Streams, FullBufferTakesNothingAndTakesItLater)
+{
+    TestPlayer player;
+    ASSERT_EQ(RV(RV_SetFrameListBufferSize)(player.Id(), 64 * 1024), 0);
+    const Bytes zeros(40 * 1024);
+    ASSERT_EQ(player.Put(zeros), 0);
+    int result = 0;
+    int taken = 0;
+    // Without a stream's beginning in them the decoder passes over zeros, so that room comes again.
+    for (int i = 0; i < 100000 && taken < 3; ++i) {
+        result = player.Put(zeros);
+        taken += result == 0;
+        EXPECT_TRUE(result == 0 || result == RV_BUFFER_FULL);
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(taken, 3);
+}
+
+TEST(Streams, PausedPlayerFillsItsBuffer)
+{
+    Source source;
+    RV(RV_Pause)(source.player.Id(), 1);
+    ASSERT_EQ(RV(RV_SetFrameListBufferSize)(source.player.Id(), 64 * 1024), 0);
+    const Bytes clip = MakeClip(Numbered("mpegts", 10));
+    int result = 0;
+    for (int i = 0; i < 100 && result == 0; ++i)
+        result = source.player.Put(clip);
+    EXPECT_EQ(result, RV_BUFFER_FULL);
+    EXPECT_EQ(source.images.Count(), 0);
+    ASSERT_EQ(RV(RV_StepForward)(source.player.Id()), 0);
+    EXPECT_TRUE(Near(source.images.Await(1).At(0.5, 0.5), GreyOf(0), 3));
+    ASSERT_EQ(RV(RV_StepForward)(source.player.Id()), 0);
+    EXPECT_TRUE(Near(source.images.Await(2).At(0.5, 0.5), GreyOf(1), 3));
+    EXPECT_EQ(RV(RV_GetPlayingFrameNum)(source.player.Id()), 2);
+    std::int64_t time = -1;
+    EXPECT_EQ(RV(RV_GetPlayTime)(source.player.Id(), &time), 0);
+    EXPECT_EQ(time, 40);
+    RV(RV_Play)(source.player.Id());
+    EXPECT_EQ(RV(RV_StepForward)(source.player.Id()), -1);
+    EXPECT_EQ(source.images.Await(3).width, 32);
+}
+
+TEST(Streams, StopForgetsTheStreamAndPlayStartsAnew)
+{
+    Source source;
+    source.PutAll(MakeClip(Numbered("mpegts", 50)), 4096);
+    ASSERT_EQ(source.images.Await(2).width, 32);
+    ASSERT_EQ(RV(RV_Stop)(source.player.Id()), 0);
+    ASSERT_EQ(RV(RV_Play)(source.player.Id()), 0);
+    source.PutAll(MakeClip(Numbered("matroska", 3)), 4096);
+    ASSERT_TRUE(source.AwaitEnd());
+    EXPECT_TRUE(Near(source.images.Await(1).At(0.5, 0.5), GreyOf(2), 3));
+}
+
+}  // namespace
+}  // namespace test

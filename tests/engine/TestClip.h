@@ -1,0 +1,48 @@
+// Small clips of known pictures, encoded and multiplexed in memory.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavutil/pixfmt.h>
+}
+
+namespace test {
+
+struct Colour
+{
+    double r, g, b;  // 0..255
+};
+
+using Bytes = std::vector<std::uint8_t>;
+
+struct ClipOptions
+{
+    std::string format = "mpegts";  // muxer: mpegts, matroska, mp4, h264, hevc, mjpeg
+    AVCodecID codec = AV_CODEC_ID_H264;
+    AVPixelFormat pixels = AV_PIX_FMT_YUV420P;
+    AVColorRange range = AVCOL_RANGE_MPEG;
+    AVColorSpace matrix = AVCOL_SPC_BT709;
+    int width = 256;
+    int height = 256;
+    int pictures = 10;
+    int rate = 25;
+    int keyInterval = 10;
+    int firstPicture = 0;  // time stamps begin here
+    // The colour of a pixel; `picture` counts from 0.
+    std::function<Colour(int picture, int x, int y)> paint = [](int, int x, int) {
+        return x < 128 ? Colour{200, 40, 40} : Colour{40, 60, 190};
+    };
+};
+
+/// The clip's bytes, in the pieces in which a live sender puts them: one for each picture (the
+/// first with the container's header). Throws std::runtime_error where FFmpeg cannot.
+std::vector<Bytes> MakeClipPieces(const ClipOptions& options);
+
+Bytes MakeClip(const ClipOptions& options);
+
+}  // namespace test

@@ -1,0 +1,536 @@
+// What comes out: every kind of view of a known fisheye picture, its parameters, its callback.
+#include <atomic>
+#include <cmath>
+#include <cstring>
+#include <future>
+#include <limits>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+#include "optics/FisheyePicture.h"
+#include "optics/View.h"
+#include "tests/engine/EngineUnderTest.h"
+
+namespace test {
+namespace {
+
+constexpr double PI = 3.14159265358979323846;
+
+/// The colour of a direction: bearing and angle off the axis can be read from it, smoothly.
+Colour ColourOf(const optics::Vec3& direction)
+{
+    return {128 + 100 * direction.x, 128 + 100 * direction.y, 128 + 100 * direction.z};
+}
+
+/// A picture of an equidistant lens of 180 degrees, the circle as large as it can be.
+ClipOptions FisheyeClip(int size = 512)
+{
+    ClipOptions options;
+    options.format = "mpegts";
+    options.width = options.height = size;
+    options.pictures = 3;
+    options.paint = [size](int, int x, int y) {
+        const double u = (x + 0.5) / size;
+        const double v = (y + 0.5) / size;
+        const double rho = std::hypot(2 * u - 1, 2 * v - 1);
+        return rho <= 1.0 ? ColourOf(optics::FisheyeDirection({u, v})) : Colour{0, 0, 0};
+    };
+    return options;
+}
+
+const Bytes& Clip()
+{
+    static const Bytes clip = MakeClip(FisheyeClip());
+    return clip;
+}
+
+class Views : public testing::Test
+{
+protected:
+    void Feed()
+    {
+        ASSERT_EQ(m_player.Play(), 0);
+        ASSERT_EQ(m_player.Put(Clip()), 0);
+        ASSERT_EQ(m_player.End(), 0);
+    }
+
+    /// Holds what a view shows against the view's own geometry.
+    void ExpectView(const Images::Image& image, const optics::ViewParameters& parameters)
+    {
+        optics::ViewParameters sized = parameters;
+        sized.iWidth = image.width;
+        sized.iHeight = image.height;
+        const optics::View view(sized);
+        for (double y = 0.1; y < 1.0; y += 0.2) {
+            for (double x = 0.1; x < 1.0; x += 0.2) {
+                const int column = static_cast<int>(x * image.width);
+                const int row = static_cast<int>(y * image.height);
+                const auto direction =
+                    view.Direction({(column + 0.5) / image.width, (row + 0.5) / image.height});
+                const bool seen = direction && optics::AngleOffAxis(*direction) < 0.49 * PI;
+                const bool black = !direction || optics::AngleOffAxis(*direction) > 0.51 * PI;
+                const Colour colour = image.At(x, y);
+                if (seen) {
+                    EXPECT_TRUE(Near(colour, ColourOf(*direction), 6))
+                        << x << " " << y << ": " << colour.r << " " << colour.g << " " << colour.b;
+                } else if (black) {
+                    EXPECT_TRUE(Near(colour, {0, 0, 0}, 2)) << x << " " << y;
+                }
+            }
+        }
+    }
+
+    Images m_images;  // outlives the player that calls it
+    TestPlayer m_player;
+};
+
+struct ViewCase
+{
+    const char* name;
+    int mode;
+    int mount;
+    int x, y, zoom;
+};
+
+class EveryView : public Views, public testing::WithParamInterface<ViewCase>
+{};
+
+TEST_P(EveryView, ShowsTheDirectionsThatItsGeometrySays)
+{
+    const ViewCase& c = GetParam();
+    const int view = m_player.AddView(c.mode, c.mount, c.x, c.y, c.zoom);
+    ASSERT_GT(view, 0);
+    ASSERT_EQ(m_player.Listen(view, m_images, 320, 240), 0);
+    Feed();
+    const Images::Image image = m_images.Await(1);
+    ASSERT_EQ(image.width, 320);
+    optics::ViewParameters parameters;
+    parameters.eKind = static_cast<optics::ViewKind>(c.mode);
+    parameters.eMount = optics::MountOf(c.mount);
+    parameters.stCentre = {c.x / 10000.0, c.y / 10000.0};
+    parameters.dZoom = c.zoom;
+    ExpectView(image, parameters);
+    EXPECT_EQ(m_images.Player(), m_player.Id());
+    EXPECT_EQ(m_images.Correct(), view);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, EveryView,
+    testing::Values(ViewCase{"PtzCeiling", RV_MODE_PTZ, 3, 5000, 7500, 10000},
+                    ViewCase{"PtzCeilingAside", RV_MODE_PTZ, 0, 2500, 4000, 5000},
+                    ViewCase{"PtzFloor", RV_MODE_PTZ, 2, 7000, 6000, 7000},
+                    ViewCase{"PtzWall", RV_MODE_PTZ, 1, 6000, 4500, 10000},
+                    ViewCase{"PtzOnTheRim", RV_MODE_PTZ, 3, 5000, 10000, 10000},
+                    ViewCase{"PtzAtThePole", RV_MODE_PTZ, 3, 5000, 5000, 500},
+                    ViewCase{"PtzFromOutside", RV_MODE_PTZ, 3, 0, 0, 10000},
+                    ViewCase{"PanoramaCeiling", RV_MODE_PANORAMA, 3, 0, 0, 0},
+                    ViewCase{"PanoramaWall", RV_MODE_PANORAMA, 1, 0, 0, 0},
+                    ViewCase{"PanoramaFloor", RV_MODE_PANORAMA, 2, 0, 0, 0},
+                    ViewCase{"HalfCeiling", RV_MODE_180, 0, 0, 0, 0},
+                    ViewCase{"HalfWall", RV_MODE_180, 1, 0, 0, 0},
+                    ViewCase{"HalfFloor", RV_MODE_180, 2, 0, 0, 0},
+                    ViewCase{"Lat", RV_MODE_LAT, 0, 0, 0, 0}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(Views, FisheyeKeepsItsAspectBetweenBlackBars)
+{
+    const int view = m_player.Fisheye();
+    ASSERT_GT(view, 0);
+    ASSERT_EQ(m_player.Listen(view, m_images, 400, 200), 0);
+    Feed();
+    const Images::Image image = m_images.Await(1);
+    ASSERT_EQ(image.width, 400);
+    EXPECT_TRUE(Near(image.At(0.1, 0.5), {0, 0, 0}, 2));
+    EXPECT_TRUE(Near(image.At(0.9, 0.5), {0, 0, 0}, 2));
+    EXPECT_TRUE(Near(image.At(0.5, 0.5), ColourOf({0, 0, 1}), 4));
+    EXPECT_TRUE(Near(image.At(0.7, 0.5), ColourOf(optics::FisheyeDirection({0.9, 0.5})), 6));
+}
+
+TEST_F(Views, MainWindowSwitchesBetweenFisheyeAndSource)
+{
+    const int view = m_player.Fisheye();
+    // A lens of half the circle: its fisheye picture differs from the picture as it is.
+    RvLens lens{};
+    lens.iSize = sizeof(lens);
+    lens.dCentreX = lens.dCentreY = 255.5;
+    lens.dCircleRadius = 128;
+    ASSERT_EQ(RV(RV_PlayerControl)(m_player.Id(), RV_CONTROL_SET_LENS, &lens, sizeof(lens)), 0);
+    ASSERT_EQ(m_player.Listen(view, m_images), 0);
+    Feed();
+    const Colour fisheye = ColourOf(optics::FisheyeDirection({0.7, 0.5}));  // half as far out
+    EXPECT_TRUE(
+        m_images.AwaitOne([&](const auto& image) { return Near(image.At(0.9, 0.5), fisheye, 5); }));
+    EXPECT_EQ(RV(RV_SetFishEyeCorrectEnable)(m_player.Id(), 0, nullptr), 0);
+    const Colour source = ColourOf(optics::FisheyeDirection({0.9, 0.5}));
+    EXPECT_TRUE(
+        m_images.AwaitOne([&](const auto& image) { return Near(image.At(0.9, 0.5), source, 5); }));
+    EXPECT_EQ(m_player.Fisheye(), view);
+    EXPECT_TRUE(
+        m_images.AwaitOne([&](const auto& image) { return Near(image.At(0.9, 0.5), fisheye, 5); }));
+}
+
+TEST_F(Views, ParameterChangeIsDrawnWithoutANewPicture)
+{
+    const int view = m_player.AddView(RV_MODE_PTZ, 3, 5000, 7500, 2000);
+    ASSERT_EQ(m_player.Listen(view, m_images), 0);
+    Feed();
+    ASSERT_EQ(m_images.Await(1).width, 256);
+    RvPtz ptz{};
+    ASSERT_EQ(RV(RV_GetFishEyeCorrectPara)(m_player.Id(), view, 1, &ptz, sizeof(ptz)), 0);
+    ptz.iPositionX = 7500;
+    ptz.iPositionY = 5000;
+    ASSERT_EQ(RV(RV_SetFishEyeCorrectPara)(m_player.Id(), view, 1, &ptz, sizeof(ptz)), 0);
+    const Colour there = ColourOf(optics::FisheyeDirection({0.75, 0.5}));
+    EXPECT_TRUE(
+        m_images.AwaitOne([&](const auto& image) { return Near(image.At(0.5, 0.5), there, 5); }));
+}
+
+TEST_F(Views, PanoramaTurnsByItsAngle)
+{
+    const int view = m_player.AddView(RV_MODE_PANORAMA, 3);
+    ASSERT_EQ(m_player.Listen(view, m_images, 360, 90), 0);
+    Feed();
+    ASSERT_EQ(m_images.Await(1).width, 360);
+    RvWideScan wide{77, 90.0F};
+    ASSERT_EQ(RV(RV_SetFishEyeCorrectPara)(m_player.Id(), view, 3, &wide, sizeof(wide)), 0);
+    optics::ViewParameters parameters;
+    parameters.eKind = optics::ViewKind::Panorama;
+    parameters.dAngleDeg = 90;
+    parameters.iWidth = 360;
+    parameters.iHeight = 90;
+    const Colour there = ColourOf(*optics::View(parameters).Direction({180.5 / 360, 45.5 / 90}));
+    EXPECT_TRUE(
+        m_images.AwaitOne([&](const auto& image) { return Near(image.At(0.5, 0.5), there, 5); }));
+    RvWideScan read{};
+    ASSERT_EQ(RV(RV_GetFishEyeCorrectPara)(m_player.Id(), view, 3, &read, sizeof(read)), 0);
+    EXPECT_EQ(read.iScanParam, 77);
+    EXPECT_EQ(read.fAngle, 90.0F);
+}
+
+TEST_F(Views, PtzRecordComesBackAsItWasSetWithItsZoomClamped)
+{
+    const int view = m_player.AddView(RV_MODE_PTZ);
+    RvPtz ptz{11, 12, 4000, 6000, 20000, {13, 14, 15}};
+    ASSERT_EQ(RV(RV_SetFishEyeCorrectPara)(m_player.Id(), view, 1, &ptz, sizeof(ptz)), 0);
+    RvPtz read{};
+    ASSERT_EQ(RV(RV_GetFishEyeCorrectPara)(m_player.Id(), view, 1, &read, sizeof(read)), 0);
+    ptz.iZoom = 10000;
+    EXPECT_EQ(std::memcmp(&ptz, &read, sizeof(ptz)), 0);
+    ptz.iZoom = -5000;
+    ASSERT_EQ(RV(RV_SetFishEyeCorrectPara)(m_player.Id(), view, 1, &ptz, sizeof(ptz)), 0);
+    ASSERT_EQ(RV(RV_GetFishEyeCorrectPara)(m_player.Id(), view, 1, &read, sizeof(read)), 0);
+    EXPECT_EQ(read.iZoom, 500);
+}
+
+TEST_F(Views, CentreOutsideTheCircleIsNotTaken)
+{
+    const int view = m_player.AddView(RV_MODE_PTZ, 3, 5000, 7500);
+    RvPtz outside{0, 0, 0, 0, 10000, {}};
+    EXPECT_EQ(RV(RV_SetFishEyeCorrectPara)(m_player.Id(), view, 1, &outside, sizeof(outside)), -2);
+    RvPtz read{};
+    ASSERT_EQ(RV(RV_GetFishEyeCorrectPara)(m_player.Id(), view, 1, &read, sizeof(read)), 0);
+    EXPECT_EQ(read.iPositionX, 5000);
+    EXPECT_EQ(read.iPositionY, 7500);
+    RvPtz rim{0, 0, 5000, 10000, 10000, {}};
+    EXPECT_EQ(RV(RV_SetFishEyeCorrectPara)(m_player.Id(), view, 1, &rim, sizeof(rim)), 0);
+    const int corner = std::numeric_limits<int>::min();
+    RvPtz far{0, 0, corner, corner, 10000, {}};
+    EXPECT_EQ(RV(RV_SetFishEyeCorrectPara)(m_player.Id(), view, 1, &far, sizeof(far)), -2);
+}
+
+// A client that reads, changes the zoom and writes must not be told that it has left the circle.
+TEST_F(Views, CreatedOutsideTheCircleStandsAtTheRimAndCanBeSteeredFromThere)
+{
+    for (const auto& [x, y] : {std::pair{0, 0}, {0, 4218}, {10000, 10000}, {-90000, 5000}}) {
+        const int view = m_player.AddView(RV_MODE_PTZ, 3, x, y);
+        RvPtz ptz{};
+        ASSERT_EQ(RV(RV_GetFishEyeCorrectPara)(m_player.Id(), view, 1, &ptz, sizeof(ptz)), 0);
+        const double right = ptz.iPositionX - 5000;
+        const double down = ptz.iPositionY - 5000;
+        EXPECT_NEAR(std::hypot(right, down), 5000, 2);
+        EXPECT_NEAR(std::atan2(right, down), std::atan2(x - 5000, y - 5000), 0.001);
+        ptz.iZoom = 4000;
+        EXPECT_EQ(RV(RV_SetFishEyeCorrectPara)(m_player.Id(), view, 1, &ptz, sizeof(ptz)), 0);
+    }
+}
+
+TEST_F(Views, AnglesThatAreNoNumbersAreRefused)
+{
+    const int view = m_player.AddView(RV_MODE_180);
+    for (const float angle :
+         {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
+        RvWideScan wide{0, angle};
+        EXPECT_EQ(RV(RV_SetFishEyeCorrectPara)(m_player.Id(), view, 3, &wide, sizeof(wide)), -1);
+    }
+    RvWideScan huge{0, -1e30F};
+    EXPECT_EQ(RV(RV_SetFishEyeCorrectPara)(m_player.Id(), view, 3, &huge, sizeof(huge)), 0);
+}
+
+TEST_F(Views, ParameterKindMustFitTheView)
+{
+    const int ptzView = m_player.AddView(RV_MODE_PTZ);
+    const int wideView = m_player.AddView(RV_MODE_PANORAMA);
+    const int latView = m_player.AddView(RV_MODE_LAT);
+    RvPtz ptz{0, 0, 5000, 5000, 10000, {}};
+    RvWideScan wide{};
+    const int id = m_player.Id();
+    EXPECT_EQ(RV(RV_SetFishEyeCorrectPara)(id, wideView, 1, &ptz, sizeof(ptz)), -1);
+    EXPECT_EQ(RV(RV_SetFishEyeCorrectPara)(id, ptzView, 3, &wide, sizeof(wide)), -1);
+    EXPECT_EQ(RV(RV_GetFishEyeCorrectPara)(id, latView, 3, &wide, sizeof(wide)), -1);
+    EXPECT_EQ(RV(RV_GetFishEyeCorrectPara)(id, ptzView, 2, &ptz, sizeof(ptz)), -1);
+    EXPECT_EQ(RV(RV_GetFishEyeCorrectPara)(id, ptzView, 1, &ptz, 31), -1);
+    EXPECT_EQ(RV(RV_GetFishEyeCorrectPara)(id, ptzView, 1, nullptr, sizeof(ptz)), -1);
+    EXPECT_EQ(RV(RV_GetFishEyeCorrectPara)(id, -1, 1, &ptz, sizeof(ptz)), -1);
+    EXPECT_EQ(RV(RV_GetFishEyeCorrectPara)(-1, ptzView, 1, &ptz, sizeof(ptz)), -1);
+}
+
+TEST_F(Views, CircleOfTheFirstPicturesIsFound)
+{
+    ClipOptions options;
+    options.width = 640;
+    options.height = 480;
+    options.pictures = 3;
+    options.paint = [](int, int x, int y) {
+        const double rho = std::hypot(x - 300.0, y - 250.0) / 200.0;
+        return rho <= 1.0 ? Colour{150, 140, 130} : Colour{8, 8, 8};
+    };
+    Images images;
+    TestPlayer player("AUTO", nullptr, /*search=*/true);
+    ASSERT_EQ(player.Listen(player.Fisheye(), images), 0);
+    player.Play();
+    ASSERT_EQ(player.Put(MakeClip(options)), 0);
+    player.End();
+    ASSERT_EQ(images.Await(1).width, 256);
+    RvLens lens{};
+    ASSERT_EQ(RV(RV_PlayerControl)(player.Id(), RV_CONTROL_GET_LENS, &lens, sizeof(lens)), 0);
+    EXPECT_NEAR(lens.dCentreX, 300, 1.0);
+    EXPECT_NEAR(lens.dCentreY, 250, 1.0);
+    EXPECT_NEAR(lens.dCircleRadius, 200, 1.5);
+    EXPECT_EQ(lens.dFieldOfView, 180.0);
+    EXPECT_EQ(lens.iWidth, 640);
+}
+
+TEST_F(Views, LensThatCannotBeIsRefusedAndTheOneInForceStays)
+{
+    RvLens lens{};
+    lens.iSize = sizeof(lens);
+    lens.dCentreX = lens.dCentreY = 100;
+    lens.dCircleRadius = 90;
+    const int id = m_player.Id();
+    ASSERT_EQ(RV(RV_PlayerControl)(id, RV_CONTROL_SET_LENS, &lens, sizeof(lens)), 0);
+    for (const double bad : {std::numeric_limits<double>::quiet_NaN(), -1.0, 400.0}) {
+        RvLens wrong = lens;
+        wrong.dFieldOfView = bad;
+        EXPECT_EQ(RV(RV_PlayerControl)(id, RV_CONTROL_SET_LENS, &wrong, sizeof(wrong)), -1) << bad;
+    }
+    RvLens wrong = lens;
+    wrong.iModel = 6;
+    EXPECT_EQ(RV(RV_PlayerControl)(id, RV_CONTROL_SET_LENS, &wrong, sizeof(wrong)), -1);
+    wrong = lens;
+    wrong.iSize = 0;
+    EXPECT_EQ(RV(RV_PlayerControl)(id, RV_CONTROL_SET_LENS, &wrong, sizeof(wrong)), -1);
+    EXPECT_EQ(RV(RV_PlayerControl)(id, RV_CONTROL_SET_LENS, &lens, 615), -1);
+    EXPECT_EQ(RV(RV_PlayerControl)(id, 99, &lens, sizeof(lens)), -1);
+    RvLens read{};
+    ASSERT_EQ(RV(RV_PlayerControl)(id, RV_CONTROL_GET_LENS, &read, sizeof(read)), 0);
+    EXPECT_EQ(read.dCircleRadius, 90);
+}
+
+TEST_F(Views, LensMeasuredOnALargerPictureIsScaled)
+{
+    RvLens lens{};
+    lens.iSize = sizeof(lens);
+    lens.iWidth = lens.iHeight = 1024;
+    lens.dCentreX = lens.dCentreY = 511.5;
+    lens.dCircleRadius = 512;
+    ASSERT_EQ(RV(RV_PlayerControl)(m_player.Id(), RV_CONTROL_SET_LENS, &lens, sizeof(lens)), 0);
+    ASSERT_EQ(m_player.Listen(m_player.Fisheye(), m_images), 0);
+    Feed();
+    ASSERT_EQ(m_images.Await(1).width, 256);
+    RvLens read{};
+    ASSERT_EQ(RV(RV_PlayerControl)(m_player.Id(), RV_CONTROL_GET_LENS, &read, sizeof(read)), 0);
+    EXPECT_EQ(read.iWidth, 512);
+    EXPECT_NEAR(read.dCentreX, 255.5, 1e-9);
+    EXPECT_NEAR(read.dCircleRadius, 256, 1e-9);
+    EXPECT_TRUE(
+        Near(m_images.Await(1).At(0.9, 0.5), ColourOf(optics::FisheyeDirection({0.9, 0.5})), 6));
+}
+
+TEST_F(Views, MirroredAndFlippedCamerasAreShownTheRightWayRound)
+{
+    Images sourceImages;
+    const int fisheye = m_player.Fisheye();
+    const int source = m_player.AddView(RV_MODE_SOURCE);
+    ASSERT_EQ(m_player.Listen(fisheye, m_images), 0);
+    ASSERT_EQ(m_player.Listen(source, sourceImages), 0);
+    Feed();
+    ASSERT_EQ(m_images.Await(1).width, 256);
+    RvOrientation orientation{12, 1, 1};
+    const int id = m_player.Id();
+    ASSERT_EQ(RV(RV_PlayerControl)(id, RV_CONTROL_SET_ORIENTATION, &orientation, 12), 0);
+    const Colour there = ColourOf(optics::FisheyeDirection({0.7, 0.4}));
+    const auto turned = [&](const Images::Image& image) {
+        return Near(image.At(0.3, 0.6), there, 6);
+    };
+    EXPECT_TRUE(m_images.AwaitOne(turned));
+    EXPECT_TRUE(sourceImages.AwaitOne(turned));
+    RvOrientation read{};
+    ASSERT_EQ(RV(RV_PlayerControl)(id, RV_CONTROL_GET_ORIENTATION, &read, 12), 0);
+    EXPECT_EQ(read.iMirrored, 1);
+    EXPECT_EQ(read.iFlipped, 1);
+    EXPECT_EQ(RV(RV_PlayerControl)(id, RV_CONTROL_SET_ORIENTATION, &orientation, 8), -1);
+    m_player.Delete();
+}
+
+TEST_F(Views, CaptureGivesWhatTheViewShows)
+{
+    const int view = m_player.AddView(RV_MODE_PTZ, 3, 5000, 7500, 5000);
+    ASSERT_EQ(m_player.Listen(view, m_images, 64, 48), 0);
+    Feed();
+    const Images::Image image = m_images.Await(1);
+    Bytes pixels(64 * 48 * 4);
+    int width = 0;
+    int height = 0;
+    EXPECT_EQ(RV(RV_CapturePic)(m_player.Id(), view, pixels.data(), 10, &width, &height), -1);
+    EXPECT_EQ(width, 64);
+    EXPECT_EQ(height, 48);
+    ASSERT_EQ(RV(RV_CapturePic)(m_player.Id(), view, pixels.data(), static_cast<int>(pixels.size()),
+                                &width, &height),
+              0);
+    EXPECT_EQ(pixels, image.pixels);
+    EXPECT_EQ(RV(RV_CapturePic)(m_player.Id(), 987654, pixels.data(),
+                                static_cast<int>(pixels.size()), &width, &height),
+              -1);
+}
+
+TEST_F(Views, CapturedFilesHoldThePicture)
+{
+    ASSERT_EQ(m_player.Listen(m_player.Fisheye(), m_images, 64, 64), 0);
+    Feed();
+    ASSERT_EQ(m_images.Await(1).width, 64);
+    const std::string base = testing::TempDir() + "engine_capture";
+    const struct
+    {
+        const char* ending;
+        const char* magic;
+    } kinds[] = {{".png", "\x89PNG"}, {".bmp", "BM"}, {".jpg", "\xFF\xD8\xFF"}};
+    for (const auto& kind : kinds) {
+        const std::string file = base + kind.ending;
+        ASSERT_EQ(RV(RV_CapturePicture)(m_player.Id(), 0, file.c_str()), 0) << file;
+        FILE* opened = fopen(file.c_str(), "rb");
+        ASSERT_TRUE(opened);
+        char begin[4] = {};
+        EXPECT_EQ(fread(begin, 1, 4, opened), 4U);
+        fclose(opened);
+        remove(file.c_str());
+        EXPECT_EQ(std::memcmp(begin, kind.magic, strlen(kind.magic)), 0);
+    }
+    EXPECT_EQ(RV(RV_CapturePicture)(m_player.Id(), 0, (base + ".txt").c_str()), -1);
+    EXPECT_EQ(RV(RV_CapturePicture)(m_player.Id(), 0, "/no/such/place.png"), -1);
+    EXPECT_EQ(RV(RV_CaptureBmpPic)(m_player.Id(), (base + ".png").c_str()), -1);
+    EXPECT_EQ(RV(RV_CaptureBmpPic)(m_player.Id(), (base + ".bmp").c_str()), 0);
+    remove((base + ".bmp").c_str());
+}
+
+// ---- Callbacks and lifetimes
+
+struct Clearing
+{
+    int view = 0;
+    std::atomic<int> calls{0};
+    std::promise<void> called;
+
+    static void ClearMe(int player, int correct, void*, unsigned int, unsigned int, void* self)
+    {
+        auto* clearing = static_cast<Clearing*>(self);
+        RV(RV_SetFishEyeCorrectCallBack)(player, correct, nullptr, nullptr);
+        if (++clearing->calls == 1)
+            clearing->called.set_value();
+    }
+};
+
+TEST_F(Views, CallbackMayClearItself)
+{
+    Clearing clearing;
+    const int view = m_player.AddView(RV_MODE_PTZ);
+    const int other = m_player.AddView(RV_MODE_LAT);
+    RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Clearing::ClearMe, &clearing);
+    ASSERT_EQ(m_player.Listen(other, m_images), 0);
+    Feed();
+    ASSERT_EQ(clearing.called.get_future().wait_for(PATIENCE), std::future_status::ready);
+    ASSERT_EQ(m_images.Await(1).width, 256);
+    EXPECT_EQ(clearing.calls, 1);
+}
+
+struct Deleting
+{
+    std::promise<int> deleted;
+    static void DeletePlayer(int player, int, void*, unsigned int, unsigned int, void* self)
+    {
+        static_cast<Deleting*>(self)->deleted.set_value(RV(RV_DeletePlayer)(player));
+    }
+};
+
+TEST_F(Views, CallbackMayDeleteItsPlayer)
+{
+    Deleting deleting;
+    const int view = m_player.AddView(RV_MODE_PTZ);
+    RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Deleting::DeletePlayer, &deleting);
+    Feed();
+    auto result = deleting.deleted.get_future();
+    ASSERT_EQ(result.wait_for(PATIENCE), std::future_status::ready);
+    EXPECT_EQ(result.get(), 0);
+    EXPECT_EQ(m_player.Delete(), -1);
+}
+
+struct Blocking
+{
+    std::promise<void> entered;
+    std::promise<void> release;
+    std::atomic<bool> left{false};
+    std::atomic<bool> first{true};
+    static void Block(int, int, void*, unsigned int, unsigned int, void* self)
+    {
+        auto* blocking = static_cast<Blocking*>(self);
+        if (!blocking->first.exchange(false))
+            return;
+        blocking->entered.set_value();
+        blocking->release.get_future().wait();
+        blocking->left = true;
+    }
+};
+
+TEST_F(Views, ClearingACallbackWaitsUntilItHasReturned)
+{
+    Blocking blocking;
+    const int view = m_player.AddView(RV_MODE_PTZ);
+    RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Blocking::Block, &blocking);
+    Feed();
+    blocking.entered.get_future().wait();
+    std::thread clearer([&] {
+        RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, nullptr, nullptr);
+        EXPECT_TRUE(blocking.left);
+    });
+    blocking.release.set_value();
+    clearer.join();
+}
+
+TEST_F(Views, DeletingAViewWaitsForItsCallback)
+{
+    Blocking blocking;
+    const int view = m_player.AddView(RV_MODE_PTZ);
+    RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Blocking::Block, &blocking);
+    Feed();
+    blocking.entered.get_future().wait();
+    std::thread deleter([&] {
+        EXPECT_EQ(RV(RV_DeleteFishEyeCorrect)(m_player.Id(), view), 0);
+        EXPECT_TRUE(blocking.left);
+        EXPECT_EQ(RV(RV_DeleteFishEyeCorrect)(m_player.Id(), view), -1);
+    });
+    blocking.release.set_value();
+    deleter.join();
+}
+
+}  // namespace
+}  // namespace test

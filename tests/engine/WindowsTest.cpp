@@ -1,0 +1,402 @@
+// The engine in X11 windows of a server of the test's own, read back pixel by pixel.
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <sstream>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/engine/EngineUnderTest.h"
+
+#include <xcb/xcb.h>
+
+namespace test {
+namespace {
+
+/// Xvfb, started by the first test and ended after the last one. FISHEYE_TEST_XVFB holds further
+/// arguments for it.
+class Server
+{
+public:
+    Server()
+    {
+        int pipe[2];
+        if (::pipe(pipe) != 0)
+            return;
+        m_process = fork();
+        if (m_process == 0) {
+            close(pipe[0]);
+            Run(pipe[1]);
+        }
+        close(pipe[1]);
+        char number[16] = {};
+        ssize_t size = 0;
+        ssize_t read = 0;
+        while (size < 15 && (read = ::read(pipe[0], number + size, 15 - size)) > 0) {
+            size += read;
+            if (number[size - 1] == '\n')
+                break;
+        }
+        close(pipe[0]);
+        if (size < 2)
+            return;
+        number[size - 1] = '\0';
+        setenv("DISPLAY", (std::string(":") + number).c_str(), 1);
+        m_connection = xcb_connect(nullptr, nullptr);
+    }
+    ~Server() { Kill(); }
+
+    void Kill()
+    {
+        if (m_process <= 0)
+            return;
+        kill(m_process, SIGKILL);
+        waitpid(m_process, nullptr, 0);
+        m_process = -1;
+    }
+
+    bool Runs() const { return m_connection && !xcb_connection_has_error(m_connection); }
+    xcb_connection_t* Connection() const { return m_connection; }
+
+private:
+    [[noreturn]] static void Run(int out)
+    {
+        std::vector<std::string> words = {"Xvfb", "-displayfd",   std::to_string(out), "-screen",
+                                          "0",    "1280x1024x24", "-nolisten",         "tcp"};
+        const char* more = std::getenv("FISHEYE_TEST_XVFB");
+        std::istringstream stream(more ? more : "");
+        for (std::string word; stream >> word;)
+            words.push_back(word);
+        std::vector<char*> arguments;
+        for (std::string& word : words)
+            arguments.push_back(word.data());
+        arguments.push_back(nullptr);
+        freopen("/dev/null", "w", stderr);
+        execvp(arguments[0], arguments.data());
+        _exit(1);
+    }
+
+    pid_t m_process = -1;
+    xcb_connection_t* m_connection = nullptr;
+};
+
+Server& TheServer()
+{
+    static Server server;
+    return server;
+}
+
+class Windows : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!TheServer().Runs())
+            GTEST_SKIP() << "Xvfb is not installed: scripts/install-packages.sh tests";
+        m_connection = TheServer().Connection();
+        m_screen = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data;
+    }
+
+    xcb_window_t Create(int width, int height, bool map = true, xcb_window_t parent = 0, int x = 0,
+                        int y = 0)
+    {
+        const xcb_window_t window = xcb_generate_id(m_connection);
+        const std::uint32_t values[] = {0x00FF00FF};  // a background that no picture has
+        xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, window,
+                          parent ? parent : m_screen->root, static_cast<std::int16_t>(x),
+                          static_cast<std::int16_t>(y), static_cast<std::uint16_t>(width),
+                          static_cast<std::uint16_t>(height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
+                          XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXEL, values);
+        if (map)
+            xcb_map_window(m_connection, window);
+        Sync();
+        return window;
+    }
+
+    void Sync()
+    {
+        std::free(
+            xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
+    }
+
+    void Resize(xcb_window_t window, int width, int height)
+    {
+        const std::uint32_t size[] = {static_cast<std::uint32_t>(width),
+                                      static_cast<std::uint32_t>(height)};
+        xcb_configure_window(m_connection, window,
+                             XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, size);
+        Sync();
+    }
+
+    /// The colour of a pixel of a window; an impossible one when it cannot be read.
+    Colour Pixel(xcb_window_t window, int x, int y)
+    {
+        xcb_get_image_reply_t* image = xcb_get_image_reply(
+            m_connection,
+            xcb_get_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, window,
+                          static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 1, 1, ~0U),
+            nullptr);
+        if (!image)
+            return {-1, -1, -1};
+        const std::uint8_t* pixel = xcb_get_image_data(image);
+        const Colour colour = {double(pixel[2]), double(pixel[1]), double(pixel[0])};
+        std::free(image);
+        return colour;
+    }
+
+    /// Windows give no notice of having been drawn into, so they are looked at again and again.
+    bool Becomes(xcb_window_t window, int x, int y, const Colour& colour)
+    {
+        const auto end = std::chrono::steady_clock::now() + PATIENCE;
+        while (!Near(Pixel(window, x, y), colour, 6)) {
+            if (std::chrono::steady_clock::now() > end)
+                return false;
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        return true;
+    }
+
+    static void* Handle(xcb_window_t window)
+    {
+        return reinterpret_cast<void*>(static_cast<std::uintptr_t>(window));
+    }
+
+    /// Puts a clip whose left half is red and whose right half is blue.
+    static void Feed(TestPlayer& player)
+    {
+        static const Bytes clip = MakeClip({});
+        ASSERT_EQ(player.Play(), 0);
+        ASSERT_EQ(player.Put(clip), 0);
+        ASSERT_EQ(player.End(), 0);
+    }
+
+    const Colour RED = {200, 40, 40};
+    const Colour BLUE = {40, 60, 190};
+    const Colour BLACK = {0, 0, 0};
+
+    xcb_connection_t* m_connection = nullptr;
+    xcb_screen_t* m_screen = nullptr;
+};
+
+TEST_F(Windows, MainWindowShowsThePictureInItsAspect)
+{
+    const xcb_window_t window = Create(400, 200);
+    TestPlayer player("AUTO", Handle(window));
+    Feed(player);
+    EXPECT_TRUE(Becomes(window, 150, 100, RED));
+    EXPECT_TRUE(Becomes(window, 250, 100, BLUE));
+    EXPECT_TRUE(Becomes(window, 20, 100, BLACK));
+    EXPECT_TRUE(Becomes(window, 399, 199, BLACK));
+}
+
+TEST_F(Windows, PictureFollowsTheWindowsSizeWithoutANewPicture)
+{
+    const xcb_window_t window = Create(100, 100);
+    TestPlayer player("AUTO", Handle(window));
+    Feed(player);
+    ASSERT_TRUE(Becomes(window, 90, 50, BLUE));
+    Resize(window, 300, 300);
+    EXPECT_TRUE(Becomes(window, 280, 280, BLUE));
+    EXPECT_TRUE(Becomes(window, 120, 20, RED));
+    Resize(window, 31, 17);
+    EXPECT_TRUE(Becomes(window, 12, 8, RED));
+    EXPECT_TRUE(Becomes(window, 19, 8, BLUE));
+}
+
+TEST_F(Windows, WindowThatIsMappedLaterShowsTheLastPicture)
+{
+    const xcb_window_t window = Create(100, 100, /*map=*/false);
+    Images images;
+    TestPlayer player("AUTO", Handle(window));
+    player.Listen(player.Fisheye(), images);
+    RV(RV_SetFishEyeCorrectEnable)(player.Id(), 0, nullptr);
+    Feed(player);
+    ASSERT_EQ(images.Await(1).width, 256);
+    RV(RV_SetPlayRectEx)(player.Id(), player.Fisheye(), 0, 0);
+    RV(RV_SetFishEyeCorrectEnable)(player.Id(), 0, nullptr);
+    xcb_map_window(m_connection, window);
+    Sync();
+    EXPECT_TRUE(Becomes(window, 20, 50, RED));
+    player.Delete();
+}
+
+TEST_F(Windows, HiddenWindowIsNotDrawnNorOneInAHiddenParent)
+{
+    const xcb_window_t parent = Create(200, 200, /*map=*/false);
+    const xcb_window_t window = Create(100, 100, /*map=*/true, parent);
+    Images images;
+    TestPlayer player("AUTO", Handle(window));
+    const int other = player.AddView(RV_MODE_SOURCE);
+    player.Listen(other, images, 32, 32);
+    Feed(player);
+    ASSERT_EQ(images.Await(1).width, 32);
+    // Nobody drew it, or it would come with the map: the picture comes anew.
+    xcb_map_window(m_connection, parent);
+    Sync();
+    EXPECT_TRUE(Becomes(window, 20, 50, RED));
+    xcb_unmap_window(m_connection, parent);
+    Sync();
+    xcb_map_window(m_connection, parent);
+    Sync();
+    EXPECT_TRUE(Becomes(window, 20, 50, RED));
+    player.Delete();
+}
+
+TEST_F(Windows, ExposedPartsAreDrawnAgain)
+{
+    const xcb_window_t window = Create(100, 100);
+    TestPlayer player("AUTO", Handle(window));
+    Feed(player);
+    ASSERT_TRUE(Becomes(window, 20, 50, RED));
+    const xcb_window_t cover = Create(100, 100);
+    xcb_destroy_window(m_connection, cover);
+    Sync();
+    EXPECT_TRUE(Becomes(window, 20, 50, RED));
+}
+
+TEST_F(Windows, FixedSizeIsCentredInItsWindow)
+{
+    const xcb_window_t window = Create(200, 100);
+    TestPlayer player;
+    const int view = player.AddView(RV_MODE_SOURCE, 0, 0, 0, 0, Handle(window));
+    ASSERT_EQ(RV(RV_SetPlayRectEx)(player.Id(), view, 50, 50), 0);
+    Feed(player);
+    EXPECT_TRUE(Becomes(window, 80, 50, RED));
+    EXPECT_TRUE(Becomes(window, 120, 50, BLUE));
+    EXPECT_TRUE(Becomes(window, 70, 50, BLACK));
+    EXPECT_TRUE(Becomes(window, 100, 20, BLACK));
+    EXPECT_TRUE(Becomes(window, 130, 80, BLACK));
+    ASSERT_EQ(RV(RV_SetPlayRectEx)(player.Id(), view, 400, 400), 0);
+    EXPECT_TRUE(Becomes(window, 2, 2, RED));
+    EXPECT_TRUE(Becomes(window, 198, 98, BLUE));
+}
+
+TEST_F(Windows, IdsThatAreNoWindowsAndWindowsThatGoAwayDisturbNobody)
+{
+    const xcb_window_t window = Create(100, 100);
+    const xcb_window_t doomed = Create(100, 100);
+    const xcb_window_t gone = Create(100, 100);
+    xcb_destroy_window(m_connection, gone);
+    Sync();
+    Images images;
+    TestPlayer player("AUTO", Handle(window));
+    const int bogus = player.AddView(RV_MODE_SOURCE, 0, 0, 0, 0, Handle(0x1FFFFFFF));
+    EXPECT_GT(bogus, 0);
+    player.Listen(bogus, images, 0, 0);
+    EXPECT_GT(player.AddView(RV_MODE_SOURCE, 0, 0, 0, 0, Handle(gone)), 0);
+    EXPECT_GT(player.AddView(RV_MODE_SOURCE, 0, 0, 0, 0, Handle(doomed)), 0);
+    EXPECT_GT(player.AddView(RV_MODE_SOURCE, 0, 0, 0, 0, reinterpret_cast<void*>(~0UL)), 0);
+    Feed(player);
+    ASSERT_TRUE(Becomes(doomed, 20, 50, RED));
+    xcb_destroy_window(m_connection, doomed);
+    Sync();
+    const Images::Image image = images.Await(1);
+    EXPECT_EQ(image.width, 640);
+    EXPECT_EQ(image.height, 640);
+    Resize(window, 50, 50);
+    EXPECT_TRUE(Becomes(window, 12, 25, RED));
+    player.Delete();
+}
+
+TEST_F(Windows, HundredViewsAreShownAndGoAway)
+{
+    std::vector<xcb_window_t> windows;
+    for (int i = 0; i < 100; ++i)
+        windows.push_back(Create(64, 48, true, 0, i % 10 * 100, i / 10 * 100));
+    TestPlayer player;
+    std::vector<int> views;
+    for (const xcb_window_t window : windows)
+        views.push_back(player.AddView(RV_MODE_SOURCE, 0, 0, 0, 0, Handle(window)));
+    Feed(player);
+    for (const xcb_window_t window : windows)
+        EXPECT_TRUE(Becomes(window, 24, 24, RED));
+    for (const int view : views)
+        EXPECT_EQ(RV(RV_DeleteFishEyeCorrect)(player.Id(), view), 0);
+    for (const xcb_window_t window : windows)
+        xcb_destroy_window(m_connection, window);
+    Sync();
+}
+
+TEST_F(Windows, TextsAndLinesAreDrawnOnTheWindowAndNotInTheCallback)
+{
+    const xcb_window_t window = Create(200, 200);
+    Images images;
+    TestPlayer player;
+    const int view = player.AddView(RV_MODE_SOURCE, 0, 0, 0, 0, Handle(window));
+    player.Listen(view, images, 0, 0);
+    Feed(player);
+    ASSERT_TRUE(Becomes(window, 20, 100, RED));
+    const float points[] = {0.0F, 0.5F, 1.0F, 0.5F};
+    const RvPolyline line{points, 2, 5, 0xFF00FF00};
+    ASSERT_EQ(RV(RV_DrawPolyOnLocalVideo)(player.Id(), view, &line, 1), 0);
+    EXPECT_TRUE(Becomes(window, 20, 100, {0, 255, 0}));
+    const RvText text{"L", 0.0F, 0.0F, 64, 0xFFFFFFFF};
+    ASSERT_EQ(RV(RV_DrawText)(player.Id(), view, &text, 1), 0);
+    EXPECT_TRUE(Becomes(window, 4, 20, {255, 255, 255}));
+    EXPECT_TRUE(Near(images.Await(1).At(0.1, 0.5), RED, 6));
+    ASSERT_EQ(RV(RV_DrawPolyOnLocalVideo)(player.Id(), view, nullptr, 0), 0);
+    EXPECT_TRUE(Becomes(window, 20, 100, RED));
+    player.Delete();
+}
+
+TEST_F(Windows, AViewIsFoundByItsWindow)
+{
+    const xcb_window_t main = Create(100, 100);
+    const xcb_window_t other = Create(100, 100);
+    const xcb_window_t unused = Create(100, 100);
+    TestPlayer player("AUTO", Handle(main));
+    const int view = player.AddView(RV_MODE_PTZ, 3, 5000, 5000, 10000, Handle(other));
+    const auto find = [&](void* window) {
+        RvFindView record = {sizeof(record), 0, window};
+        EXPECT_EQ(RV(RV_PlayerControl)(player.Id(), RV_CONTROL_FIND_VIEW, &record, sizeof(record)),
+                  0);
+        return record.iCorrect;
+    };
+    EXPECT_EQ(find(Handle(other)), view);
+    EXPECT_EQ(find(Handle(main)), player.Fisheye());
+    EXPECT_EQ(find(Handle(unused)), -1);
+    player.AddView(RV_MODE_PTZ);
+    EXPECT_EQ(find(nullptr), -1);
+    EXPECT_EQ(RV(RV_DeleteFishEyeCorrect)(player.Id(), view), 0);
+    EXPECT_EQ(find(Handle(other)), -1);
+    RvFindView wrong = {sizeof(wrong) - 1, 0, nullptr};
+    EXPECT_EQ(RV(RV_PlayerControl)(player.Id(), RV_CONTROL_FIND_VIEW, &wrong, sizeof(wrong)), -1);
+}
+
+TEST_F(Windows, ResizingStormEndsInTheRightPicture)
+{
+    const xcb_window_t window = Create(100, 100);
+    TestPlayer player("AUTO", Handle(window));
+    Feed(player);
+    for (int i = 0; i < 200; ++i)
+        Resize(window, 20 + i * 7 % 300, 20 + i * 13 % 300);
+    Resize(window, 160, 160);
+    EXPECT_TRUE(Becomes(window, 40, 80, RED));
+    EXPECT_TRUE(Becomes(window, 155, 155, BLUE));
+}
+
+/// The last test: the server dies.
+TEST_F(Windows, ZServersDeathStopsNobodysCallback)
+{
+    const xcb_window_t window = Create(100, 100);
+    Images images;
+    TestPlayer player("AUTO", Handle(window));
+    player.Listen(player.Fisheye(), images);
+    Feed(player);
+    ASSERT_EQ(images.Await(1).width, 256);
+    TheServer().Kill();
+    const int before = images.Count();
+    EXPECT_GT(player.AddView(RV_MODE_SOURCE, 0, 0, 0, 0, Handle(window)), 0);
+    player.Fisheye(RV_MOUNT_FLOOR);
+    EXPECT_EQ(images.Await(before + 1).width, 256);
+    player.Delete();
+}
+
+}  // namespace
+}  // namespace test
