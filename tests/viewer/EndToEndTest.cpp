@@ -1,0 +1,500 @@
+// The viewer as its user has it: X events in, pictures of its windows out, held against the room
+// that the camera films.
+#include <cmath>
+
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QSettings>
+#include <QTemporaryDir>
+
+#include "tests/viewer/Stage.h"
+
+#include "viewer/CameraArea.h"
+#include "viewer/EngineExtras.h"
+#include "viewer/LensDialog.h"
+#include "viewer/ViewGeometry.h"
+
+namespace {
+
+using stage::Await;
+using viewer::CellWidget;
+using viewer::Mount;
+using viewer::OverlayKind;
+using viewer::PtzView;
+
+constexpr double CONST_RIGHT = 0.80;  ///< likeness of a picture that is what it must be
+constexpr double CONST_WORSE = 0.08;  ///< how much less of it a wrong one has, even of bare walls
+
+/// The geometry of a view as it is now.
+PtzView Now(stage::Viewer& viewer, int number)
+{
+    const auto look = viewer.camera().lookOf(number).value();
+    return {viewer.camera().settings().mount, look.centre, double(look.zoom),
+            viewer.cell("view", number).size()};
+}
+
+/// Whether the cell comes to show what the engine says that it shows.
+::testing::AssertionResult ShowsTheTruth(stage::Viewer& viewer, int number)
+{
+    const CellWidget& cell = viewer.cell("view", number);
+    double best = 0.0;
+    Await([&] {
+        const QImage image = stage::Grab(cell);
+        best = stage::Likeness(image, stage::ViewOf(viewer.camera(), number, image),
+                               viewer.camera().settings().mount);
+        return best > CONST_RIGHT;
+    });
+    if (best > CONST_RIGHT)
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << "likeness " << best;
+}
+
+QPointF SeenAt(const PtzView& view, const viewer::Direction& direction)
+{
+    return viewer::Locate(view, direction).value_or(QPointF(9.0, 9.0));
+}
+
+double Apart(QPointF a, QPointF b)
+{
+    return std::hypot(a.x() - b.x(), a.y() - b.y());
+}
+
+struct Case
+{
+    Mount mount;
+    int zoom;
+};
+
+class Drags : public ::testing::TestWithParam<Case>
+{};
+
+TEST_P(Drags, TheGrabbedPointStaysUnderTheCursor)
+{
+    stage::Viewer viewer(GetParam().mount, "quad");
+    viewer.camera().turnTo(1, {viewer.camera().lookOf(1)->centre, GetParam().zoom});
+    const QPointF from(0.4, 0.55);
+    const QPointF to(0.65, 0.45);
+    const PtzView before = Now(viewer, 1);
+    const viewer::Direction grabbed = viewer::DirectionAt(before, from);
+    stage::Drag(viewer.cell("view", 1), from, to);
+    EXPECT_LT(Apart(SeenAt(Now(viewer, 1), grabbed), to), 0.08);
+    EXPECT_EQ(viewer.camera().selected(), 1);
+    EXPECT_TRUE(ShowsTheTruth(viewer, 1));
+}
+
+INSTANTIATE_TEST_SUITE_P(MountsAndZooms, Drags,
+                         ::testing::Values(Case{Mount::Ceiling, 10000}, Case{Mount::Ceiling, 2500},
+                                           Case{Mount::Ceiling, 600}, Case{Mount::Wall, 10000},
+                                           Case{Mount::Wall, 600}, Case{Mount::Floor, 10000},
+                                           Case{Mount::Floor, 600}),
+                         [](const auto& info) {
+                             return viewer::WordOf(info.param.mount).toStdString() +
+                                    std::to_string(info.param.zoom);
+                         });
+
+TEST(Gestures, TheWheelZoomsAboutTheCursor)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    const QPointF cursor(0.7, 0.6);
+    const PtzView before = Now(viewer, 0);
+    const viewer::Direction there = viewer::DirectionAt(before, cursor);
+    stage::Wheel(viewer.cell("view", 0), cursor, 4);
+    const PtzView after = Now(viewer, 0);
+    EXPECT_NEAR(after.zoom, before.zoom * std::pow(0.85, 4), 30.0);
+    EXPECT_LT(Apart(SeenAt(after, there), cursor), 0.02);
+    EXPECT_TRUE(ShowsTheTruth(viewer, 0));
+}
+
+TEST(Gestures, AnOutlineLeadsItsViewToWhereItIsDragged)
+{
+    stage::Viewer viewer(Mount::Ceiling, "fisheye+3", OverlayKind::Traced);
+    const QPointF start = viewer.camera().lookOf(2)->centre;
+    const QPointF end(0.72, 0.45);
+    CellWidget& picture = viewer.cell("main");
+    stage::Drag(picture, picture.fromSquare(start), picture.fromSquare(end));
+    EXPECT_EQ(viewer.camera().selected(), 2);
+    EXPECT_LT(Apart(viewer.camera().lookOf(2)->centre, end), 0.01);
+    EXPECT_TRUE(ShowsTheTruth(viewer, 2));
+}
+
+TEST(Gestures, OnThePanoramaAnOutlineLeadsItsViewToo)
+{
+    stage::Viewer viewer(Mount::Ceiling, "panorama+6", OverlayKind::Traced);
+    const QPointF start =
+        viewer::ToPanorama(Mount::Ceiling, viewer::FromFishEye(viewer.camera().lookOf(1)->centre));
+    const QPointF end(start.x() + 0.12, start.y() - 0.1);
+    stage::Drag(viewer.cell("panorama"), start, end);
+    const QPointF there =
+        viewer::ToPanorama(Mount::Ceiling, viewer::FromFishEye(viewer.camera().lookOf(1)->centre));
+    EXPECT_LT(Apart(there, end), 0.02);
+}
+
+/// How much of a view's border has a line of its colour on the fisheye picture.
+double Traced(stage::Viewer& viewer, int number, const QColor& colour)
+{
+    const QImage image = stage::Grab(viewer.cell("main"));
+    int hits = 0;
+    int all = 0;
+    for (int i = 1; i < 100; ++i) {
+        for (const QPointF& at : {QPointF(i / 100.0, 0.0), QPointF(1.0, i / 100.0),
+                                  QPointF(i / 100.0, 1.0), QPointF(0.0, i / 100.0)}) {
+            const QPointF point = viewer::ToFishEye(viewer::DirectionAt(Now(viewer, number), at));
+            if (Apart(point, {0.5, 0.5}) > 0.495)
+                continue;
+            const QPointF place = viewer.cell("main").fromSquare(point);
+            const QPoint pixel(int(place.x() * image.width()), int(place.y() * image.height()));
+            ++all;
+            bool hit = false;
+            for (int dx = -2; dx <= 2; ++dx)
+                for (int dy = -2; dy <= 2; ++dy)
+                    hit |= image.pixelColor(pixel + QPoint(dx, dy)) == colour;
+            hits += hit ? 1 : 0;
+        }
+    }
+    return double(hits) / all;
+}
+
+TEST(Outlines, LieWhereTheViewLooksAlsoAfterADrag)
+{
+    stage::Viewer viewer(Mount::Ceiling, "fisheye+3", OverlayKind::Traced);
+    const QColor red("#ff5a5a");
+    viewer.camera().turnTo(0, {viewer.camera().lookOf(0)->centre, 6000});
+    EXPECT_TRUE(Await([&] { return Traced(viewer, 0, red) > 0.9; }));
+    stage::Drag(viewer.cell("view", 0), {0.3, 0.5}, {0.8, 0.4});
+    EXPECT_TRUE(Await([&] { return Traced(viewer, 0, red) > 0.9; }));
+}
+
+TEST(Pictures, ThePanoramaIsTheRoomAndNotItsMirrorImage)
+{
+    for (const Mount mount : {Mount::Ceiling, Mount::Floor}) {
+        stage::Viewer viewer(mount, "panorama");
+        optics::ViewParameters view;
+        view.eKind = optics::ViewKind::Panorama;
+        view.eMount = stage::MountOf(mount);
+        QImage image;
+        EXPECT_TRUE(Await([&] {
+            image = stage::Grab(viewer.cell("panorama"));
+            return stage::Likeness(image, view, mount) > CONST_RIGHT;
+        }));
+        EXPECT_LT(stage::Likeness(image.mirrored(true, false), view, mount),
+                  stage::Likeness(image, view, mount) - CONST_WORSE);
+    }
+}
+
+TEST(Pictures, TheTwoHalvesAreBackToBackAndTurnTogether)
+{
+    stage::Viewer viewer(Mount::Ceiling, "double180");
+    const auto shows = [&](const QString& name, double degrees) {
+        optics::ViewParameters view;
+        view.eKind = optics::ViewKind::Half;
+        view.dAngleDeg = degrees;
+        return Await([&] {
+            return stage::Likeness(stage::Grab(viewer.cell(name)), view, Mount::Ceiling) >
+                   CONST_RIGHT;
+        });
+    };
+    EXPECT_TRUE(shows("half", 0));
+    EXPECT_TRUE(shows("other-half", 180));
+    stage::Drag(viewer.cell("other-half"), {0.3, 0.5}, {0.55, 0.5});
+    EXPECT_TRUE(shows("half", 45));
+    EXPECT_TRUE(shows("other-half", 225));
+}
+
+TEST(Pictures, ADragTurnsThePanorama)
+{
+    stage::Viewer viewer(Mount::Ceiling, "panorama");
+    stage::Drag(viewer.cell("panorama"), {0.3, 0.5}, {0.55, 0.5});
+    optics::ViewParameters view;
+    view.eKind = optics::ViewKind::Panorama;
+    view.dAngleDeg = 90;
+    EXPECT_TRUE(Await([&] {
+        return stage::Likeness(stage::Grab(viewer.cell("panorama")), view, Mount::Ceiling) >
+               CONST_RIGHT;
+    }));
+}
+
+TEST(Gestures, ABoxIsZoomedToAndASmallOneIsNot)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    const PtzView before = Now(viewer, 0);
+    const double pixel = 1.0 / viewer.cell("view", 0).width();
+    stage::Drag(viewer.cell("view", 0), {0.5, 0.5}, {0.5 + 6 * pixel, 0.5 + 6 * pixel}, 3);
+    EXPECT_EQ(Now(viewer, 0).zoom, before.zoom);
+    const viewer::Direction middle = viewer::DirectionAt(before, {0.65, 0.6});
+    stage::Drag(viewer.cell("view", 0), {0.5, 0.45}, {0.8, 0.75}, 3);
+    EXPECT_NEAR(Now(viewer, 0).zoom, before.zoom * 0.3, 100.0);
+    EXPECT_LT(Apart(SeenAt(Now(viewer, 0), middle), {0.5, 0.5}), 0.03);
+    EXPECT_TRUE(ShowsTheTruth(viewer, 0));
+}
+
+TEST(Gestures, ADoubleClickEnlargesACellAndPutsItBack)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    const QRect before = viewer.cell("view", 2).geometry();
+    stage::DoubleClick(viewer.cell("view", 2), {0.5, 0.5});
+    EXPECT_TRUE(Await([&] { return viewer.cell("view", 2).size() == viewer.camera().size(); }));
+    EXPECT_FALSE(viewer.cell("view", 0).isVisible());
+    EXPECT_TRUE(ShowsTheTruth(viewer, 2));
+    stage::MoveTo(viewer.cell("view", 2), {0.2, 0.2});  // not a third click of the same place
+    stage::DoubleClick(viewer.cell("view", 2), {0.3, 0.2});
+    EXPECT_TRUE(Await([&] { return viewer.cell("view", 2).geometry() == before; }));
+    EXPECT_TRUE(viewer.cell("view", 0).isVisible());
+}
+
+TEST(Keys, TurnAndSelectViews)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    viewer.window().activateWindow();
+    ASSERT_TRUE(Await([&] { return viewer.window().isActiveWindow(); }));
+    stage::Key('3');
+    EXPECT_TRUE(Await([&] { return viewer.camera().selected() == 2; }));
+    const PtzView before = Now(viewer, 2);
+    const viewer::Direction right = viewer::DirectionAt(before, {0.7, 0.5});
+    stage::Key(0xff53);  // the right arrow
+    EXPECT_TRUE(Await([&] { return SeenAt(Now(viewer, 2), right).x() < 0.68; }));
+    stage::Key('+');
+    stage::Key('=');
+    EXPECT_TRUE(Await([&] { return Now(viewer, 2).zoom < before.zoom; }));
+    stage::Key(0xff50);  // Home
+    EXPECT_TRUE(Await([&] {
+        return Now(viewer, 2).zoom == before.zoom &&
+               Apart(Now(viewer, 2).centre, before.centre) < 0.001;
+    }));
+}
+
+TEST(Layouts, AChangeKeepsEachViewsDirection)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    stage::Drag(viewer.cell("view", 1), {0.3, 0.5}, {0.7, 0.4});
+    viewer.camera().turnTo(2, {{0.3, 0.35}, 3000});
+    const PtzView first = Now(viewer, 1);
+    for (const viewer::Layout& layout : viewer::Layouts())
+        viewer.camera().chooseLayout(layout.id);
+    EXPECT_LT(Apart(Now(viewer, 1).centre, first.centre), 0.001);
+    EXPECT_LT(Apart(Now(viewer, 2).centre, {0.3, 0.35}), 0.001);
+    EXPECT_EQ(Now(viewer, 2).zoom, 3000);
+    EXPECT_TRUE(ShowsTheTruth(viewer, 1));
+}
+
+TEST(Snapshots, HoldWhatTheViewShows)
+{
+    const QTemporaryDir folder;
+    stage::Viewer viewer(Mount::Wall, "quad");
+    QString written;
+    QObject::connect(&viewer.camera(), &viewer::CameraWidget::snapshotTaken,
+                     [&](const QString& path, bool good) { written = good ? path : "failed"; });
+    const QString path = folder.filePath("view.png");
+    viewer.camera().snapshotView(path);
+    ASSERT_TRUE(Await([&] { return !written.isEmpty(); }));
+    ASSERT_EQ(written, path);
+    const QImage image(path);
+    EXPECT_GT(stage::Likeness(image, stage::ViewOf(viewer.camera(), 0, image), Mount::Wall),
+              CONST_RIGHT);
+    written.clear();
+    viewer.camera().snapshotSource(folder.filePath("source.png"));
+    ASSERT_TRUE(Await([&] { return !written.isEmpty(); }));
+    EXPECT_EQ(QImage(written).size(), QSize(1024, 1024));
+    written.clear();
+    viewer.camera().snapshotSource("/nowhere/source.png");
+    ASSERT_TRUE(Await([&] { return !written.isEmpty(); }));
+    EXPECT_EQ(written, "failed");
+}
+
+TEST(Presets, LeadBackToWhereTheyWereSaved)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    viewer.camera().turnTo(0, {{0.6, 0.7}, 4000});
+    viewer.camera().savePreset("door");
+    viewer.camera().home();
+    EXPECT_TRUE(viewer.camera().goToPreset("door"));
+    EXPECT_LT(Apart(Now(viewer, 0).centre, {0.6, 0.7}), 0.001);
+    EXPECT_EQ(Now(viewer, 0).zoom, 4000);
+    EXPECT_FALSE(viewer.camera().goToPreset("window"));
+}
+
+TEST(Presets, APatrolGoesFromOneToTheNext)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    const QPointF places[] = {{0.6, 0.7}, {0.3, 0.6}};
+    for (int i = 0; i < 2; ++i) {
+        viewer.camera().turnTo(0, {places[i], 4000});
+        viewer.camera().savePreset(QString::number(i));
+    }
+    QAction* patrol = nullptr;
+    for (QAction* const action : viewer.window().actions())
+        patrol = action->text() == "Patrol" ? action : patrol;
+    ASSERT_NE(patrol, nullptr);
+    patrol->trigger();
+    for (const int i : {0, 1, 0})
+        EXPECT_TRUE(Await([&] { return Apart(Now(viewer, 0).centre, places[i]) < 0.001; }));
+    stage::Drag(viewer.cell("view", 0), {0.3, 0.5}, {0.7, 0.4});  // the hand has precedence
+    const QPointF left = Now(viewer, 0).centre;
+    EXPECT_GT(Apart(left, places[0]), 0.01);
+    EXPECT_TRUE(patrol->isChecked());
+    EXPECT_TRUE(Await([&] { return Apart(Now(viewer, 0).centre, places[1]) < 0.001; }));
+}
+
+TEST(Settings, OfACameraComeBackAsTheyWere)
+{
+    const QTemporaryDir folder;
+    QSettings store(folder.filePath("viewer.ini"), QSettings::IniFormat);
+    viewer::CameraSettings settings;
+    settings.mount = Mount::Floor;
+    settings.layout = "panorama+6";
+    settings.overlay = OverlayKind::Square;
+    settings.mirrored = true;
+    settings.lens = viewer::UnknownLens();
+    settings.lens->dFieldOfView = 195.5;
+    settings.presets["door"] = {{0.25, 0.75}, 1234};
+    viewer::SaveCamera(store, "rtsp://a/b", settings);
+    const viewer::CameraSettings read = viewer::LoadCamera(store, "rtsp://a/b");
+    EXPECT_EQ(read.mount, Mount::Floor);
+    EXPECT_EQ(read.layout, "panorama+6");
+    EXPECT_EQ(read.overlay, OverlayKind::Square);
+    EXPECT_TRUE(read.mirrored);
+    EXPECT_FALSE(read.flipped);
+    ASSERT_TRUE(read.lens.has_value());
+    EXPECT_EQ(read.lens->dFieldOfView, 195.5);
+    EXPECT_EQ(read.presets["door"].zoom, 1234);
+    EXPECT_EQ(read.presets["door"].centre, QPointF(0.25, 0.75));
+    EXPECT_EQ(viewer::LoadCamera(store, "rtsp://another").mount, Mount::Ceiling);
+}
+
+TEST(Lenses, AreMovedWithTheMouseAndPutBackByCancel)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    {
+        viewer::LensDialog dialog(viewer.camera());
+        CellWidget& picture = viewer.cell("main");
+        ASSERT_TRUE(picture.isVisible());
+        const double before = viewer::extras::LensOf(viewer.camera().player())->dCentreX;
+        stage::Drag(picture, picture.fromSquare({0.5, 0.5}), picture.fromSquare({0.6, 0.5}));
+        const RvLens moved = *viewer::extras::LensOf(viewer.camera().player());
+        EXPECT_NEAR(moved.dCentreX - before, 0.1 * moved.iWidth, 4.0);
+        EXPECT_TRUE(viewer.camera().settings().lens.has_value());
+        dialog.reject();
+    }
+    EXPECT_FALSE(viewer.camera().settings().lens.has_value());
+    EXPECT_TRUE(ShowsTheTruth(viewer, 1));
+}
+
+TEST(Cameras, StandInTabsAndInAGrid)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    viewer::CameraWidget& first = viewer.camera();
+    viewer.window().openSource(stage::RoomClip(Mount::Ceiling));
+    viewer::CameraWidget& second = viewer.camera();
+    ASSERT_NE(&first, &second);
+    EXPECT_FALSE(first.isVisible());
+    viewer.window().cameras().setGrid(true);
+    EXPECT_TRUE(first.isVisible());
+    EXPECT_FALSE(first.geometry().intersects(second.geometry()));
+    EXPECT_TRUE(Await([&] { return second.showsPictures(); }));
+    stage::Drag(*first.findChild<CellWidget*>("view"), {0.4, 0.5}, {0.6, 0.5});
+    EXPECT_EQ(&viewer.camera(), &first);
+    viewer.window().cameras().closeActive();
+    EXPECT_EQ(&viewer.camera(), &second);
+    EXPECT_TRUE(ShowsTheTruth(viewer, 0));
+}
+
+TEST(Layouts, HaveSquareViewsWhereThereAreSeveralCells)
+{
+    stage::Viewer viewer(Mount::Ceiling, "fisheye+3");
+    for (const viewer::Layout& layout : viewer::Layouts()) {
+        viewer.camera().chooseLayout(layout.id);
+        for (int i = 0; layout.cells.size() > 1 && i < viewer.camera().viewCount(); ++i)
+            EXPECT_NEAR(viewer.cell("view", i).width(), viewer.cell("view", i).height(), 1)
+                << layout.id.toStdString();
+    }
+}
+
+TEST(Playing, APauseHoldsThePictureAndAStepGoesOnByOne)
+{
+    stage::Viewer viewer(Mount::Ceiling, "fisheye");
+    const auto shown = [&] { return viewer::extras::FiguresOf(viewer.camera().player())->llShown; };
+    viewer.camera().setPaused(true);
+    const auto held = shown();
+    viewer.camera().step();
+    EXPECT_TRUE(Await([&] { return shown() > held; }));
+    viewer.camera().setPaused(false);
+    EXPECT_TRUE(Await([&] { return shown() > held + 10; }));
+}
+
+TEST(Troubles, AreToldInPlainWords)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    viewer.window().openSource("/nowhere/at-all.mkv");
+    EXPECT_TRUE(Await([&] { return viewer.camera().state() == viewer::StreamState::Failed; }));
+    EXPECT_TRUE(viewer.camera().trouble().contains("at-all.mkv"));
+    EXPECT_TRUE(viewer.camera().trouble().contains("No such file"))
+        << viewer.camera().trouble().toStdString();
+    viewer.window().openSource(__FILE__);
+    EXPECT_TRUE(Await([&] { return viewer.camera().state() == viewer::StreamState::Failed; }));
+}
+
+TEST(MissingLibraries, AreNamedWithTheFoldersTheyWereLookedForIn)
+{
+    const QString file = qEnvironmentVariable("FISHEYE_TEST_MISSING");
+    if (file.isEmpty())
+        GTEST_SKIP() << "both libraries are there; run by a test of its own";
+    stage::Viewer viewer("/any.mkv", "quad", OverlayKind::Off, stage::Viewer::Wait::No);
+    EXPECT_EQ(viewer.camera().state(), viewer::StreamState::Failed);
+    EXPECT_TRUE(viewer.camera().trouble().contains(file));
+    EXPECT_TRUE(viewer.camera().trouble().contains("/lib"));
+    viewer.camera().chooseLayout("fisheye+8");  // nothing to see, and no crash
+    viewer.camera().press(n_PTZCtl_Left, 5);
+    viewer.camera().reopen();
+}
+
+TEST(Misuse, CamerasComeAndGoAHundredTimes)
+{
+    stage::Viewer viewer(Mount::Ceiling, "fisheye+8", OverlayKind::Traced);
+    for (int i = 0; i < 100; ++i) {
+        viewer::CameraSettings settings = viewer.camera().settings();
+        viewer::CameraWidget other(stage::RoomClip(Mount::Ceiling), settings,
+                                   &viewer.window().cameras());
+        other.show();
+        QCoreApplication::processEvents();
+    }
+    EXPECT_TRUE(ShowsTheTruth(viewer, 3));
+}
+
+TEST(Misuse, AStormOfSizesAndLayoutsEndsInTheRightPicture)
+{
+    stage::Viewer viewer(Mount::Ceiling, "fisheye+8", OverlayKind::Traced);
+    for (int i = 0; i < 60; ++i) {
+        viewer.window().resize(500 + 37 * i % 900, 420 + 53 * i % 500);
+        if (i % 5 == 0)
+            viewer.camera().chooseLayout(i % 2 ? "panorama+6" : "quad");
+        QCoreApplication::processEvents();
+    }
+    viewer.camera().chooseLayout("fisheye+3");
+    EXPECT_TRUE(ShowsTheTruth(viewer, 1));
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    ::testing::InitGoogleTest(&argc, argv);
+    if (!stage::StartDisplay()) {
+        std::puts("Xvfb is not installed: scripts/install-packages.sh viewer-tests");
+        return 77;
+    }
+    int code = 1;
+    {
+        qputenv("QT_QPA_PLATFORM", "xcb");
+        // Neither is used, and both leave memory behind.
+        qputenv("QT_XCB_GL_INTEGRATION", "none");
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+        qputenv("QT_XCB_NO_XI2", "1");  // with it the first turn of a wheel only sets its zero
+        QCoreApplication::setAttribute(Qt::AA_DontCreateNativeWidgetSiblings);
+        QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+        QApplication application(argc, argv);
+        QApplication::setQuitOnLastWindowClosed(false);
+        code = RUN_ALL_TESTS();
+    }
+    stage::EndDisplay();
+    return code;
+}

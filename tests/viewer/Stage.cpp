@@ -1,0 +1,353 @@
+#include "tests/viewer/Stage.h"
+
+#include <chrono>
+#include <cmath>
+#include <csignal>
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <QDir>
+#include <QEventLoop>
+#include <QFile>
+#include <QMouseEvent>
+#include <QProcess>
+#include <QSettings>
+#include <QTimer>
+#include <QWindow>
+
+#include "tools/scene/Renderer.h"
+#include "viewer/CameraArea.h"
+#include "viewer/EngineExtras.h"
+
+#include <xcb/xcb.h>
+#include <xcb/xtest.h>
+
+namespace stage {
+
+namespace {
+
+constexpr std::chrono::seconds CONST_PATIENCE{60};
+constexpr double CONST_TOLERANCE = 0.16;  ///< of red, green and blue together, after the codec
+constexpr int CONST_GRID = 60;            ///< places looked at each way
+constexpr int CONST_DRAG_STEPS = 8;
+
+pid_t s_server = -1;
+xcb_connection_t* s_connection = nullptr;
+xcb_window_t s_root = 0;
+
+struct FreeReply
+{
+    void operator()(void* reply) const { std::free(reply); }
+};
+template <typename T>
+using Reply = std::unique_ptr<T, FreeReply>;
+
+/// Counts the mouse and key events that reach the program's windows.
+class Ears : public QObject
+{
+public:
+    int heard = 0;
+
+    bool eventFilter(QObject* object, QEvent* event) override
+    {
+        switch (event->type()) {
+        case QEvent::MouseButtonPress:
+        case QEvent::MouseButtonRelease:
+        case QEvent::MouseButtonDblClick:
+        case QEvent::MouseMove:
+        case QEvent::Wheel:
+        case QEvent::KeyPress:
+            if (object->isWindowType())
+                ++heard;
+            break;
+        default:
+            break;
+        }
+        return false;
+    }
+};
+
+Ears& TheEars()
+{
+    static Ears* const ears = [] {
+        auto* const made = new Ears;
+        made->setParent(qApp);
+        qApp->installEventFilter(made);
+        return made;
+    }();
+    return *ears;
+}
+
+void Fake(std::uint8_t type, std::uint8_t detail, int x = 0, int y = 0)
+{
+    const int before = TheEars().heard;
+    xcb_test_fake_input(s_connection, type, detail, XCB_CURRENT_TIME, s_root,
+                        static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 0);
+    xcb_flush(s_connection);
+    Await([&] { return TheEars().heard > before; });
+}
+
+struct Place
+{
+    int x;
+    int y;
+    int width;
+    int height;
+};
+
+/// Where a cell's window lies on the screen, in real pixels.
+Place PlaceOf(const viewer::CellWidget& cell)
+{
+    const auto id = static_cast<xcb_window_t>(cell.winId());
+    const Reply<xcb_get_geometry_reply_t> size(
+        xcb_get_geometry_reply(s_connection, xcb_get_geometry(s_connection, id), nullptr));
+    const Reply<xcb_translate_coordinates_reply_t> corner(xcb_translate_coordinates_reply(
+        s_connection, xcb_translate_coordinates(s_connection, id, s_root, 0, 0), nullptr));
+    return {corner->dst_x, corner->dst_y, size->width, size->height};
+}
+
+}  // namespace
+
+bool StartDisplay()
+{
+    int ends[2];
+    if (::pipe(ends) != 0)
+        return false;
+    s_server = fork();
+    if (s_server == 0) {
+        ::close(ends[0]);
+        const std::string out = std::to_string(ends[1]);
+        if (nullptr != std::freopen("/dev/null", "w", stderr))
+            execlp("Xvfb", "Xvfb", "-displayfd", out.c_str(), "-screen", "0", "2600x2000x24",
+                   "-nolisten", "tcp", static_cast<char*>(nullptr));
+        _exit(1);
+    }
+    ::close(ends[1]);
+    std::string number = ":";
+    for (char letter = 0; ::read(ends[0], &letter, 1) == 1 && letter != '\n';)
+        number += letter;
+    ::close(ends[0]);
+    if (number.size() < 2)
+        return false;
+    ::setenv("DISPLAY", number.c_str(), 1);
+    s_connection = xcb_connect(nullptr, nullptr);
+    if (xcb_connection_has_error(s_connection))
+        return false;
+    s_root = xcb_setup_roots_iterator(xcb_get_setup(s_connection)).data->root;
+    return true;
+}
+
+void EndDisplay()
+{
+    if (nullptr != s_connection)
+        xcb_disconnect(s_connection);
+    if (s_server <= 0)
+        return;
+    ::kill(s_server, SIGTERM);
+    ::waitpid(s_server, nullptr, 0);
+}
+
+bool Await(const std::function<bool()>& holds)
+{
+    const auto end = std::chrono::steady_clock::now() + CONST_PATIENCE;
+    QTimer wake;  // some of what is awaited shows on the screen alone, which tells nobody
+    wake.start(5);
+    while (!holds()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    return true;
+}
+
+QString RoomClip(viewer::Mount mount, double seconds)
+{
+    const QString length = QString::number(seconds);
+    const QString path =
+        QDir(FISHEYE_TEST_FOLDER).filePath("room-" + viewer::WordOf(mount) + "-" + length + ".mkv");
+    if (!QFile::exists(path)) {
+        // Tests that run side by side each make their own and put it there in one go.
+        const QString part = path + QString::number(getpid()) + ".mkv";
+        QProcess::execute(FISHEYE_CLIP,
+                          {"--mount", viewer::WordOf(mount), "--size",
+                           seconds < 1.0 ? "1024" : "512", "--seconds", length, "-o", part});
+        QFile::rename(part, path);
+        QFile::remove(part);
+    }
+    return path;
+}
+
+Viewer::Viewer(viewer::Mount mount, const QString& layout, viewer::OverlayKind overlay)
+{
+    open(mount, RoomClip(mount), layout, overlay);
+    Await([this] { return camera().showsPictures(); });
+}
+
+Viewer::Viewer(const QString& source, const QString& layout, viewer::OverlayKind overlay, Wait wait)
+{
+    open(viewer::Mount::Ceiling, source, layout, overlay);
+    if (Wait::ForPictures == wait)
+        Await([this] { return camera().showsPictures(); });
+}
+
+void Viewer::open(viewer::Mount mount, const QString& source, const QString& layout,
+                  viewer::OverlayKind overlay)
+{
+    TheEars();
+    viewer::Options options;
+    options.mount = mount;
+    options.layout = layout;
+    options.overlay = overlay;
+    m_window = std::make_unique<viewer::MainWindow>(options, nullptr);
+    m_window->move(0, 0);
+    m_window->show();
+    m_window->openSource(source);
+}
+
+viewer::CameraWidget& Viewer::camera()
+{
+    return *m_window->cameras().active();
+}
+
+viewer::CellWidget& Viewer::cell(const QString& name, int number)
+{
+    for (viewer::CellWidget* const cell : camera().findChildren<viewer::CellWidget*>(name))
+        if (cell->number() == number)
+            return *cell;
+    throw std::runtime_error("no such cell");
+}
+
+void MoveTo(const viewer::CellWidget& cell, QPointF at)
+{
+    const Place place = PlaceOf(cell);
+    const int x = place.x + static_cast<int>(at.x() * place.width);
+    const int y = place.y + static_cast<int>(at.y() * place.height);
+    const Reply<xcb_query_pointer_reply_t> now(
+        xcb_query_pointer_reply(s_connection, xcb_query_pointer(s_connection, s_root), nullptr));
+    if (now->root_x != x || now->root_y != y)  // where it is already it makes no event
+        Fake(XCB_MOTION_NOTIFY, 0, x, y);
+}
+
+void Press(int button)
+{
+    Fake(XCB_BUTTON_PRESS, static_cast<std::uint8_t>(button));
+}
+
+void Release(int button)
+{
+    Fake(XCB_BUTTON_RELEASE, static_cast<std::uint8_t>(button));
+}
+
+void Drag(const viewer::CellWidget& cell, QPointF from, QPointF to, int button)
+{
+    MoveTo(cell, from);
+    Press(button);
+    for (int i = 1; i <= CONST_DRAG_STEPS; ++i)
+        MoveTo(cell, from + (to - from) * i / CONST_DRAG_STEPS);
+    Release(button);
+}
+
+void Wheel(const viewer::CellWidget& cell, QPointF at, int notches)
+{
+    MoveTo(cell, at);
+    const std::uint8_t button = notches > 0 ? 4 : 5;
+    for (int i = 0; i < std::abs(notches); ++i) {
+        Fake(XCB_BUTTON_PRESS, button);
+        xcb_test_fake_input(s_connection, XCB_BUTTON_RELEASE, button, XCB_CURRENT_TIME, s_root, 0,
+                            0, 0);  // of which Qt tells nobody
+    }
+    xcb_flush(s_connection);
+}
+
+void DoubleClick(const viewer::CellWidget& cell, QPointF at)
+{
+    MoveTo(cell, at);
+    Press();
+    Release();
+    Press();
+    Release();
+}
+
+void Key(unsigned keysym)
+{
+    const xcb_setup_t& setup = *xcb_get_setup(s_connection);
+    const auto count = static_cast<std::uint8_t>(setup.max_keycode - setup.min_keycode + 1);
+    const Reply<xcb_get_keyboard_mapping_reply_t> map(xcb_get_keyboard_mapping_reply(
+        s_connection, xcb_get_keyboard_mapping(s_connection, setup.min_keycode, count), nullptr));
+    const xcb_keysym_t* const symbols = xcb_get_keyboard_mapping_keysyms(map.get());
+    for (int i = 0; i < count; ++i) {
+        if (symbols[i * map->keysyms_per_keycode] != keysym)
+            continue;
+        const auto code = static_cast<std::uint8_t>(setup.min_keycode + i);
+        xcb_test_fake_input(s_connection, XCB_KEY_PRESS, code, XCB_CURRENT_TIME, s_root, 0, 0, 0);
+        xcb_test_fake_input(s_connection, XCB_KEY_RELEASE, code, XCB_CURRENT_TIME, s_root, 0, 0, 0);
+        xcb_flush(s_connection);
+        return;
+    }
+}
+
+QImage Grab(const viewer::CellWidget& cell)
+{
+    const Place place = PlaceOf(cell);
+    const Reply<xcb_get_image_reply_t> image(xcb_get_image_reply(
+        s_connection,
+        xcb_get_image(
+            s_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, static_cast<xcb_window_t>(cell.winId()), 0, 0,
+            static_cast<std::uint16_t>(place.width), static_cast<std::uint16_t>(place.height), ~0U),
+        nullptr));
+    if (!image)
+        return {};
+    return QImage(xcb_get_image_data(image.get()), place.width, place.height, QImage::Format_RGB32)
+        .copy();
+}
+
+double Likeness(const QImage& image, const optics::ViewParameters& parameters, viewer::Mount mount)
+{
+    const optics::View view(parameters);
+    const scene::Room room(MountOf(mount), 0.1);
+    int alike = 0;
+    int all = 0;
+    for (int row = 2; row < CONST_GRID - 2; ++row) {
+        for (int column = 2; column < CONST_GRID - 2; ++column) {
+            const QPointF at((column + 0.5) / CONST_GRID, (row + 0.5) / CONST_GRID);
+            const QPoint pixel(static_cast<int>(at.x() * image.width()),
+                               static_cast<int>(at.y() * image.height()));
+            const auto direction = view.Direction(
+                {(pixel.x() + 0.5) / image.width(), (pixel.y() + 0.5) / image.height()});
+            if (!direction || direction->z < 0.02)
+                continue;  // beyond the circle's rim
+            const scene::Sight sight = room.Look(*direction);
+            const QColor seen(image.pixel(pixel));
+            const double difference = std::abs(seen.redF() - sight.stColour.fRed) +
+                                      std::abs(seen.greenF() - sight.stColour.fGreen) +
+                                      std::abs(seen.blueF() - sight.stColour.fBlue);
+            ++all;
+            alike += difference <= CONST_TOLERANCE ? 1 : 0;
+        }
+    }
+    return 0 == all ? 0.0 : static_cast<double>(alike) / all;
+}
+
+optics::ViewParameters ViewOf(const viewer::CameraWidget& camera, int number, const QImage& image)
+{
+    const viewer::extras::Look look = camera.lookOf(number).value();
+    optics::ViewParameters view;
+    view.eKind = optics::ViewKind::PanTiltZoom;
+    view.eMount = MountOf(camera.settings().mount);
+    view.stCentre = {look.centre.x(), look.centre.y()};
+    view.dZoom = look.zoom;
+    view.iWidth = image.width();
+    view.iHeight = image.height();
+    return view;
+}
+
+optics::Mount MountOf(viewer::Mount mount)
+{
+    return optics::MountOf(static_cast<int>(mount));
+}
+
+}  // namespace stage

@@ -1,0 +1,408 @@
+#include "viewer/StreamReader.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <memory>
+#include <utility>
+
+extern "C" {
+#include <libavdevice/avdevice.h>
+#include <libavformat/avformat.h>
+}
+
+namespace viewer {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Seconds = std::chrono::duration<double>;
+
+constexpr double CONST_SILENCE_SECONDS = 10.0;  ///< after which a source counts as gone
+constexpr double CONST_FIRST_RETRY_SECONDS = 1.0;
+constexpr double CONST_LAST_RETRY_SECONDS = 8.0;
+constexpr double CONST_FULL_RETRY_SECONDS = 0.005;
+constexpr double CONST_FULL_LIVE_SECONDS = 0.2;  ///< a live block that finds no room is dropped
+constexpr double CONST_DEFAULT_PERIOD = 1.0 / 25.0;
+constexpr int CONST_OUTPUT_BUFFER = 64 * 1024;
+
+QString ErrorText(int code)
+{
+    char text[AV_ERROR_MAX_STRING_SIZE] = {};
+    av_strerror(code, text, sizeof(text));
+    return QString::fromLocal8Bit(text);
+}
+
+bool IsDevice(const QString& source)
+{
+    return source.startsWith("/dev/video");
+}
+
+bool IsLive(const QString& source)
+{
+    if (IsDevice(source))
+        return true;
+    const QString scheme = source.section("://", 0, 0).toLower();
+    return source.contains("://") && scheme != "file";
+}
+
+struct PacketFree
+{
+    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+};
+using Packet = std::unique_ptr<AVPacket, PacketFree>;
+
+}  // namespace
+
+/// The opened source and its first good video stream.
+class StreamReader::Input
+{
+public:
+    explicit Input(const std::atomic<bool>& stop) : m_stop(stop) {}
+    ~Input() { avformat_close_input(&m_context); }
+    Input(const Input&) = delete;
+    Input& operator=(const Input&) = delete;
+
+    /// Empty on success, else why not.
+    QString open(const QString& source)
+    {
+        m_context = avformat_alloc_context();
+        m_context->interrupt_callback = {interrupted, this};
+        alive();
+        AVDictionary* options = nullptr;
+        av_dict_set(&options, "rtsp_transport", "tcp", 0);
+        if (IsLive(source))
+            av_dict_set(&options, "fflags", "nobuffer", 0);
+        const AVInputFormat* const format =
+            IsDevice(source) ? av_find_input_format("v4l2") : nullptr;
+        int code = avformat_open_input(&m_context, source.toUtf8().constData(), format, &options);
+        av_dict_free(&options);
+        if (code < 0)
+            return ErrorText(code);
+        alive();
+        code = avformat_find_stream_info(m_context, nullptr);
+        if (code < 0)
+            return ErrorText(code);
+        m_index = av_find_best_stream(m_context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+        if (m_index < 0)
+            return QObject::tr("It holds no video.");
+        for (unsigned i = 0; i < m_context->nb_streams; ++i)
+            m_context->streams[i]->discard =
+                static_cast<int>(i) == m_index ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+        return {};
+    }
+
+    const AVStream& stream() const { return *m_context->streams[m_index]; }
+
+    StreamInfo info(bool live) const
+    {
+        const AVCodecParameters& codec = *stream().codecpar;
+        const AVRational rate = stream().avg_frame_rate;
+        return {QString::fromLatin1(avcodec_get_name(codec.codec_id)), codec.width, codec.height,
+                rate.num > 0 && rate.den > 0 ? av_q2d(rate) : 0.0, live};
+    }
+
+    /// The next packet of the video, or FFmpeg's error.
+    int read(AVPacket* packet)
+    {
+        for (;;) {
+            alive();
+            const int code = av_read_frame(m_context, packet);
+            if (code < 0 || packet->stream_index == m_index)
+                return code;
+            av_packet_unref(packet);
+        }
+    }
+
+private:
+    void alive()
+    {
+        m_deadline = Clock::now() +
+                     std::chrono::duration_cast<Clock::duration>(Seconds(CONST_SILENCE_SECONDS));
+    }
+
+    static int interrupted(void* self)
+    {
+        const Input& input = *static_cast<Input*>(self);
+        return input.m_stop || Clock::now() > input.m_deadline ? 1 : 0;
+    }
+
+    const std::atomic<bool>& m_stop;
+    Clock::time_point m_deadline;
+    AVFormatContext* m_context = nullptr;
+    int m_index = -1;
+};
+
+/// The Matroska stream that is made of it. Every packet is a cluster of its own, so that nothing
+/// waits for the packet behind it.
+class StreamReader::Output
+{
+public:
+    Output() = default;
+    ~Output()
+    {
+        if (nullptr == m_context)
+            return;
+        if (nullptr != m_context->pb)
+            av_freep(&m_context->pb->buffer);
+        avio_context_free(&m_context->pb);
+        avformat_free_context(m_context);
+    }
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+
+    QString open(const AVStream& source)
+    {
+        int code = avformat_alloc_output_context2(&m_context, nullptr, "matroska", nullptr);
+        if (code < 0)
+            return ErrorText(code);
+        auto* const buffer = static_cast<unsigned char*>(av_malloc(CONST_OUTPUT_BUFFER));
+        m_context->pb =
+            avio_alloc_context(buffer, CONST_OUTPUT_BUFFER, 1, &m_bytes, nullptr, take, nullptr);
+        m_context->flags |= AVFMT_FLAG_FLUSH_PACKETS;
+        AVStream* const stream = avformat_new_stream(m_context, nullptr);
+        code = avcodec_parameters_copy(stream->codecpar, source.codecpar);
+        if (code < 0)
+            return ErrorText(code);
+        stream->codecpar->codec_tag = 0;
+        stream->time_base = source.time_base;
+        stream->avg_frame_rate = source.avg_frame_rate;
+        AVDictionary* options = nullptr;
+        av_dict_set(&options, "live", "1", 0);
+        code = avformat_write_header(m_context, &options);
+        av_dict_free(&options);
+        return code < 0 ? ErrorText(code) : QString();
+    }
+
+    /// Writes the packet, which stays the caller's; its times are seconds.
+    void write(AVPacket* packet, double decodeTime, double showTime)
+    {
+        const double unit = av_q2d(m_context->streams[0]->time_base);
+        packet->dts = std::llround(decodeTime / unit);
+        packet->pts = std::max<std::int64_t>(std::llround(showTime / unit), packet->dts);
+        packet->duration = 0;
+        packet->stream_index = 0;
+        // av_write_frame keeps what it needs of the packet and takes none of it over.
+        if (av_write_frame(m_context, packet) >= 0)
+            av_write_frame(m_context, nullptr);  // closes the cluster
+    }
+
+    QByteArray takeBytes() { return std::exchange(m_bytes, {}); }
+
+private:
+    static int take(void* opaque, std::uint8_t* data, int size)
+    {
+        static_cast<QByteArray*>(opaque)->append(reinterpret_cast<const char*>(data), size);
+        return size;
+    }
+
+    AVFormatContext* m_context = nullptr;
+    QByteArray m_bytes;
+};
+
+/// When the packets of one opening are due, in seconds since its start. A file's time stamps are
+/// stretched by the speed, and a pause moves what follows: what is sent is always due now, as if it
+/// were live.
+class StreamReader::Pace
+{
+public:
+    struct Times
+    {
+        double decode;
+        double show;
+    };
+
+    double now() const { return Seconds(Clock::now() - m_start).count(); }
+
+    Times next(const AVPacket& packet, const AVStream& stream, double speed)
+    {
+        const double unit = av_q2d(stream.time_base);
+        const bool stamped = AV_NOPTS_VALUE != packet.dts;
+        const double stamp =
+            stamped ? static_cast<double>(packet.dts) * unit : m_lastStamp + CONST_DEFAULT_PERIOD;
+        double step = m_first ? 0.0 : (stamp - m_lastStamp) / speed;
+        if (step < 0.0 || step > CONST_SILENCE_SECONDS)
+            step = CONST_DEFAULT_PERIOD;  // the source's clock has jumped
+        m_first = false;
+        m_lastStamp = stamp;
+        m_due += step;
+        const double ahead =
+            stamped && AV_NOPTS_VALUE != packet.pts
+                ? std::max(0.0, static_cast<double>(packet.pts - packet.dts) * unit / speed)
+                : 0.0;
+        return {m_due, m_due + ahead};
+    }
+
+    /// After a wait that the stream knows nothing of.
+    void resume() { m_due = std::max(m_due, now()); }
+
+private:
+    const Clock::time_point m_start = Clock::now();
+    bool m_first = true;
+    double m_lastStamp = 0.0;
+    double m_due = 0.0;
+};
+
+StreamReader::StreamReader(QString source, Sink sink, QObject* parent)
+    : QObject(parent), m_source(std::move(source)), m_sink(std::move(sink))
+{
+    qRegisterMetaType<StreamState>();
+    qRegisterMetaType<StreamInfo>();
+}
+
+StreamReader::~StreamReader()
+{
+    stop();
+}
+
+void StreamReader::start()
+{
+    if (m_thread.joinable())
+        return;
+    m_stop = false;
+    m_thread = std::thread([this] { run(); });
+}
+
+void StreamReader::stop()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_stop = true;
+    }
+    m_changed.notify_all();
+    if (m_thread.joinable())
+        m_thread.join();
+}
+
+void StreamReader::setPaused(bool paused)
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_paused = paused;
+        m_steps = 0;
+    }
+    m_changed.notify_all();
+}
+
+void StreamReader::setSpeed(double speed)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_speed = std::clamp(speed, 0.25, 4.0);
+}
+
+void StreamReader::setLoop(bool loop)
+{
+    m_loop = loop;
+}
+
+void StreamReader::step()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        ++m_steps;
+    }
+    m_changed.notify_all();
+}
+
+/// False when the reader is to stop.
+bool StreamReader::waitFor(double seconds)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait_for(lock, Seconds(seconds), [this] { return m_stop.load(); });
+    return !m_stop;
+}
+
+void StreamReader::run()
+{
+    avdevice_register_all();
+    const bool live = IsLive(m_source);
+    double retry = CONST_FIRST_RETRY_SECONDS;
+    emit stateChanged(StreamState::Connecting, {});
+    while (!m_stop) {
+        QString why;
+        const Clock::time_point start = Clock::now();
+        const End end = playOnce(&why);
+        if (End::Stopped == end)
+            return;
+        if (!live) {
+            if (End::Broken == end) {
+                emit stateChanged(StreamState::Failed, why);
+                return;
+            }
+            if (m_loop) {
+                if (!waitFor(CONST_DEFAULT_PERIOD))  // the time of the last picture
+                    return;
+                continue;
+            }
+            emit stateChanged(StreamState::Ended, {});
+            return;
+        }
+        if (Seconds(Clock::now() - start).count() > CONST_SILENCE_SECONDS)
+            retry = CONST_FIRST_RETRY_SECONDS;  // it had played
+        emit stateChanged(StreamState::Reconnecting, why);
+        if (!waitFor(retry))
+            return;
+        retry = std::min(2.0 * retry, CONST_LAST_RETRY_SECONDS);
+    }
+}
+
+StreamReader::End StreamReader::playOnce(QString* why)
+{
+    const bool live = IsLive(m_source);
+    Input input(m_stop);
+    Output output;
+    *why = input.open(m_source);
+    if (why->isEmpty())
+        *why = output.open(input.stream());
+    if (m_stop)
+        return End::Stopped;
+    if (!why->isEmpty())
+        return End::Broken;
+    emit opened(input.info(live));
+    emit stateChanged(StreamState::Playing, {});
+
+    Pace pace;
+    const Packet packet(av_packet_alloc());
+    for (;;) {
+        const int code = input.read(packet.get());
+        if (m_stop)
+            return End::Stopped;
+        if (code < 0) {
+            *why = AVERROR_EOF == code ? tr("The source has ended.") : ErrorText(code);
+            return AVERROR_EOF == code ? End::Finished : End::Broken;
+        }
+        double speed = 1.0;
+        if (!live) {
+            std::unique_lock<std::mutex> lock(m_mutex);
+            if (m_paused) {
+                m_changed.wait(lock, [this] { return m_stop || !m_paused || m_steps > 0; });
+                m_steps = std::max(0, m_steps - 1);
+                pace.resume();
+            }
+            speed = m_speed;
+        }
+        const Pace::Times times = pace.next(*packet, input.stream(), speed);
+        if (!live && !waitFor(times.decode - pace.now()))
+            return End::Stopped;
+        output.write(packet.get(), times.decode, times.show);  // a damaged one costs a picture
+        av_packet_unref(packet.get());
+        if (!deliver(output.takeBytes(), live))
+            return End::Stopped;
+    }
+}
+
+bool StreamReader::deliver(const QByteArray& block, bool live)
+{
+    const Clock::time_point start = Clock::now();
+    while (!block.isEmpty() && !m_sink(block)) {
+        if (live && Seconds(Clock::now() - start).count() > CONST_FULL_LIVE_SECONDS) {
+            emit dropped(1);
+            return true;
+        }
+        if (!waitFor(CONST_FULL_RETRY_SECONDS))
+            return false;
+    }
+    return !m_stop;
+}
+
+}  // namespace viewer

@@ -1,0 +1,103 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+#include <QByteArray>
+#include <QObject>
+#include <QString>
+
+namespace viewer {
+
+/// What a reader is doing, for people.
+enum class StreamState
+{
+    Connecting,
+    Playing,
+    Reconnecting,
+    Ended,
+    Failed
+};
+
+/// What is known of a stream once it is open.
+struct StreamInfo
+{
+    QString codec;
+    int width = 0;
+    int height = 0;
+    double rate = 0.0;  ///< pictures a second, 0 where the stream does not say
+    bool live = false;  ///< a camera or a network stream: no pace to keep, none to change
+};
+
+/// Reads a file, a URL (rtsp, http, udp, ...) or a camera device on a thread of its own and hands
+/// its video on as one endless Matroska stream, in blocks, at the pace of its time stamps (files)
+/// or as it comes (live). Nothing is decoded here.
+///
+/// A live source that ends or drops is opened again, after 1 to 8 seconds; every opening starts a
+/// Matroska stream anew. stop() and the destructor return within a moment whatever the source does.
+class StreamReader : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Takes one block; false means "full, again later". Called on the reader's thread, and not
+    /// again until it has returned.
+    using Sink = std::function<bool(const QByteArray& block)>;
+
+    StreamReader(QString source, Sink sink, QObject* parent = nullptr);
+    ~StreamReader() override;
+
+    void start();
+    void stop();
+
+    /// For files alone; a live source ignores them. A speed is 0.25 to 4.
+    void setPaused(bool paused);
+    void setSpeed(double speed);
+    void setLoop(bool loop);
+
+    /// Lets a paused file go on by one picture.
+    void step();
+
+signals:
+    // From the reader's thread: connect queued, as Qt does by itself for objects of other threads.
+    void stateChanged(viewer::StreamState state, const QString& message);
+    void opened(const viewer::StreamInfo& info);
+    void dropped(int blocks);  ///< blocks of a live source that the sink had no room for
+
+private:
+    class Input;
+    class Output;
+    class Pace;
+
+    enum class End
+    {
+        Stopped,
+        Finished,
+        Broken
+    };
+
+    void run();
+    End playOnce(QString* why);
+    bool deliver(const QByteArray& block, bool live);
+    bool waitFor(double seconds);
+
+    const QString m_source;
+    const Sink m_sink;
+    std::thread m_thread;
+    std::atomic<bool> m_stop{false};
+    std::atomic<bool> m_loop{false};
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_paused = false;  ///< these three guarded by m_mutex
+    double m_speed = 1.0;
+    int m_steps = 0;
+};
+
+}  // namespace viewer
+
+Q_DECLARE_METATYPE(viewer::StreamState)
+Q_DECLARE_METATYPE(viewer::StreamInfo)
