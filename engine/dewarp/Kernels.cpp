@@ -572,8 +572,10 @@ HWY_ATTR void Interleave(const std::uint8_t* u, const std::uint8_t* v, int count
 
 }  // namespace
 
+/// constexpr, because code of this file that merely made the table would run, or fail to, on
+/// processors without the instruction set.
 template <bool Gather>
-Kernels TableOf(const char* name)
+constexpr Kernels TableOf(const char* name)
 {
     return {name,
             Expand,
@@ -606,33 +608,30 @@ struct Entry
 };
 
 /// Slowest instruction set first.
-const std::vector<Entry>& Table()
-{
-    static const std::vector<Entry> table = {
+constexpr Entry kTable[] = {
+    {0, false, {}},  // of no processor; without it the table could be empty
 #if (HWY_TARGETS & HWY_NEON) && HWY_ARCH_ARM_A64
-        {HWY_NEON, false, N_NEON::TableOf<false>("NEON")},
+    {HWY_NEON, false, N_NEON::TableOf<false>("NEON")},
 #endif
 #if HWY_TARGETS & HWY_SSE4
-        {HWY_SSE4, false, N_SSE4::TableOf<false>("SSE4")},
+    {HWY_SSE4, false, N_SSE4::TableOf<false>("SSE4")},
 #endif
 #if HWY_TARGETS & HWY_AVX2
-        {HWY_AVX2, false, N_AVX2::TableOf<false>("AVX2")},
-        {HWY_AVX2, true, N_AVX2::TableOf<true>("AVX2 gather")},
+    {HWY_AVX2, false, N_AVX2::TableOf<false>("AVX2")},
+    {HWY_AVX2, true, N_AVX2::TableOf<true>("AVX2 gather")},
 #endif
 #if HWY_TARGETS & HWY_AVX3
-        {HWY_AVX3, false, N_AVX3::TableOf<false>("AVX-512")},
-        {HWY_AVX3, true, N_AVX3::TableOf<true>("AVX-512 gather")},
+    {HWY_AVX3, false, N_AVX3::TableOf<false>("AVX-512")},
+    {HWY_AVX3, true, N_AVX3::TableOf<true>("AVX-512 gather")},
 #endif
-    };
-    return table;
-}
+};
 
 }  // namespace
 
 std::vector<const Kernels*> SupportedKernels()
 {
     std::vector<const Kernels*> supported = {&ReferenceKernels()};
-    for (const Entry& entry : Table())
+    for (const Entry& entry : kTable)
         if (hwy::SupportedTargets() & entry.target)
             supported.push_back(&entry.kernels);
     return supported;
@@ -654,7 +653,7 @@ bool GathersAreQuick()
 const Kernels* Quickest()
 {
     const Kernels* quickest = &ReferenceKernels();
-    for (const Entry& entry : Table())
+    for (const Entry& entry : kTable)
         if ((hwy::SupportedTargets() & entry.target) && (!entry.gathers || GathersAreQuick()))
             quickest = &entry.kernels;
     return quickest;
