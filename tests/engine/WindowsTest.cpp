@@ -9,6 +9,7 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -77,6 +78,7 @@ private:
         for (std::string& word : words)
             arguments.push_back(word.data());
         arguments.push_back(nullptr);
+        prctl(PR_SET_PDEATHSIG, SIGKILL);  // a server left over would keep the test's output open
         freopen("/dev/null", "w", stderr);
         execvp(arguments[0], arguments.data());
         _exit(1);

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -119,6 +120,7 @@ bool StartDisplay()
         return false;
     s_server = fork();
     if (s_server == 0) {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // a server left over would keep the test's output open
         ::close(ends[0]);
         const std::string out = std::to_string(ends[1]);
         if (nullptr != std::freopen("/dev/null", "w", stderr))
