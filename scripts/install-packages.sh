@@ -30,7 +30,7 @@ for group in "$@"; do
 done
 
 missing=()
-for name in "${wanted[@]}"; do
+for name in $(printf '%s\n' "${wanted[@]}" | sort -u); do
     dpkg-query -W -f '${Status}' "$name" 2>/dev/null | grep -q 'ok installed' || missing+=("$name")
 done
 [ ${#missing[@]} -gt 0 ] || exit 0
