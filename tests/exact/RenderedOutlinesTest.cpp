@@ -1,8 +1,9 @@
 // The outlines that the correction library traces are the borders of the pictures that the engine
-// renders. Nothing of the geometry is shared with either: the source pictures are waves, from which
-// every rendered pixel tells where in the fisheye picture it was taken. So a pan/tilt/zoom picture
-// tells where its border runs, and the picture of a wide view turns the points of an outline that
-// is drawn on it into places of the fisheye picture.
+// renders. Where they run is not worked out here: the source pictures are waves, from which every
+// rendered pixel tells where in the fisheye picture it was taken. So a pan/tilt/zoom picture tells
+// where its border runs, and the picture of a wide view turns the points of an outline that is
+// drawn on it into places of the fisheye picture. The library's own formulas only say which part of
+// a border a wide view shows at all.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
