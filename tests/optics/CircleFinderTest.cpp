@@ -266,6 +266,17 @@ TEST(CircleFinder, BearsLampsThatGlareOverTheRim)
     ExpectFound(picture, disc, 1.5);
 }
 
+TEST(CircleFinder, BearsASurroundFullOfSpecks)
+{
+    const Disc disc{{500, 400}, 370};
+    Picture picture(1000, 800);
+    std::mt19937 random(5);
+    for (int i = 0; i < 900; ++i)
+        picture.AddBox(static_cast<int>(random() % 1000), static_cast<int>(random() % 800), 6, 200);
+    picture.Add(disc, Scene(60, 200));
+    ExpectFound(picture, disc, 1.5);
+}
+
 TEST(CircleFinder, BearsACircleOfWhichTheCornersAloneAreDark)
 {
     const Disc disc{{500, 400}, 540};
