@@ -70,8 +70,6 @@ void Tracer::Trace(int iSamplesAcross, int iSamplesDown)
     const Vec3 astCorners[] = {*m_border.Direction({0.0, 0.0}), *m_border.Direction({1.0, 0.0}),
                                *m_border.Direction({1.0, 1.0}), *m_border.Direction({0.0, 1.0})};
     Vec3 stLast = astCorners[0];
-    if (Shown(stLast))
-        Begin(stLast);
     for (int iSide = 0; iSide < 4; ++iSide) {
         const int iSamples = iSide % 2 == 0 ? iSamplesAcross : iSamplesDown;
         for (int i = 1; i <= iSamples; ++i) {

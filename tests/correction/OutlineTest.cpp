@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <ostream>
@@ -145,6 +146,7 @@ TEST_P(EveryOutline, IsTheViewsBorderAndNothingElse)
             if (i > 0) {
                 ASSERT_LE(Distance(st, vecLine[i - 1]), CONST_LONGEST_STEP)
                     << st.fX << ", " << st.fY;
+                ASSERT_GT(Distance(st, vecLine[i - 1]), 0.0) << st.fX << ", " << st.fY;
             }
         }
     }
@@ -229,6 +231,26 @@ TEST(Outline, ASideThatLiesOnTheRimIsNotCutUp)
     }
 }
 
+TEST(Outline, ASideThatLiesOnTheBorderOfThe180ViewIsDrawn)
+{
+    // The same view's lower side runs through the pole, half of it up either border of the picture.
+    const Handle handle;
+    for (const int iInstallation : {2, 3}) {
+        const Traced traced =
+            Trace(handle.Get(), Outline(iInstallation, 0x200, {0.5f, 0.75f}, 1.0f));
+        std::size_t uLeft = 0;
+        std::size_t uRight = 0;
+        for (const auto& vecLine : traced.vecLines) {
+            for (const Pair& st : vecLine) {
+                uLeft += st.fX < 1e-6f;
+                uRight += st.fX > 1.0f - 1e-6f;
+            }
+        }
+        EXPECT_GE(uLeft, 125u);
+        EXPECT_GE(uRight, 125u);
+    }
+}
+
 TEST(Outline, ARequestsRoundingDoesNotHideASideOnTheRim)
 {
     // 45 degrees off the axis, but a little more as single precision has it.
@@ -271,6 +293,17 @@ TEST(Outline, IsSplitAtThePanoramasSeam)
     }
 }
 
+TEST(Outline, IsWholeWhereItCrossesThePanoramasMiddle)
+{
+    const Handle handle;
+    for (const int iInstallation : {1, 2, 3}) {
+        const Traced traced =
+            Trace(handle.Get(), Outline(iInstallation, 0x300, {0.503f, 0.8f}, 0.3f));
+        ASSERT_EQ(traced.vecLines.size(), 1u) << iInstallation;
+        EXPECT_EQ(traced.vecLines[0].size(), 1001u) << iInstallation;
+    }
+}
+
 TEST(Outline, AViewAtThePoleRunsFromSeamToSeam)
 {
     const Handle handle;
@@ -286,6 +319,35 @@ TEST(Outline, AViewAtThePoleRunsFromSeamToSeam)
     }
     EXPECT_EQ(dLeft, 0.0);
     EXPECT_EQ(dRight, 1.0);
+}
+
+TEST(Outline, ASideThatPassesAPoleAnyhowCloselyRunsHalfWayRoundIt)
+{
+    // Tilted 45 degrees, 90 across: the lower side passes the pole as closely as a position can
+    // say, on the one side of it or on the other.
+    const Handle handle;
+    for (const int iInstallation : {2, 3}) {
+        for (const float fNudge : {-6e-6f, -6e-8f, 6e-8f, 6e-6f}) {
+            const Traced traced =
+                Trace(handle.Get(), Outline(iInstallation, 0x300, {0.5f, 0.75f + fNudge}, 1.0f));
+            std::vector<double> vecNearPole;
+            for (const auto& vecLine : traced.vecLines) {
+                for (const Pair& st : vecLine) {
+                    if ((iInstallation == 2 ? st.fY : 1.0f - st.fY) < 0.01f)
+                        vecNearPole.push_back(st.fX);
+                }
+            }
+            ASSERT_GT(vecNearPole.size(), 2u);
+            std::sort(vecNearPole.begin(), vecNearPole.end());
+            vecNearPole.push_back(vecNearPole.front() + 1.0);  // all the way round
+            std::vector<double> vecGaps;
+            for (std::size_t i = 1; i < vecNearPole.size(); ++i)
+                vecGaps.push_back(vecNearPole[i] - vecNearPole[i - 1]);
+            std::sort(vecGaps.rbegin(), vecGaps.rend());
+            EXPECT_NEAR(vecGaps[0], 0.5, 0.03) << iInstallation << " " << fNudge;
+            EXPECT_LE(vecGaps[1], CONST_LONGEST_STEP) << iInstallation << " " << fNudge;
+        }
+    }
 }
 
 TEST(Outline, AViewThatTheWideViewDoesNotShowHasNoLines)

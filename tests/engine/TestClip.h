@@ -32,7 +32,8 @@ struct ClipOptions
     int pictures = 10;
     int rate = 25;
     int keyInterval = 10;
-    int firstPicture = 0;  // time stamps begin here
+    int firstPicture = 0;   // time stamps begin here
+    bool lossless = false;  // H.264 alone
     // The colour of a pixel; `picture` counts from 0.
     std::function<Colour(int picture, int x, int y)> paint = [](int, int x, int) {
         return x < 128 ? Colour{200, 40, 40} : Colour{40, 60, 190};

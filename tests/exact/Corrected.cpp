@@ -1,6 +1,7 @@
 #include "tests/exact/Corrected.h"
 
 #include <cmath>
+#include <map>
 #include <optional>
 
 #include "engine/PlaySdk.h"
@@ -59,7 +60,9 @@ optics::Lens SourceLens()
     return optics::Lens::Make(st, strError).value();
 }
 
-Source SourceOf(optics::Mount eMount)
+namespace {
+
+Source DrawSource(optics::Mount eMount)
 {
     scene::Renderer stRenderer(eMount, CONST_SOURCE, CONST_SOURCE,
                                scene::ThroughLens(SourceLens()));
@@ -76,6 +79,15 @@ Source SourceOf(optics::Mount eMount)
             PutChroma(stPicture, iX, iY, &st.vecChroma[std::size_t(iY / 2) * CONST_SOURCE + iX]);
     }
     return st;
+}
+
+}  // namespace
+
+const Source& SourceOf(optics::Mount eMount)
+{
+    static std::map<optics::Mount, Source> s_map;
+    const auto it = s_map.find(eMount);
+    return it != s_map.end() ? it->second : s_map.emplace(eMount, DrawSource(eMount)).first->second;
 }
 
 Source GreySourceOf(optics::Mount eMount)

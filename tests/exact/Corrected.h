@@ -34,8 +34,8 @@ struct Source
     std::vector<std::uint8_t> vecChroma;
 };
 
-/// The room as the source lens sees it at CONST_TIME, uncompressed.
-Source SourceOf(optics::Mount eMount);
+/// The room as the source lens sees it at CONST_TIME, uncompressed. Drawn once for each mount.
+const Source& SourceOf(optics::Mount eMount);
 
 /// The luma alone: a grey picture.
 Source GreySourceOf(optics::Mount eMount);

@@ -44,7 +44,7 @@ INSTANTIATE_TEST_SUITE_P(EachMount, RandomViews,
 // then many pixels wide, is limited by the source picture's own pixels, not by the correction.
 TEST_P(RandomViews, LookAsTheRoomItselfDoes)
 {
-    const exact::Source stSource = exact::SourceOf(GetParam());
+    const exact::Source& stSource = exact::SourceOf(GetParam());
     std::mt19937 stRandom(1);
     Picture stAllCorrected{CONST_WIDTH, 0, {}};
     Picture stAllTruth{CONST_WIDTH, 0, {}};
@@ -71,7 +71,7 @@ TEST_P(RandomViews, LookAsTheRoomItselfDoes)
 // nothing.
 TEST(Comparison, NoticesAShiftOfOnePixel)
 {
-    const exact::Source stSource = exact::SourceOf(Mount::Ceiling);
+    const exact::Source& stSource = exact::SourceOf(Mount::Ceiling);
     const engine::ViewSettings st = exact::PanTiltZoom(Mount::Ceiling, 5600, 3500, 5000);
     const Picture stTruth = Truth(st);
     exact::Source stShifted = stSource;

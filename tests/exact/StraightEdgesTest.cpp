@@ -174,7 +174,7 @@ INSTANTIATE_TEST_SUITE_P(EachMount, StraightEdges,
 
 TEST_P(StraightEdges, AreStraightAndInPlaceWithinThreeTenthsOfAPixel)
 {
-    const exact::Source stSource = exact::SourceOf(GetParam());
+    const exact::Source& stSource = exact::SourceOf(GetParam());
     const scene::Room stRoom(GetParam(), exact::CONST_TIME);
     int iEdges = 0;
     double dWorst = 0;

@@ -66,6 +66,19 @@ public:
         });
     }
 
+    Picture& AddBox(int iLeft, int iTop, int iSide, std::uint8_t ucLevel)
+    {
+        for (int i = 0; i < iSide * iSide; ++i) {
+            const int iX = iLeft + i % iSide;
+            const int iY = iTop + i / iSide;
+            if (iX >= 0 && iX < m_iWidth && iY >= 0 && iY < m_iHeight)
+                At(iX, iY) = ucLevel;
+        }
+        return *this;
+    }
+
+    double Level(int iX, int iY) { return At(iX, iY); }
+
     std::optional<CircleFit> Find() const
     {
         return FindCircle(m_vecData.data(), m_iWidth, m_iHeight, m_iStride);
@@ -182,6 +195,127 @@ TEST(CircleFinder, BearsARimThatFadesOut)
         return 16.0 + 150.0 * std::clamp((362.0 - dRadius) / 24.0, 0.0, 1.0);
     });
     ExpectFound(picture, disc, 12.0);
+}
+
+/// How bright a lens with a vignette lets its picture be at a share of the radius, as measured on
+/// real ones: it fades over the last sixth, ends at less than half, and the stop itself is blurred.
+double Vignette(double dShare)
+{
+    const double dFade = 1.0 - 0.55 * std::clamp((dShare - 0.85) / 0.15, 0.0, 1.0);
+    return dFade * std::clamp((1.015 - dShare) / 0.03, 0.0, 1.0);
+}
+
+TEST(CircleFinder, MeasuresAVignettedRimAtItsStop)
+{
+    for (const double dScale : {0.5, 1.0, 2.0}) {
+        const Disc scaled{{480 * dScale, 410 * dScale}, 370 * dScale};
+        Picture picture(static_cast<int>(1000 * dScale), static_cast<int>(800 * dScale), 2);
+        picture
+            .Paint([&](int iX, int iY) {
+                const double dShare =
+                    std::hypot(iX - scaled.stCentre.x, iY - scaled.stCentre.y) / scaled.dRadius;
+                return 2.0 + Vignette(dShare) * Scene(60, 220)(iX, iY);
+            })
+            .AddNoise(2.0);
+        ExpectFound(picture, scaled, std::max(1.0, 0.004 * scaled.dRadius));
+    }
+}
+
+TEST(CircleFinder, MeasuresAVignettedRimOfASceneWithADarkHalf)
+{
+    const Disc disc{{480, 410}, 370};
+    Picture picture(1000, 800, 2);
+    picture
+        .Paint([&](int iX, int iY) {
+            const double dShare = std::hypot(iX - 480.0, iY - 410.0) / 370.0;
+            const double dScene = iY < 380 ? 240.0 : 35.0 + 20.0 * std::sin(iX * 0.05);
+            return 2.0 + Vignette(dShare) * dScene;
+        })
+        .AddNoise(1.5);
+    ExpectFound(picture, disc, 2.0);
+}
+
+TEST(CircleFinder, BearsANoisySurroundThatIsNotBlack)
+{
+    const Disc disc{{615, 534}, 475};  // cut at the bottom
+    Picture picture(1304, 976, 35);
+    picture.Add(disc, Scene(60, 120)).AddNoise(4.0).AddText(5, 940, 480, 34);
+    ExpectFound(picture, disc, 2.5);
+}
+
+TEST(CircleFinder, BearsASurroundThatStrayLightMakesUneven)
+{
+    const Disc disc{{500, 400}, 370};
+    Picture picture(1000, 800);
+    picture.Paint([](int iX, int iY) { return 10.0 + 0.03 * iX + 0.01 * iY; });
+    picture.Add(disc, Scene(90, 220)).AddNoise(2.0);
+    ExpectFound(picture, disc, 1.5);
+}
+
+TEST(CircleFinder, BearsLampsThatGlareOverTheRim)
+{
+    const Disc disc{{500, 400}, 370};
+    Picture picture(1000, 800);
+    picture.Add(disc, Scene(30, 120));
+    for (const Point& lamp : {Point{132, 420}, {140, 330}, {500, 32}, {800, 610}}) {
+        picture.Paint([&](int iX, int iY) {
+            const double dGlare = 235.0 * std::exp(-std::hypot(iX - lamp.x, iY - lamp.y) / 9.0);
+            return std::max<double>(dGlare, picture.Level(iX, iY));
+        });
+    }
+    ExpectFound(picture, disc, 1.5);
+}
+
+TEST(CircleFinder, BearsASurroundFullOfSpecks)
+{
+    const Disc disc{{500, 400}, 370};
+    Picture picture(1000, 800);
+    std::mt19937 random(5);
+    for (int i = 0; i < 900; ++i)
+        picture.AddBox(static_cast<int>(random() % 1000), static_cast<int>(random() % 800), 6, 200);
+    picture.Add(disc, Scene(60, 200));
+    ExpectFound(picture, disc, 1.5);
+}
+
+TEST(CircleFinder, BearsACircleOfWhichTheCornersAloneAreDark)
+{
+    const Disc disc{{500, 400}, 540};
+    Picture picture(1000, 800);
+    picture.Add(disc, Scene(60, 200)).AddNoise(3.0);
+    ExpectFound(picture, disc, 3.0);
+}
+
+/// Points of light through foliage, out to a share of the radius that the bearing decides.
+void AddSpecks(Picture& picture, const Disc& disc, int iSpecks, int iSide,
+               const std::function<double(double)>& reach)
+{
+    std::mt19937 random(3);
+    std::uniform_real_distribution<double> unit(0.0, 1.0);
+    for (int i = 0; i < iSpecks; ++i) {
+        const double dBearing = 2.0 * PI * unit(random);
+        const double dRadius = disc.dRadius * reach(dBearing) * std::sqrt(unit(random));
+        picture.AddBox(static_cast<int>(disc.stCentre.x + dRadius * std::sin(dBearing)),
+                       static_cast<int>(disc.stCentre.y + dRadius * std::cos(dBearing)), iSide,
+                       230);
+    }
+}
+
+TEST(CircleFinder, BearsASceneOfPointsOfLight)
+{
+    const Disc disc{{500, 400}, 370};
+    Picture picture(1000, 800, 0);
+    AddSpecks(picture, disc, 60000, 2, [](double) { return 1.0; });
+    ExpectFound(picture, disc, 4.0);
+}
+
+// Their outline is no rim: a circle through it would be wrong by a tenth, worse than none.
+TEST(CircleFinder, RefusesPointsOfLightThatDoNotReachTheRim)
+{
+    Picture picture(1000, 800, 0);
+    AddSpecks(picture, {{500, 400}, 370}, 9000, 4, [](double dBearing) {
+        return 0.92 + 0.08 * std::sin(3.0 * dBearing) + 0.1 * std::cos(dBearing);
+    });
+    EXPECT_FALSE(picture.Find());
 }
 
 TEST(CircleFinder, RefusesTwoCircles)

@@ -284,6 +284,9 @@ TEST(Lens, TheCirclesRadiusEndsALensWhoseScaleIsGiven)
     EXPECT_DOUBLE_EQ(Made(st).MaxRadius(), 400.0);
     st.dCircleRadius = 5000.0;
     EXPECT_NEAR(Made(st).MaxTheta(), PI / 2, 1e-12);
+    LensParameters stTable = TableOf({{30.0, 270.0}, {60.0, 520.0}, {92.5, 760.0}});
+    stTable.dCircleRadius = 520.0;
+    EXPECT_NEAR(Made(stTable).MaxTheta(), RadFromDeg(60.0), 1e-12);
 }
 
 TEST(Lens, TwoFocalLengthsMakeAnEllipse)
@@ -339,6 +342,21 @@ TEST(Lens, ZerosWhereAScaleIsNeededAreRefused)
     EXPECT_NE(Refusal(st), "");
 }
 
+TEST(Lens, ScalesThatNoLensHasAreRefused)
+{
+    LensParameters st = KannalaBrandt({});
+    st.dFocalX = st.dFocalY = 1e-7;
+    EXPECT_THAT(Refusal(st), testing::HasSubstr("out of proportion"));
+    st.dFocalX = 400.0;
+    for (const double dFocalY : {0.3, 500000.0}) {
+        st.dFocalY = dFocalY;
+        EXPECT_THAT(Refusal(st), testing::HasSubstr("out of proportion")) << dFocalY;
+    }
+    LensParameters stCircle = CircleOf(LensModel::Equidistant);
+    stCircle.dFocalY = -3.0;
+    EXPECT_NE(Refusal(stCircle), "");
+}
+
 TEST(Lens, MalformedTablesAreRefused)
 {
     EXPECT_THAT(Refusal(TableOf({})), testing::HasSubstr("2 to 32 rows"));
@@ -351,10 +369,14 @@ TEST(Lens, MalformedTablesAreRefused)
     EXPECT_THAT(Refusal(TableOf({{30.0, 300.0}, {60.0, 290.0}})), testing::HasSubstr("not grow"));
     EXPECT_THAT(Refusal(TableOf({{60.0, 300.0}, {30.0, 390.0}})), testing::HasSubstr("not grow"));
     EXPECT_THAT(Refusal(TableOf({{60.0, 300.0}, {60.0, 300.0}})), testing::HasSubstr("not grow"));
+    EXPECT_THAT(Refusal(TableOf({{60.0, 300.0}, {90.0, 300.0}})), testing::HasSubstr("not grow"));
     EXPECT_THAT(Refusal(TableOf({{0.0, 10.0}, {60.0, 300.0}})), testing::HasSubstr("not grow"));
     EXPECT_THAT(Refusal(TableOf({{0.0, 0.0}, {0.0, 0.0}})), testing::HasSubstr("not grow"));
     EXPECT_THAT(Refusal(TableOf({{10.0, CONST_NAN}, {60.0, 300.0}})), testing::HasSubstr("range"));
     EXPECT_THAT(Refusal(TableOf({{CONST_NAN, 10.0}, {60.0, 300.0}})), testing::HasSubstr("range"));
+    for (const double dRadius : {-10.0, 1e7, CONST_INFINITY})
+        EXPECT_THAT(Refusal(TableOf({{60.0, 300.0}, {90.0, dRadius}})), testing::HasSubstr("range"))
+            << dRadius;
     EXPECT_THAT(Refusal(TableOf({{10.0, 10.0}, {181.0, 300.0}})), testing::HasSubstr("range"));
     EXPECT_THAT(Refusal(TableOf({{-10.0, 10.0}, {81.0, 300.0}})), testing::HasSubstr("range"));
     EXPECT_THAT(Refusal(TableOf({{0.0, 0.0}, {0.5, 10.0}})), testing::HasSubstr("first degree"));
