@@ -348,9 +348,10 @@ void Player::KeepTime(const Picture& picture)
             m_clock.SetSpeed(m_speed);
         if (std::exchange(m_restartClock, false))
             m_clock.Restart();
-        const PlayClock::Plan plan = m_clock.Schedule(
-            {picture.seconds, picture.period, picture.hasTime, picture.live, m_decoder.HasMore()},
-            Clock::now());
+        const PlayClock::Plan plan =
+            m_clock.Schedule({picture.seconds, picture.period, picture.hasTime, picture.live,
+                              m_decoder.HasMore(), picture.refused, picture.putAt},
+                             Clock::now());
         m_decoder.Hurry(plan.behind);
         if (plan.drop) {
             ++m_dropped;

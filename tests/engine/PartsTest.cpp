@@ -45,10 +45,13 @@ TEST(ByteQueue, GivesBytesInTheirOrderAcrossItsSeam)
         const Bytes bytes = Count(4099, next);
         next = static_cast<std::uint8_t>(next + 4099);
         ASSERT_TRUE(queue.Put(bytes.data(), bytes.size()));
-        const auto read = queue.Take(target.data(), 4000, FOREVER);
-        ASSERT_EQ(read.size, 4000U);
-        for (std::size_t i = 0; i < read.size; ++i)
-            ASSERT_EQ(target[i], expected++);
+        for (std::size_t size = 0; size < 4000;) {
+            const auto read = queue.Take(target.data(), 4000 - size, FOREVER);
+            ASSERT_EQ(read.status, ByteQueue::Status::Data);
+            for (std::size_t i = 0; i < read.size; ++i)
+                ASSERT_EQ(target[i], expected++);
+            size += read.size;
+        }
     }
     EXPECT_EQ(queue.Size(), 9900U);
 }
@@ -95,6 +98,40 @@ TEST(ByteQueue, ClearTakesTheBytesAndTheEnd)
     queue.Clear();
     EXPECT_EQ(queue.Take(&byte, 1, FOREVER).status, ByteQueue::Status::Cleared);
     EXPECT_EQ(queue.Take(&byte, 1, Clock::now()).status, ByteQueue::Status::Timeout);
+}
+
+TEST(ByteQueue, EveryReadTellsWhenItsOwnBytesWerePut)
+{
+    ByteQueue queue;
+    const Bytes bytes = Count(300);
+    const auto first = Clock::now();
+    queue.Put(bytes.data(), 100);
+    while (Clock::now() < first + std::chrono::milliseconds(5))
+        std::this_thread::yield();
+    const auto second = Clock::now();
+    queue.Put(bytes.data(), 200);
+    Bytes target(300);
+    auto read = queue.Take(target.data(), 300, FOREVER);
+    EXPECT_EQ(read.size, 100U);
+    EXPECT_GE(read.putAt, first);
+    EXPECT_LT(read.putAt, second);
+    read = queue.Take(target.data(), 300, FOREVER);
+    EXPECT_EQ(read.size, 200U);
+    EXPECT_GE(read.putAt, second);
+}
+
+TEST(ByteQueue, TellsItsReaderOnceThatABlockWasRefused)
+{
+    ByteQueue queue;
+    queue.SetCapacity(100);
+    Bytes bytes = Count(80);
+    queue.Put(bytes.data(), 80);
+    EXPECT_FALSE(queue.Put(bytes.data(), 80));
+    EXPECT_TRUE(queue.Take(bytes.data(), 40, FOREVER).refused);
+    EXPECT_FALSE(queue.Take(bytes.data(), 40, FOREVER).refused);
+    queue.MarkEnd();
+    EXPECT_FALSE(queue.Put(bytes.data(), 80)) << "the end has not been reached";
+    EXPECT_FALSE(queue.Take(bytes.data(), 40, FOREVER).refused);
 }
 
 TEST(ByteQueue, WakesItsReaderAndTellsThatItWaited)
@@ -237,6 +274,13 @@ protected:
         return std::chrono::duration<double>(time.time_since_epoch()).count() - 1000;
     }
 
+    /// A picture that was put `age` seconds ago.
+    PlayClock::Plan Put(double seconds, double now, double age, bool refused = false)
+    {
+        return m_clock.Schedule({seconds, 0.04, true, false, true, refused, At(now - age)},
+                                At(now));
+    }
+
     PlayClock m_clock;
 };
 
@@ -295,6 +339,38 @@ TEST_F(Clocks, LivePictureIsShownAtOnceAndTheDelayStaysSmall)
     Schedule(0.0, 0.3, true, false);
     for (int i = 1; i < 10; ++i)
         EXPECT_NEAR(When(Schedule(i * 0.04, i * 0.04, true, false).due), i * 0.04, 1e-6);
+}
+
+TEST_F(Clocks, DelayThatABurstLeftIsTakenBackFromALiveSender)
+{
+    // 10 pictures came at once, and from then on one every period.
+    double due = 0.0;
+    for (int i = 0; i < 60; ++i) {
+        const double put = std::max(0, i - 9) * 0.04;
+        const double now = std::max(due, put) + 0.01;
+        due = std::max(When(Put(i * 0.04, now, now - put).due), now);
+        EXPECT_TRUE(i >= 17 || due > i * 0.04 - 0.001) << i;
+        if (i > 30) {
+            EXPECT_LT(due - put, 0.04) << i;
+        }
+    }
+}
+
+TEST_F(Clocks, FileThatWaitsForRoomKeepsItsTime)
+{
+    Put(0.0, 0.0, 0.0);
+    for (int i = 1; i < 60; ++i)
+        EXPECT_NEAR(When(Put(i * 0.04, (i - 1) * 0.04, 1.0, /*refused=*/true).due), i * 0.04, 1e-6);
+}
+
+TEST_F(Clocks, FileThatIsPutInLargeBlocksKeepsItsTime)
+{
+    // Blocks of five pictures, each a period before it is needed.
+    Put(0.0, 0.0, 0.0);
+    for (int i = 1; i < 60; ++i) {
+        const double now = (i - 1) * 0.04;
+        EXPECT_NEAR(When(Put(i * 0.04, now, now - (i / 5 * 5 - 1) * 0.04).due), i * 0.04, 1e-6);
+    }
 }
 
 TEST_F(Clocks, FileThatIsPutInSmallBlocksDoesNotRunAway)
