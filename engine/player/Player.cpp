@@ -464,6 +464,10 @@ bool Player::Draw(const Picture& picture, bool fresh)
         if ((!fresh && !dirty) || !view->IsWanted())
             continue;
         Job job = {view, view->ShownWindow(), view->State(), view->RenderSize(), nullptr};
+        if (job.window && !job.window->IsFree())
+            job.window = nullptr;  // shown when it is free
+        if (!job.window && !view->OnImage().IsSet())
+            continue;
         job.pixels = job.window ? job.window->Pixels(job.size) : nullptr;
         if (!job.pixels)
             job.pixels = view->Image().OwnPixels(job.size);
@@ -474,7 +478,7 @@ bool Player::Draw(const Picture& picture, bool fresh)
         m_jobs.push_back(std::move(job));
     }
     m_drawer.Draw(picture, m_targets);
-    Window* shown = nullptr;
+    std::shared_ptr<Window> shown;
     for (Job& job : m_jobs) {
         job.view->OnImage().Call(m_id, job.view->Id(), job.pixels,
                                  static_cast<unsigned int>(job.size.width),
@@ -483,10 +487,10 @@ bool Player::Draw(const Picture& picture, bool fresh)
             continue;
         DrawOverlay(job.pixels, job.size, job.state.lines, job.state.texts);
         job.window->Show();
-        shown = job.window.get();
+        shown = job.window;
     }
     if (shown)
-        shown->Sync();
+        shown->Flush();
     const bool drawn = !m_jobs.empty();
     m_jobs.clear();
     m_targets.clear();
