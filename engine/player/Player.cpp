@@ -28,14 +28,13 @@ ViewSettings SourceView()
     return settings;
 }
 
-/// The circle is looked for in these pictures of a stream, until it is found: the first ones may be
-/// dark.
+/// The circle is looked for in these pictures of a stream: the first ones may be dark, or show what
+/// only looks like one.
 bool IsSearchTime(int picture)
 {
     constexpr int LAST_SEARCH = 64;
     return picture <= LAST_SEARCH && (picture & (picture - 1)) == 0;
 }
-constexpr int LAST_SEARCHED_PICTURE = 64;
 
 }  // namespace
 
@@ -315,9 +314,11 @@ void Player::DecodeLoop()
             break;
         case StreamDecoder::Event::End:
             AwaitDrawn();
+            SearchAgain();
             m_onEnd.Call(m_id);
             break;
         case StreamDecoder::Event::Cleared:
+            SearchAgain();
             m_hasLast = false;
             m_playTime = 0.0;
             {
@@ -389,6 +390,13 @@ void Player::AwaitDrawn()
     m_drawnNews.wait(lock, [this] { return (!m_fresh && !m_drawing) || m_drawStopped; });
 }
 
+/// The next picture belongs to another stream, whose camera may be another.
+void Player::SearchAgain()
+{
+    std::lock_guard lock(m_drawLock);
+    m_sinceBegin = 0;
+}
+
 // ---- The draw thread
 
 void Player::Wake()
@@ -442,16 +450,16 @@ void Player::UpdateLens(const Picture& picture, bool fresh)
     {
         std::lock_guard lock(m_drawLock);
         if (m_lens.SetPictureSize(picture.Width(), picture.Height()))
-            m_sinceSize = 0;
-        search = fresh && m_lens.WantsCircle() && IsSearchTime(++m_sinceSize);
+            m_sinceBegin = 0;
+        search = fresh && m_lens.WantsCircle() && IsSearchTime(++m_sinceBegin);
     }
     std::optional<optics::CircleFit> circle;
     if (search)
         circle = optics::FindCircle(picture.frame->data[0], picture.Width(), picture.Height(),
                                     picture.frame->linesize[0]);
     std::lock_guard lock(m_drawLock);
-    if (circle || (search && m_sinceSize >= LAST_SEARCHED_PICTURE))
-        m_lens.SetCircle(circle);
+    if (circle)
+        m_lens.AddCircle(*circle);
     if (m_drawCamera.revision != m_lens.InForce().revision)
         m_drawCamera = m_lens.InForce();
 }

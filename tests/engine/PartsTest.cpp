@@ -11,6 +11,7 @@
 #include "engine/media/FramePool.h"
 #include "engine/media/Input.h"
 #include "engine/media/PictureEnd.h"
+#include "engine/player/LensSetting.h"
 #include "engine/player/PlayClock.h"
 #include "engine/present/Overlay.h"
 #include "tests/engine/TestClip.h"
@@ -380,6 +381,54 @@ TEST_F(Clocks, FileThatIsPutInSmallBlocksDoesNotRunAway)
     for (int i = 0; i < 100; ++i)
         due = When(Schedule(i * 0.04, std::max(due, i * 0.001), true, true).due);
     EXPECT_GT(due, 99 * 0.04 - 0.6);
+}
+
+// ---- LensSetting
+
+class FoundCircles : public testing::Test
+{
+protected:
+    FoundCircles() { m_lens.SetPictureSize(1000, 1000); }
+
+    double RadiusAfter(double radius, double x = 500.0)
+    {
+        m_lens.AddCircle({{x, 500.0}, radius, 1.0});
+        return m_lens.Get().dCircleRadius;
+    }
+
+    engine::LensSetting m_lens{{}};
+};
+
+TEST_F(FoundCircles, FirstOneIsUsedAtOnce)
+{
+    EXPECT_NEAR(m_lens.Get().dCircleRadius, 500, 1e-9);
+    EXPECT_NEAR(RadiusAfter(300), 300, 1e-9);
+}
+
+TEST_F(FoundCircles, AnotherOneIsUsedWhenItIsFoundTwiceInARow)
+{
+    RadiusAfter(300);
+    EXPECT_NEAR(RadiusAfter(450), 300, 1e-9);
+    EXPECT_NEAR(RadiusAfter(452), 452, 1e-9);
+    EXPECT_NEAR(RadiusAfter(452, 550.0), 452, 1e-9);
+    RadiusAfter(452, 550.0);
+    EXPECT_NEAR(m_lens.Get().dCentreX, 550, 1e-9);
+}
+
+TEST_F(FoundCircles, OneErrorAmongThemDoesNoHarm)
+{
+    RadiusAfter(450);
+    EXPECT_NEAR(RadiusAfter(300), 450, 1e-9);
+    EXPECT_NEAR(RadiusAfter(451), 450, 1e-9) << "the same, and it stays";
+    EXPECT_NEAR(RadiusAfter(300), 450, 1e-9);
+}
+
+TEST_F(FoundCircles, AreForgottenWithThePictureSize)
+{
+    RadiusAfter(300);
+    m_lens.SetPictureSize(800, 800);
+    EXPECT_NEAR(m_lens.Get().dCircleRadius, 400, 1e-9);
+    EXPECT_NEAR(RadiusAfter(350), 350, 1e-9);
 }
 
 // ---- Line sizes
