@@ -1,5 +1,6 @@
 // The parts by themselves: the byte queue, finding containers, the end of pictures, the clock, the
 // drawing over pictures.
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <thread>
@@ -228,6 +229,39 @@ TEST(PictureEnd, TransportStreamEndsAPictureWithAPacketThatWasFilledUp)
         end.Taken();
         EXPECT_EQ(end.Patience(PERIOD), NEVER);
     }
+}
+
+/// A transport stream packet of the video; the rest of it is payload.
+Bytes VideoPacket(bool begins, const Bytes& head)
+{
+    Bytes packet(188, 0xAA);
+    packet[0] = 0x47;
+    packet[1] = begins ? 0x41 : 0x01;
+    packet[2] = 0x00;
+    packet[3] = 0x10;
+    std::copy(head.begin(), head.end(), packet.begin() + 4);
+    return packet;
+}
+
+TEST(PictureEnd, PictureThatFillsItsLastPacketEndsWhereItsHeaderSays)
+{
+    // Two packets of 184 bytes of payload, 6 of which the length does not count.
+    constexpr int LENGTH = 2 * 184 - 6;
+    const Bytes told =
+        VideoPacket(true, {0, 0, 1, 0xE0, LENGTH >> 8, LENGTH & 0xFF, 0x80, 0x80, 5});
+    const Bytes untold = VideoPacket(true, {0, 0, 1, 0xE0, 0, 0, 0x80, 0x80, 5});
+    const Bytes rest = VideoPacket(false, {});
+    engine::PictureEnd end(Container::MpegTs);
+    for (int i = 0; i < 3; ++i) {
+        end.Feed(told.data(), told.size());
+        EXPECT_EQ(end.Patience(PERIOD), NEVER);
+        end.Feed(rest.data(), rest.size());
+        EXPECT_EQ(end.Patience(PERIOD), Clock::duration::zero());
+        end.Taken();
+    }
+    end.Feed(untold.data(), untold.size());
+    end.Feed(rest.data(), rest.size());
+    EXPECT_EQ(end.Patience(PERIOD), NEVER);
 }
 
 TEST(PictureEnd, JpegEndsWithItsMarker)
