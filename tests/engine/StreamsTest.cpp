@@ -443,6 +443,28 @@ TEST(Streams, RepetitionsOfOnePictureAreStillPictures)
     EXPECT_EQ(param.iBytesBuffered, 0);
 }
 
+TEST(Streams, StreamThatGivesNoPictureIsKnownByItsFigures)
+{
+    Source rubbish;
+    rubbish.PutAll(Bytes(20000, 0x55), 4096);
+    ASSERT_TRUE(rubbish.AwaitEnd());
+    RvVideoParam param = rubbish.player.Describe();
+    EXPECT_EQ(param.iBytesBuffered, 0);
+    EXPECT_EQ(param.llDecoded, 0);
+    EXPECT_EQ(param.acContainer[0], 0);
+
+    ClipOptions options = Numbered("mpegts", 4);
+    options.codec = AV_CODEC_ID_MPEG2VIDEO;
+    Source foreign;
+    foreign.PutAll(MakeClip(options), 4096);
+    ASSERT_TRUE(foreign.AwaitEnd());
+    param = foreign.player.Describe();
+    EXPECT_EQ(param.iBytesBuffered, 0);
+    EXPECT_EQ(param.llDecoded, 0);
+    EXPECT_EQ(std::string(param.acContainer, 4), "MPTS");
+    EXPECT_EQ(param.acCodec[0], 0);
+}
+
 TEST(Streams, FullBufferTakesNothingAndTakesItLater)
 {
     TestPlayer player;
