@@ -257,6 +257,7 @@ Display::Display(xcb_connection_t* connection)
     : m_connection(connection), m_dog(xcb_get_file_descriptor(connection))
 {
     const Watchdog::Wait wait(m_dog);
+    xcb_get_maximum_request_length(connection);  // asks the server the first time
     m_littleEndian = xcb_get_setup(connection)->image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST;
     const xcb_query_extension_reply_t* extension = xcb_get_extension_data(connection, &xcb_shm_id);
     if (!extension || !extension->present)
@@ -563,17 +564,19 @@ void XWindow::Flush()
     xcb_flush(m_display->Connection());
 }
 
-/// Through the socket: that the server is slow is felt here.
+/// Through the socket: that the server is slow is felt here. It is given its time for each strip.
 void XWindow::PutStrips(int x, int y)
 {
-    const Watchdog::Wait wait(m_display->Dog());
+    constexpr std::size_t STRIP = std::size_t{256} << 10;
     xcb_connection_t* connection = m_display->Connection();
     const std::size_t line = std::size_t{4} * m_picture.width;
-    const std::size_t room = std::size_t{4} * xcb_get_maximum_request_length(connection) -
-                             sizeof(xcb_put_image_request_t);
+    const std::size_t longest = std::size_t{4} * xcb_get_maximum_request_length(connection) -
+                                sizeof(xcb_put_image_request_t);
+    const std::size_t room = std::min(longest, std::max(STRIP, line));
     const int rows = static_cast<int>(std::clamp<std::size_t>(room / line, 1, 65535));
     for (int row = 0; row < m_picture.height; row += rows) {
         const int count = std::min(rows, m_picture.height - row);
+        const Watchdog::Wait wait(m_display->Dog());
         xcb_put_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_id, m_gc,
                       static_cast<std::uint16_t>(m_picture.width),
                       static_cast<std::uint16_t>(count), static_cast<std::int16_t>(x),
