@@ -112,7 +112,8 @@ enum
     RV_CONTROL_SET_LENS = 1, /* RvLens; in force from the next picture drawn */
     RV_CONTROL_GET_LENS = 2, /* RvLens: what is in force, found values included */
     /* No record (null, 0): what was put so far is the whole stream. The last pictures come out
-     * without waiting for more data, then the end is notified; a later put begins a new stream. */
+     * without waiting for more data, then the end is notified; a later put begins a new stream.
+     * Until the end has been reached a put is refused with RV_BUFFER_FULL: try again. */
     RV_CONTROL_END_OF_STREAM = 3,
     RV_CONTROL_SET_ORIENTATION = 4, /* RvOrientation */
     RV_CONTROL_GET_ORIENTATION = 5, /* RvOrientation */

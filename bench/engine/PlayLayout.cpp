@@ -1,10 +1,13 @@
 // What a whole process costs that plays one live stream with the usual layout: fisheye 640x640,
 // panorama 2048x512 and eight pan/tilt/zoom views of 640x480, all with callbacks, from a stream of
-// 2048x2048 at 25 pictures a second. Prints processor use, memory and latency; a second player
-// shows what each further one costs.
+// 2048x2048 at 25 pictures a second. Prints processor use, memory and latency, and the processor
+// use of the `ffmpeg` program that plays the same stream into the same number of views of the same
+// sizes; a second player shows what each further one costs.
 //   engine_PlayLayout [seconds]
 #include <dlfcn.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -12,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -20,10 +24,11 @@
 
 namespace {
 
-double ProcessorSeconds()
+/// Of this process (RUSAGE_SELF) or of those that it waited for (RUSAGE_CHILDREN).
+double ProcessorSeconds(int who = RUSAGE_SELF)
 {
     rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
+    getrusage(who, &usage);
     const auto seconds = [](const timeval& time) {
         return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
     };
@@ -91,6 +96,60 @@ void Feed(const std::vector<test::TestPlayer*>& players, const std::vector<test:
     }
 }
 
+/// The layout as ffmpeg's filters: scaled, v360 for the others.
+std::string FfmpegViews()
+{
+    std::ostringstream text;
+    text << "[0:v]split=10";
+    for (int i = 0; i < 10; ++i)
+        text << "[i" << i << ']';
+    const char* const fisheye = "v360=input=fisheye:ih_fov=180:iv_fov=180:interp=linear";
+    text << ";[i0]scale=640:640:flags=bilinear,format=bgra[o0];[i1]" << fisheye
+         << ":output=equirect:pitch=90:w=2048:h=512,format=bgra[o1]";
+    for (int i = 2; i < 10; ++i)
+        text << ";[i" << i << ']' << fisheye
+             << ":output=flat:h_fov=106.26:v_fov=90:pitch=50:yaw=" << (i - 2) * 45 - 180
+             << ":w=640:h=480,format=bgra[o" << i << ']';
+    return text.str();
+}
+
+/// Processor time that ffmpeg takes for a second of the stream and its views; below 0 where it does
+/// not run.
+double FfmpegSeconds(const std::vector<test::Bytes>& clip, double seconds)
+{
+    char name[] = "play-layout-XXXXXX.ts";
+    const int file = mkstemps(name, 3);
+    if (file < 0)
+        return -1.0;
+    for (const test::Bytes& piece : clip) {
+        if (write(file, piece.data(), piece.size()) != static_cast<ssize_t>(piece.size()))
+            std::perror(name);
+    }
+    close(file);
+    std::vector<std::string> words = {"ffmpeg", "-nostdin",        "-v",         "quiet",
+                                      "-re",    "-stream_loop",    "-1",         "-i",
+                                      name,     "-filter_complex", FfmpegViews()};
+    for (int i = 0; i < 10; ++i)
+        for (const std::string& word :
+             {std::string("-map"), "[o" + std::to_string(i) + ']', std::string("-t"),
+              std::to_string(seconds), std::string("-f"), std::string("null"), std::string("-")})
+            words.push_back(word);
+    std::vector<char*> arguments;
+    for (std::string& word : words)
+        arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    const double before = ProcessorSeconds(RUSAGE_CHILDREN);
+    const pid_t child = fork();
+    if (child == 0) {
+        execvp(arguments[0], arguments.data());
+        _exit(127);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    unlink(name);
+    return status == 0 ? (ProcessorSeconds(RUSAGE_CHILDREN) - before) / seconds : -1.0;
+}
+
 void Report(const char* name, const test::TestPlayer& player)
 {
     const RvVideoParam param = player.Describe();
@@ -116,6 +175,11 @@ int main(int count, char** arguments)
     std::printf("one player: %.2f of a core, %.0f MB beyond the clip's own\n",
                 (ProcessorSeconds() - cpu) / seconds, MemoryMb() - before);
     Report("first player", first);
+    const double ffmpeg = FfmpegSeconds(clip, seconds);
+    if (ffmpeg >= 0.0)
+        std::printf("ffmpeg with the same views: %.2f of a core\n", ffmpeg);
+    else
+        std::printf("ffmpeg does not run\n");
     const double alone = MemoryMb();
     test::TestPlayer second;
     LayOut(second);

@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <mutex>
 #include <vector>
 
@@ -12,7 +13,8 @@ namespace engine {
 
 using Clock = std::chrono::steady_clock;
 
-/// A ring of bytes for any number of writers and one reader. Grows up to its capacity with use.
+/// A ring of bytes for any number of writers and one reader. Grows up to its capacity with use, and
+/// gives a large ring back when it has been read empty.
 class ByteQueue
 {
 public:
@@ -32,14 +34,16 @@ public:
         Status status;
         std::size_t size;         ///< bytes read, 1 or more for Data, else 0
         bool waited;              ///< the bytes came while the reader was waiting for them
-        Clock::time_point putAt;  ///< when the youngest byte of the queue was put
+        bool refused;             ///< since the last read a block was refused for want of room
+        Clock::time_point putAt;  ///< when these bytes were put, to within 2 ms
     };
 
     /// Takes the whole block or nothing. False: it does not fit now, or the end mark has not been
     /// reached by the reader. A block larger than the capacity is taken when the queue is empty.
     bool Put(const std::uint8_t* data, std::size_t size);
 
-    /// Waits for at least one byte, until the deadline, and reads at most `size`.
+    /// Waits for at least one byte, until the deadline, and reads at most `size`: bytes that were
+    /// put at one time, so that a picture's bytes tell when they came.
     Read Take(std::uint8_t* target, std::size_t size, Clock::time_point deadline);
 
     /// Forgets all bytes and the end mark; the reader sees Cleared once.
@@ -53,6 +57,13 @@ public:
     std::size_t Size() const;
 
 private:
+    /// Bytes that were put within 2 ms.
+    struct Block
+    {
+        std::size_t size;
+        Clock::time_point putAt;  ///< the first of them
+    };
+
     bool HasNewsLocked() const { return m_size > 0 || m_ended || m_cleared || m_closed; }
     void ReserveLocked(std::size_t bytes);
 
@@ -62,7 +73,9 @@ private:
     std::size_t m_begin = 0;
     std::size_t m_size = 0;
     std::size_t m_capacity = DEFAULT_CAPACITY;
-    Clock::time_point m_putAt{};
+    std::deque<Block> m_blocks;   ///< m_size bytes in all
+    Clock::time_point m_putAt{};  ///< of the bytes read last
+    bool m_refused = false;
     bool m_ended = false;
     bool m_cleared = false;
     bool m_closed = false;

@@ -90,6 +90,7 @@ bool Input::Pull(Clock::time_point deadline)
     const ByteQueue::Read read = m_queue.Take(m_bytes.data() + size, CHUNK, deadline);
     m_bytes.resize(size + read.size);
     m_putAt = read.putAt;
+    m_refused = m_refused || read.refused;
     switch (read.status) {
     case ByteQueue::Status::Data:
         m_waited = m_waited || read.waited;
@@ -132,6 +133,11 @@ void Input::Resume()
         m_stop = Stop::None;
         m_pictureEnd.Taken();
     }
+}
+
+bool Input::TakeRefused()
+{
+    return std::exchange(m_refused, false);
 }
 
 bool Input::TakeWaited()

@@ -50,6 +50,8 @@ public:
 
     /// Whether bytes were waited for since the last call: the picture that they make is live.
     bool TakeWaited();
+    /// Whether the client was refused a block since the last call: it puts faster than is played.
+    bool TakeRefused();
     /// When the newest byte that was read was put.
     Clock::time_point PutAt() const { return m_putAt; }
 
@@ -69,6 +71,7 @@ private:
     PictureEnd m_pictureEnd;
     bool m_allowIdle = false;
     bool m_waited = false;
+    bool m_refused = false;
     Clock::duration m_period = std::chrono::milliseconds(40);
     Clock::time_point m_putAt{};
     std::size_t m_barren = 0;

@@ -22,6 +22,7 @@ struct Picture
     bool hasTime = false;            ///< the stream said so
     double period = 0.04;            ///< seconds until the next picture, as far as known
     bool live = false;               ///< its last bytes were waited for
+    bool refused = false;            ///< the client found the buffer full since the last picture
     Clock::time_point putAt{};       ///< when its last bytes were put
 
     int Width() const { return frame->width; }

@@ -1,6 +1,7 @@
-// Transport streams: the last packet of a picture is filled up with stuffing in its adaptation
-// field, unless the picture happens to fit. JPEG: the end-of-image marker. H.264 and H.265: nothing
-// tells, so a pause of half a picture period does; where that proves wrong it grows.
+// Transport streams: the picture's header tells its length, or else the last packet of a picture is
+// filled up with stuffing in its adaptation field, unless the picture happens to fit. JPEG: the
+// end-of-image marker. H.264 and H.265: nothing tells, so a pause of half a picture period does;
+// where that proves wrong it grows.
 #include "engine/media/PictureEnd.h"
 
 #include <algorithm>
@@ -63,7 +64,7 @@ void PictureEnd::FeedPacket()
     const std::size_t payload = 4 + (hasField ? 1 + fieldLength : 0);
     if (!hasPayload || payload + 9 > sizeof(m_packet)) {
         if (hasPayload && pid == m_videoPid)
-            m_stuffed = payload <= sizeof(m_packet);
+            m_stuffed = payload <= sizeof(m_packet) && Ends(sizeof(m_packet) - payload, true);
         return;
     }
     const std::uint8_t* pes = m_packet + payload;
@@ -78,8 +79,23 @@ void PictureEnd::FeedPacket()
     if (m_checkNext && (!begins || !(pes[7] & 0x80)))
         m_trusted = false;
     m_checkNext = false;
-    m_stuffed = hasField && fieldLength != AdaptationContent(m_packet + 5, fieldLength);
-    m_stuffed = m_stuffed || (hasField && fieldLength == 0);
+    if (begins) {
+        const std::size_t length = std::size_t{pes[4]} << 8 | pes[5];
+        m_left = length == 0 ? 0 : 6 + length;
+    }
+    const bool stuffed = hasField && (fieldLength == 0 ||
+                                      fieldLength != AdaptationContent(m_packet + 5, fieldLength));
+    m_stuffed = Ends(sizeof(m_packet) - payload, stuffed);
+}
+
+/// Whether a packet with so many bytes of a picture ends it: by the length told, else by stuffing.
+bool PictureEnd::Ends(std::size_t bytes, bool stuffed)
+{
+    if (m_left == 0)
+        return stuffed;
+    const bool ends = bytes >= m_left;
+    m_left = ends ? 0 : m_left - bytes;
+    return ends;
 }
 
 void PictureEnd::FeedElementary(std::uint8_t byte)

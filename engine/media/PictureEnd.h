@@ -29,6 +29,7 @@ public:
 
 private:
     void FeedPacket();
+    bool Ends(std::size_t bytes, bool stuffed);
     void FeedElementary(std::uint8_t byte);
     bool TellsEnd() const;
 
@@ -43,6 +44,8 @@ private:
     std::size_t m_packetSize = 0;
     int m_videoPid = -1;
     bool m_stuffed = false;  ///< the last packet of the video was filled up: it ended a picture
+    std::size_t m_left =
+        0;  ///< bytes of the picture to come, where its header tells; 0: it does not
     bool m_checkNext = false;
 };
 

@@ -271,6 +271,7 @@ void StreamDecoder::TakeFrame(FramePtr frame)
     picture.period = stamped && m_period > 0.0 ? m_period : ratedPeriod;
     picture.hasTime = stamped || rated;
     picture.live = m_input.TakeWaited();
+    picture.refused = m_input.TakeRefused();
     picture.putAt = m_input.PutAt();
     m_lastSeconds = picture.seconds;
     m_hasLast = true;

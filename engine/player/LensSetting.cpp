@@ -12,6 +12,14 @@ namespace {
 
 constexpr double NOT_KNOWN = std::numeric_limits<double>::quiet_NaN();
 
+/// Whether two pictures showed the same circle, within the errors of finding it.
+bool IsSame(const optics::CircleFit& a, const optics::CircleFit& b)
+{
+    const double tolerance = 0.02 * a.dRadius;
+    return std::hypot(a.stCentre.x - b.stCentre.x, a.stCentre.y - b.stCentre.y) <= tolerance &&
+           std::abs(a.dRadius - b.dRadius) <= tolerance;
+}
+
 /// The lens of a record whose centre and radius, where it leaves them open, are the circle's.
 std::optional<optics::Lens> MakeLens(const RvLens& record, const optics::Point& centre,
                                      double radius)
@@ -86,7 +94,7 @@ bool LensSetting::SetPictureSize(int width, int height)
     m_width = width;
     m_height = height;
     m_circle.reset();
-    m_searched = false;
+    m_rival.reset();
     Resolve();
     return true;
 }
@@ -96,15 +104,20 @@ bool LensSetting::WantsCircle() const
     const bool open = std::isnan(m_record.dCentreX) || std::isnan(m_record.dCentreY) ||
                       (m_record.dCircleRadius == 0.0 && m_record.dFocalX == 0.0 &&
                        m_record.iModel != static_cast<int>(optics::LensModel::Table));
-    return m_search && !m_searched && open;
+    return m_search && open;
 }
 
-void LensSetting::SetCircle(const std::optional<optics::CircleFit>& circle)
+void LensSetting::AddCircle(const optics::CircleFit& circle)
 {
-    m_searched = true;
-    m_circle = circle;
-    if (circle)
+    if (m_circle && IsSame(*m_circle, circle)) {
+        m_rival.reset();
+    } else if (!m_circle || (m_rival && IsSame(*m_rival, circle))) {
+        m_circle = circle;
+        m_rival.reset();
         Resolve();
+    } else {
+        m_rival = circle;
+    }
 }
 
 void LensSetting::Resolve()

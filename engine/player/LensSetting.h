@@ -37,8 +37,9 @@ public:
     bool SetPictureSize(int width, int height);
     /// Whether a circle found in a picture would be used.
     bool WantsCircle() const;
-    /// The circle was found, or cannot be.
-    void SetCircle(const std::optional<optics::CircleFit>& circle);
+    /// A circle was found. The first one is used at once; another one takes its place when it was
+    /// found twice in a row, so that an early error goes and a later one does no harm.
+    void AddCircle(const optics::CircleFit& circle);
 
     /// The camera shows the world mirrored (left and right swapped) or flipped (upside down).
     void SetOrientation(bool mirrored, bool flipped);
@@ -50,10 +51,10 @@ private:
 
     RvLens m_record{};
     bool m_search = true;
-    bool m_searched = false;
     int m_width = 0;
     int m_height = 0;
     std::optional<optics::CircleFit> m_circle;
+    std::optional<optics::CircleFit> m_rival;  ///< found last, and not m_circle
     CameraOptics m_inForce;
 };
 

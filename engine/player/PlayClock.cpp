@@ -16,6 +16,8 @@ constexpr double MAX_JUMP = 2.0;
 constexpr double MAX_LATE = 1.0;
 /// However late pictures are, one is shown this often.
 constexpr double MAX_HIDDEN = 0.25;
+/// So many pictures in a row that were put in the stream's own time come from a live sender.
+constexpr int PACED_PICTURES = 8;
 constexpr double PULL_ALLOWANCE = 0.5;
 constexpr double PULL_PER_SECOND = 0.01;
 
@@ -34,6 +36,7 @@ double SecondsOf(Clock::duration duration)
 PlayClock::Plan PlayClock::Schedule(const Arrival& arrival, Clock::time_point now)
 {
     const double step = arrival.seconds - m_lastSeconds;
+    const bool live = IsPaced(arrival, step) || arrival.live;
     if (!m_running) {
         m_running = true;
         m_allowance = PULL_ALLOWANCE;
@@ -53,7 +56,7 @@ PlayClock::Plan PlayClock::Schedule(const Arrival& arrival, Clock::time_point no
 
     Clock::time_point due = DueOf(arrival.seconds);
     const double early = SecondsOf(due - now);
-    if (early > 0.0 && arrival.live) {
+    if (early > 0.0 && live) {
         const double pull = arrival.hasTime ? std::min(early, m_allowance) : early;
         m_allowance -= arrival.hasTime ? pull : 0.0;
         due -= Seconds(pull);
@@ -68,6 +71,18 @@ PlayClock::Plan PlayClock::Schedule(const Arrival& arrival, Clock::time_point no
     if (!drop)
         m_lastShown = std::max(due, now);
     return {due, drop, behind};
+}
+
+/// A sender that is live puts a picture every period, also while the decoder has older ones to
+/// show: after a burst at the beginning, or a stall of the network. A file comes faster or in
+/// blocks of many pictures, or finds the buffer full.
+bool PlayClock::IsPaced(const Arrival& arrival, double step)
+{
+    const bool paced = m_running && step > 0.0 && step <= MAX_JUMP && !arrival.refused &&
+                       SecondsOf(arrival.putAt - m_lastPut) > 0.5 * step;
+    m_paced = paced ? std::min(m_paced + 1, PACED_PICTURES) : 0;
+    m_lastPut = arrival.putAt;
+    return m_paced == PACED_PICTURES;
 }
 
 void PlayClock::SetSpeed(double speed)

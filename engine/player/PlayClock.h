@@ -13,11 +13,13 @@ public:
     /// What is known of a picture when it has been decoded.
     struct Arrival
     {
-        double seconds;  ///< presentation time in the stream's time
-        double period;   ///< until the next picture
-        bool hasTime;    ///< the stream tells its time (else pictures only count periods)
-        bool live;       ///< decoding had to wait for its bytes
-        bool more;       ///< bytes of further pictures are there already
+        double seconds;        ///< presentation time in the stream's time
+        double period;         ///< until the next picture
+        bool hasTime;          ///< the stream tells its time (else pictures only count periods)
+        bool live;             ///< decoding had to wait for its bytes
+        bool more;             ///< bytes of further pictures are there already
+        bool refused = false;  ///< the client puts faster than is played
+        Clock::time_point putAt{};  ///< when its last bytes were put
     };
 
     struct Plan
@@ -36,6 +38,7 @@ public:
     void Restart() { m_running = false; }
 
 private:
+    bool IsPaced(const Arrival& arrival, double step);
     void Anchor(double seconds, Clock::time_point due);
     Clock::time_point DueOf(double seconds) const;
 
@@ -45,6 +48,8 @@ private:
     Clock::time_point m_anchorTime{};
     double m_lastSeconds = 0.0;
     double m_lastPeriod = 0.0;
+    Clock::time_point m_lastPut{};
+    int m_paced = 0;  ///< pictures in a row that came at the stream's own pace
     Clock::time_point m_lastShown{};
     double m_allowance = 0.0;  ///< seconds by which live pictures may still pull the clock forward
     Clock::time_point m_allowedAt{};

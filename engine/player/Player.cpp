@@ -28,14 +28,13 @@ ViewSettings SourceView()
     return settings;
 }
 
-/// The circle is looked for in these pictures of a stream, until it is found: the first ones may be
-/// dark.
+/// The circle is looked for in these pictures of a stream: the first ones may be dark, or show what
+/// only looks like one.
 bool IsSearchTime(int picture)
 {
     constexpr int LAST_SEARCH = 64;
     return picture <= LAST_SEARCH && (picture & (picture - 1)) == 0;
 }
-constexpr int LAST_SEARCHED_PICTURE = 64;
 
 }  // namespace
 
@@ -315,9 +314,11 @@ void Player::DecodeLoop()
             break;
         case StreamDecoder::Event::End:
             AwaitDrawn();
+            SearchAgain();
             m_onEnd.Call(m_id);
             break;
         case StreamDecoder::Event::Cleared:
+            SearchAgain();
             m_hasLast = false;
             m_playTime = 0.0;
             {
@@ -348,9 +349,10 @@ void Player::KeepTime(const Picture& picture)
             m_clock.SetSpeed(m_speed);
         if (std::exchange(m_restartClock, false))
             m_clock.Restart();
-        const PlayClock::Plan plan = m_clock.Schedule(
-            {picture.seconds, picture.period, picture.hasTime, picture.live, m_decoder.HasMore()},
-            Clock::now());
+        const PlayClock::Plan plan =
+            m_clock.Schedule({picture.seconds, picture.period, picture.hasTime, picture.live,
+                              m_decoder.HasMore(), picture.refused, picture.putAt},
+                             Clock::now());
         m_decoder.Hurry(plan.behind);
         if (plan.drop) {
             ++m_dropped;
@@ -386,6 +388,13 @@ void Player::AwaitDrawn()
 {
     std::unique_lock lock(m_drawLock);
     m_drawnNews.wait(lock, [this] { return (!m_fresh && !m_drawing) || m_drawStopped; });
+}
+
+/// The next picture belongs to another stream, whose camera may be another.
+void Player::SearchAgain()
+{
+    std::lock_guard lock(m_drawLock);
+    m_sinceBegin = 0;
 }
 
 // ---- The draw thread
@@ -441,16 +450,16 @@ void Player::UpdateLens(const Picture& picture, bool fresh)
     {
         std::lock_guard lock(m_drawLock);
         if (m_lens.SetPictureSize(picture.Width(), picture.Height()))
-            m_sinceSize = 0;
-        search = fresh && m_lens.WantsCircle() && IsSearchTime(++m_sinceSize);
+            m_sinceBegin = 0;
+        search = fresh && m_lens.WantsCircle() && IsSearchTime(++m_sinceBegin);
     }
     std::optional<optics::CircleFit> circle;
     if (search)
         circle = optics::FindCircle(picture.frame->data[0], picture.Width(), picture.Height(),
                                     picture.frame->linesize[0]);
     std::lock_guard lock(m_drawLock);
-    if (circle || (search && m_sinceSize >= LAST_SEARCHED_PICTURE))
-        m_lens.SetCircle(circle);
+    if (circle)
+        m_lens.AddCircle(*circle);
     if (m_drawCamera.revision != m_lens.InForce().revision)
         m_drawCamera = m_lens.InForce();
 }
@@ -463,6 +472,10 @@ bool Player::Draw(const Picture& picture, bool fresh)
         if ((!fresh && !dirty) || !view->IsWanted())
             continue;
         Job job = {view, view->ShownWindow(), view->State(), view->RenderSize(), nullptr};
+        if (job.window && !job.window->IsFree())
+            job.window = nullptr;  // shown when it is free
+        if (!job.window && !view->OnImage().IsSet())
+            continue;
         job.pixels = job.window ? job.window->Pixels(job.size) : nullptr;
         if (!job.pixels)
             job.pixels = view->Image().OwnPixels(job.size);
@@ -473,7 +486,7 @@ bool Player::Draw(const Picture& picture, bool fresh)
         m_jobs.push_back(std::move(job));
     }
     m_drawer.Draw(picture, m_targets);
-    Window* shown = nullptr;
+    std::shared_ptr<Window> shown;
     for (Job& job : m_jobs) {
         job.view->OnImage().Call(m_id, job.view->Id(), job.pixels,
                                  static_cast<unsigned int>(job.size.width),
@@ -482,10 +495,10 @@ bool Player::Draw(const Picture& picture, bool fresh)
             continue;
         DrawOverlay(job.pixels, job.size, job.state.lines, job.state.texts);
         job.window->Show();
-        shown = job.window.get();
+        shown = job.window;
     }
     if (shown)
-        shown->Sync();
+        shown->Flush();
     const bool drawn = !m_jobs.empty();
     m_jobs.clear();
     m_targets.clear();

@@ -80,6 +80,7 @@ private:
     void KeepTime(const Picture& picture);
     void Publish(const Picture& picture);
     void AwaitDrawn();
+    void SearchAgain();
 
     void DrawLoop();
     void MarkAllDirtyLocked();
@@ -114,6 +115,7 @@ private:
     bool m_drawStopped = false;
     std::map<int, std::shared_ptr<View>> m_views;  ///< the main view is among them
     LensSetting m_lens;
+    int m_sinceBegin = 0;  ///< pictures of this stream and size
 
     // The draw thread's.
     struct Job;
@@ -122,7 +124,6 @@ private:
     std::vector<dewarp::View> m_targets;
     PictureDrawer m_drawer;
     CameraOptics m_drawCamera;
-    int m_sinceSize = 0;
 
     std::shared_ptr<View> m_mainView;
     std::atomic<std::int64_t> m_decoded{0};

@@ -1,19 +1,26 @@
 // Pictures go through shared memory by file descriptor (MIT-SHM 1.2: nothing to leak, nothing of it
 // outlives the process), else through the socket in strips. The server copies a picture in one go,
-// so nothing tears within it, and windows get no background, so nothing flickers.
+// and tells when it has, so nothing tears within it, and windows get no background, so nothing
+// flickers. No picture waits for the server: a window whose last picture has not been taken is left
+// out, however long. What does wait for an answer does so for a limited time.
 #include "engine/present/Display.h"
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <cstdlib>
 #include <iterator>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <sys/mman.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <xcb/shm.h>
@@ -34,6 +41,45 @@ constexpr std::uint32_t EVENTS = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MAS
 
 class XWindow;
 
+/// A server that leaves a question unanswered, or a picture untaken from the socket, for so long is
+/// given up: nobody who deletes a player waits longer.
+constexpr std::chrono::seconds PATIENCE{5};
+
+/// Shuts a connection down, which ends all waiting for it, when one of its waits lasts too long.
+class Watchdog
+{
+public:
+    explicit Watchdog(int socket);
+    ~Watchdog();
+    Watchdog(const Watchdog&) = delete;
+    Watchdog& operator=(const Watchdog&) = delete;
+
+    /// Around what may wait for the server.
+    class Wait
+    {
+    public:
+        explicit Wait(Watchdog& dog);
+        ~Wait();
+        Wait(const Wait&) = delete;
+        Wait& operator=(const Wait&) = delete;
+
+    private:
+        Watchdog& m_dog;
+        std::multiset<std::chrono::steady_clock::time_point>::iterator m_entry;
+    };
+
+private:
+    void Watch();
+
+    const int m_socket;
+    std::mutex m_lock;
+    std::condition_variable m_news;
+    std::multiset<std::chrono::steady_clock::time_point> m_deadlines;
+    bool m_idle = false;  ///< sleeps until there is a deadline
+    bool m_stopped = false;
+    std::thread m_thread;
+};
+
 /// The connection. Lives as long as the process, or until the server goes away; windows hold on to
 /// the connection that they were opened with.
 class Display : public std::enable_shared_from_this<Display>
@@ -45,7 +91,8 @@ public:
     ~Display();
 
     xcb_connection_t* Connection() const { return m_connection; }
-    bool IsAlive() const { return m_alive; }
+    Watchdog& Dog() { return m_dog; }
+    bool IsAlive() const { return m_alive && xcb_connection_has_error(m_connection) == 0; }
     bool HasShm() const { return m_hasShm; }
     bool IsLittleEndian() const { return m_littleEndian; }
 
@@ -56,12 +103,16 @@ public:
 
 private:
     void Dispatch(const xcb_generic_event_t& event);
+    void DispatchTaken(std::uint32_t sequence);
     void FollowLocked(XWindow& window);
     void RemoveLocked(const XWindow& window);
 
     xcb_connection_t* m_connection;
+    Watchdog m_dog;
     std::atomic<bool> m_alive{true};
     bool m_hasShm = false;
+    std::uint8_t m_shmCompletion = 0;  ///< the event's number
+    std::uint8_t m_shmRequests = 0;    ///< the major code of its requests
     bool m_littleEndian = false;
     std::mutex m_lock;  ///< guards m_windows, and is held while their `changed` runs
     /// Each window under its own id and those of its ancestors: it is hidden when one of them is.
@@ -101,10 +152,13 @@ public:
     bool IsShown() const override { return m_mapped && m_display && m_display->IsAlive(); }
     std::uint8_t* Pixels(Extent size) override;
     void Show() override;
-    void Sync() override;
+    bool IsFree() override;
+    void Flush() override;
 
     xcb_window_t Id() const { return m_id; }
     void Ask();
+    /// The server has taken, or refused, the picture of that request.
+    void HearTaken(std::uint32_t sequence);
     /// An event of the window itself (`own`) or of one of its ancestors.
     void Hear(const xcb_generic_event_t& event, bool own);
 
@@ -122,7 +176,59 @@ private:
     std::atomic<xcb_gcontext_t> m_gc{0};   ///< 0: the window is not known
     Extent m_picture;
     std::unique_ptr<PixelMemory> m_memory;
+
+    std::mutex m_putLock;     ///< guards what follows
+    std::uint32_t m_put = 0;  ///< the request whose picture the server has not taken; 0: none
+    bool m_leftOut = false;   ///< a picture was not shown meanwhile
 };
+
+// ---- Watchdog
+
+Watchdog::Watchdog(int socket) : m_socket(socket), m_thread([this] { Watch(); }) {}
+
+Watchdog::~Watchdog()
+{
+    {
+        std::lock_guard lock(m_lock);
+        m_stopped = true;
+    }
+    m_news.notify_one();
+    m_thread.join();
+}
+
+void Watchdog::Watch()
+{
+    std::unique_lock lock(m_lock);
+    while (!m_stopped) {
+        if (m_deadlines.empty()) {
+            m_idle = true;
+            m_news.wait(lock);
+            m_idle = false;
+            continue;
+        }
+        const auto first = *m_deadlines.begin();
+        if (std::chrono::steady_clock::now() < first) {
+            m_news.wait_until(lock, first);
+            continue;
+        }
+        shutdown(m_socket, SHUT_RDWR);
+        return;
+    }
+}
+
+Watchdog::Wait::Wait(Watchdog& dog) : m_dog(dog)
+{
+    std::lock_guard lock(m_dog.m_lock);
+    m_entry = m_dog.m_deadlines.insert(std::chrono::steady_clock::now() + PATIENCE);
+    if (m_dog.m_idle)
+        m_dog.m_news.notify_one();
+}
+
+Watchdog::Wait::~Wait()
+{
+    std::lock_guard lock(m_dog.m_lock);
+    m_dog.m_deadlines.erase(m_entry);
+}
 
 // ---- Display
 
@@ -147,14 +253,19 @@ std::shared_ptr<Display> Display::Get()
     return display;
 }
 
-Display::Display(xcb_connection_t* connection) : m_connection(connection)
+Display::Display(xcb_connection_t* connection)
+    : m_connection(connection), m_dog(xcb_get_file_descriptor(connection))
 {
+    const Watchdog::Wait wait(m_dog);
+    xcb_get_maximum_request_length(connection);  // asks the server the first time
     m_littleEndian = xcb_get_setup(connection)->image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST;
     const xcb_query_extension_reply_t* extension = xcb_get_extension_data(connection, &xcb_shm_id);
     if (!extension || !extension->present)
         return;
     const Reply<xcb_shm_query_version_reply_t> version(
         xcb_shm_query_version_reply(connection, xcb_shm_query_version(connection), nullptr));
+    m_shmCompletion = static_cast<std::uint8_t>(extension->first_event + XCB_SHM_COMPLETION);
+    m_shmRequests = extension->major_opcode;
     m_hasShm = version && (version->major_version > 1 ||
                            (version->major_version == 1 && version->minor_version >= 2));
 }
@@ -185,6 +296,7 @@ void Display::RemoveLocked(const XWindow& window)
 void Display::FollowLocked(XWindow& window)
 {
     RemoveLocked(window);
+    const Watchdog::Wait wait(m_dog);
     constexpr int DEEPEST = 64;
     xcb_window_t id = window.Id();
     for (int depth = 0; depth < DEEPEST; ++depth) {
@@ -202,7 +314,7 @@ void Display::FollowLocked(XWindow& window)
 
 void Display::Listen()
 {
-    // Errors of requests come as events too and mean nothing: the window has gone.
+    // Errors of requests come as events too and mean that the window has gone.
     while (const Reply<xcb_generic_event_t> event{xcb_wait_for_event(m_connection)})
         Dispatch(*event);
     m_alive = false;
@@ -231,6 +343,11 @@ xcb_window_t WindowOf(const xcb_generic_event_t& event)
 
 void Display::Dispatch(const xcb_generic_event_t& event)
 {
+    const auto& error = reinterpret_cast<const xcb_generic_error_t&>(event);
+    if (m_hasShm && (event.response_type & 0x7F) == m_shmCompletion)
+        return DispatchTaken(event.full_sequence);
+    if (m_hasShm && event.response_type == 0 && error.major_code == m_shmRequests)
+        return DispatchTaken(error.full_sequence);
     const xcb_window_t id = WindowOf(event);
     if (id == 0)
         return;
@@ -244,6 +361,15 @@ void Display::Dispatch(const xcb_generic_event_t& event)
         if (moved)
             FollowLocked(*window);
         window->Hear(event, id == window->Id());
+    }
+}
+
+void Display::DispatchTaken(std::uint32_t sequence)
+{
+    std::lock_guard guard(m_lock);
+    for (const auto& entry : m_windows) {
+        if (entry.first == entry.second->Id())
+            entry.second->HearTaken(sequence);
     }
 }
 
@@ -267,6 +393,7 @@ bool PixelMemory::Share()
         close(file);
         return false;
     }
+    const Watchdog::Wait wait(m_display.Dog());
     xcb_connection_t* connection = m_display.Connection();
     const xcb_shm_seg_t segment = xcb_generate_id(connection);
     // Sending closes the file.
@@ -302,6 +429,7 @@ XWindow::XWindow(std::shared_ptr<Display> display, xcb_window_t id, std::functio
 /// The events have been selected before: what changes afterwards is heard.
 void XWindow::Ask()
 {
+    const Watchdog::Wait wait(m_display->Dog());
     xcb_connection_t* connection = m_display->Connection();
     const auto geometryCookie = xcb_get_geometry(connection, m_id);
     const auto attributesCookie = xcb_get_window_attributes(connection, m_id);
@@ -338,6 +466,7 @@ XWindow::~XWindow()
     if (!m_display)
         return;
     m_display->Remove(*this);
+    const Watchdog::Wait wait(m_display->Dog());
     m_memory.reset();
     if (m_gc)
         xcb_free_gc(m_display->Connection(), m_gc);
@@ -402,29 +531,52 @@ void XWindow::Show()
         return PutStrips(x, y);
     const auto width = static_cast<std::uint16_t>(m_picture.width);
     const auto height = static_cast<std::uint16_t>(m_picture.height);
-    xcb_shm_put_image(connection, m_id, m_gc, width, height, 0, 0, width, height,
-                      static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), m_depth,
-                      XCB_IMAGE_FORMAT_Z_PIXMAP, 0, m_memory->Segment(), 0);
+    std::lock_guard lock(m_putLock);  // the answer may come before the number is kept
+    m_put = xcb_shm_put_image(connection, m_id, m_gc, width, height, 0, 0, width, height,
+                              static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), m_depth,
+                              XCB_IMAGE_FORMAT_Z_PIXMAP, /*send_event=*/1, m_memory->Segment(), 0)
+                .sequence;
 }
 
-void XWindow::Sync()
+bool XWindow::IsFree()
 {
-    if (!m_display)
-        return;
-    xcb_connection_t* connection = m_display->Connection();
-    const Reply<xcb_get_input_focus_reply_t> reply(
-        xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+    std::lock_guard lock(m_putLock);
+    m_leftOut = m_put != 0;
+    return m_put == 0;
 }
 
+void XWindow::HearTaken(std::uint32_t sequence)
+{
+    {
+        std::lock_guard lock(m_putLock);
+        if (m_put != sequence)
+            return;
+        m_put = 0;
+        if (!std::exchange(m_leftOut, false))
+            return;
+    }
+    m_changed();
+}
+
+void XWindow::Flush()
+{
+    const Watchdog::Wait wait(m_display->Dog());
+    xcb_flush(m_display->Connection());
+}
+
+/// Through the socket: that the server is slow is felt here. It is given its time for each strip.
 void XWindow::PutStrips(int x, int y)
 {
+    constexpr std::size_t STRIP = std::size_t{256} << 10;
     xcb_connection_t* connection = m_display->Connection();
     const std::size_t line = std::size_t{4} * m_picture.width;
-    const std::size_t room = std::size_t{4} * xcb_get_maximum_request_length(connection) -
-                             sizeof(xcb_put_image_request_t);
+    const std::size_t longest = std::size_t{4} * xcb_get_maximum_request_length(connection) -
+                                sizeof(xcb_put_image_request_t);
+    const std::size_t room = std::min(longest, std::max(STRIP, line));
     const int rows = static_cast<int>(std::clamp<std::size_t>(room / line, 1, 65535));
     for (int row = 0; row < m_picture.height; row += rows) {
         const int count = std::min(rows, m_picture.height - row);
+        const Watchdog::Wait wait(m_display->Dog());
         xcb_put_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_id, m_gc,
                       static_cast<std::uint16_t>(m_picture.width),
                       static_cast<std::uint16_t>(count), static_cast<std::int16_t>(x),

@@ -24,7 +24,7 @@ struct Extent
 /// A client's window, as far as showing pictures in it goes. The window belongs to the client: it
 /// may not exist, be unmapped or destroyed at any time; it is then simply not shown in.
 ///
-/// Size and IsShown may be asked from any thread. Pixels, Show and Sync belong to one thread.
+/// Size and IsShown may be asked from any thread. The others belong to one thread.
 class Window
 {
 public:
@@ -34,14 +34,16 @@ public:
     virtual Extent Size() const = 0;
     /// Whether anybody could see it: it exists and is mapped.
     virtual bool IsShown() const = 0;
+    /// Whether Pixels may be drawn into: the server has taken what was shown last. Where it has
+    /// not, `changed` is called as soon as it has.
+    virtual bool IsFree() = 0;
     /// Memory for a picture of this size, rows without gaps, to be drawn into and shown; valid
     /// until the next call. Null only without memory. Its content is lost when the size changes.
     virtual std::uint8_t* Pixels(Extent size) = 0;
     /// Puts the picture in Pixels into the middle of the window and blackens what it leaves.
     virtual void Show() = 0;
-    /// Waits until the server has taken everything that was shown, in this window or another:
-    /// only then Pixels may be drawn into again.
-    virtual void Sync() = 0;
+    /// Sends what was shown, in this window or another, without waiting for it to be taken.
+    virtual void Flush() = 0;
 };
 
 /// The window with an X11 window id. `changed` is called from the event thread when the window was

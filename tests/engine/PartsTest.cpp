@@ -1,5 +1,6 @@
 // The parts by themselves: the byte queue, finding containers, the end of pictures, the clock, the
 // drawing over pictures.
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <thread>
@@ -11,6 +12,7 @@
 #include "engine/media/FramePool.h"
 #include "engine/media/Input.h"
 #include "engine/media/PictureEnd.h"
+#include "engine/player/LensSetting.h"
 #include "engine/player/PlayClock.h"
 #include "engine/present/Overlay.h"
 #include "tests/engine/TestClip.h"
@@ -45,10 +47,13 @@ TEST(ByteQueue, GivesBytesInTheirOrderAcrossItsSeam)
         const Bytes bytes = Count(4099, next);
         next = static_cast<std::uint8_t>(next + 4099);
         ASSERT_TRUE(queue.Put(bytes.data(), bytes.size()));
-        const auto read = queue.Take(target.data(), 4000, FOREVER);
-        ASSERT_EQ(read.size, 4000U);
-        for (std::size_t i = 0; i < read.size; ++i)
-            ASSERT_EQ(target[i], expected++);
+        for (std::size_t size = 0; size < 4000;) {
+            const auto read = queue.Take(target.data(), 4000 - size, FOREVER);
+            ASSERT_EQ(read.status, ByteQueue::Status::Data);
+            for (std::size_t i = 0; i < read.size; ++i)
+                ASSERT_EQ(target[i], expected++);
+            size += read.size;
+        }
     }
     EXPECT_EQ(queue.Size(), 9900U);
 }
@@ -95,6 +100,40 @@ TEST(ByteQueue, ClearTakesTheBytesAndTheEnd)
     queue.Clear();
     EXPECT_EQ(queue.Take(&byte, 1, FOREVER).status, ByteQueue::Status::Cleared);
     EXPECT_EQ(queue.Take(&byte, 1, Clock::now()).status, ByteQueue::Status::Timeout);
+}
+
+TEST(ByteQueue, EveryReadTellsWhenItsOwnBytesWerePut)
+{
+    ByteQueue queue;
+    const Bytes bytes = Count(300);
+    const auto first = Clock::now();
+    queue.Put(bytes.data(), 100);
+    while (Clock::now() < first + std::chrono::milliseconds(5))
+        std::this_thread::yield();
+    const auto second = Clock::now();
+    queue.Put(bytes.data(), 200);
+    Bytes target(300);
+    auto read = queue.Take(target.data(), 300, FOREVER);
+    EXPECT_EQ(read.size, 100U);
+    EXPECT_GE(read.putAt, first);
+    EXPECT_LT(read.putAt, second);
+    read = queue.Take(target.data(), 300, FOREVER);
+    EXPECT_EQ(read.size, 200U);
+    EXPECT_GE(read.putAt, second);
+}
+
+TEST(ByteQueue, TellsItsReaderOnceThatABlockWasRefused)
+{
+    ByteQueue queue;
+    queue.SetCapacity(100);
+    Bytes bytes = Count(80);
+    queue.Put(bytes.data(), 80);
+    EXPECT_FALSE(queue.Put(bytes.data(), 80));
+    EXPECT_TRUE(queue.Take(bytes.data(), 40, FOREVER).refused);
+    EXPECT_FALSE(queue.Take(bytes.data(), 40, FOREVER).refused);
+    queue.MarkEnd();
+    EXPECT_FALSE(queue.Put(bytes.data(), 80)) << "the end has not been reached";
+    EXPECT_FALSE(queue.Take(bytes.data(), 40, FOREVER).refused);
 }
 
 TEST(ByteQueue, WakesItsReaderAndTellsThatItWaited)
@@ -192,6 +231,39 @@ TEST(PictureEnd, TransportStreamEndsAPictureWithAPacketThatWasFilledUp)
     }
 }
 
+/// A transport stream packet of the video; the rest of it is payload.
+Bytes VideoPacket(bool begins, const Bytes& head)
+{
+    Bytes packet(188, 0xAA);
+    packet[0] = 0x47;
+    packet[1] = begins ? 0x41 : 0x01;
+    packet[2] = 0x00;
+    packet[3] = 0x10;
+    std::copy(head.begin(), head.end(), packet.begin() + 4);
+    return packet;
+}
+
+TEST(PictureEnd, PictureThatFillsItsLastPacketEndsWhereItsHeaderSays)
+{
+    // Two packets of 184 bytes of payload, 6 of which the length does not count.
+    constexpr int LENGTH = 2 * 184 - 6;
+    const Bytes told =
+        VideoPacket(true, {0, 0, 1, 0xE0, LENGTH >> 8, LENGTH & 0xFF, 0x80, 0x80, 5});
+    const Bytes untold = VideoPacket(true, {0, 0, 1, 0xE0, 0, 0, 0x80, 0x80, 5});
+    const Bytes rest = VideoPacket(false, {});
+    engine::PictureEnd end(Container::MpegTs);
+    for (int i = 0; i < 3; ++i) {
+        end.Feed(told.data(), told.size());
+        EXPECT_EQ(end.Patience(PERIOD), NEVER);
+        end.Feed(rest.data(), rest.size());
+        EXPECT_EQ(end.Patience(PERIOD), Clock::duration::zero());
+        end.Taken();
+    }
+    end.Feed(untold.data(), untold.size());
+    end.Feed(rest.data(), rest.size());
+    EXPECT_EQ(end.Patience(PERIOD), NEVER);
+}
+
 TEST(PictureEnd, JpegEndsWithItsMarker)
 {
     engine::PictureEnd end(Container::Mjpeg);
@@ -235,6 +307,13 @@ protected:
     static double When(Clock::time_point time)
     {
         return std::chrono::duration<double>(time.time_since_epoch()).count() - 1000;
+    }
+
+    /// A picture that was put `age` seconds ago.
+    PlayClock::Plan Put(double seconds, double now, double age, bool refused = false)
+    {
+        return m_clock.Schedule({seconds, 0.04, true, false, true, refused, At(now - age)},
+                                At(now));
     }
 
     PlayClock m_clock;
@@ -297,6 +376,38 @@ TEST_F(Clocks, LivePictureIsShownAtOnceAndTheDelayStaysSmall)
         EXPECT_NEAR(When(Schedule(i * 0.04, i * 0.04, true, false).due), i * 0.04, 1e-6);
 }
 
+TEST_F(Clocks, DelayThatABurstLeftIsTakenBackFromALiveSender)
+{
+    // 10 pictures came at once, and from then on one every period.
+    double due = 0.0;
+    for (int i = 0; i < 60; ++i) {
+        const double put = std::max(0, i - 9) * 0.04;
+        const double now = std::max(due, put) + 0.01;
+        due = std::max(When(Put(i * 0.04, now, now - put).due), now);
+        EXPECT_TRUE(i >= 17 || due > i * 0.04 - 0.001) << i;
+        if (i > 30) {
+            EXPECT_LT(due - put, 0.04) << i;
+        }
+    }
+}
+
+TEST_F(Clocks, FileThatWaitsForRoomKeepsItsTime)
+{
+    Put(0.0, 0.0, 0.0);
+    for (int i = 1; i < 60; ++i)
+        EXPECT_NEAR(When(Put(i * 0.04, (i - 1) * 0.04, 1.0, /*refused=*/true).due), i * 0.04, 1e-6);
+}
+
+TEST_F(Clocks, FileThatIsPutInLargeBlocksKeepsItsTime)
+{
+    // Blocks of five pictures, each a period before it is needed.
+    Put(0.0, 0.0, 0.0);
+    for (int i = 1; i < 60; ++i) {
+        const double now = (i - 1) * 0.04;
+        EXPECT_NEAR(When(Put(i * 0.04, now, now - (i / 5 * 5 - 1) * 0.04).due), i * 0.04, 1e-6);
+    }
+}
+
 TEST_F(Clocks, FileThatIsPutInSmallBlocksDoesNotRunAway)
 {
     // Every picture looks live and comes after 1 ms.
@@ -304,6 +415,54 @@ TEST_F(Clocks, FileThatIsPutInSmallBlocksDoesNotRunAway)
     for (int i = 0; i < 100; ++i)
         due = When(Schedule(i * 0.04, std::max(due, i * 0.001), true, true).due);
     EXPECT_GT(due, 99 * 0.04 - 0.6);
+}
+
+// ---- LensSetting
+
+class FoundCircles : public testing::Test
+{
+protected:
+    FoundCircles() { m_lens.SetPictureSize(1000, 1000); }
+
+    double RadiusAfter(double radius, double x = 500.0)
+    {
+        m_lens.AddCircle({{x, 500.0}, radius, 1.0});
+        return m_lens.Get().dCircleRadius;
+    }
+
+    engine::LensSetting m_lens{{}};
+};
+
+TEST_F(FoundCircles, FirstOneIsUsedAtOnce)
+{
+    EXPECT_NEAR(m_lens.Get().dCircleRadius, 500, 1e-9);
+    EXPECT_NEAR(RadiusAfter(300), 300, 1e-9);
+}
+
+TEST_F(FoundCircles, AnotherOneIsUsedWhenItIsFoundTwiceInARow)
+{
+    RadiusAfter(300);
+    EXPECT_NEAR(RadiusAfter(450), 300, 1e-9);
+    EXPECT_NEAR(RadiusAfter(452), 452, 1e-9);
+    EXPECT_NEAR(RadiusAfter(452, 550.0), 452, 1e-9);
+    RadiusAfter(452, 550.0);
+    EXPECT_NEAR(m_lens.Get().dCentreX, 550, 1e-9);
+}
+
+TEST_F(FoundCircles, OneErrorAmongThemDoesNoHarm)
+{
+    RadiusAfter(450);
+    EXPECT_NEAR(RadiusAfter(300), 450, 1e-9);
+    EXPECT_NEAR(RadiusAfter(451), 450, 1e-9) << "the same, and it stays";
+    EXPECT_NEAR(RadiusAfter(300), 450, 1e-9);
+}
+
+TEST_F(FoundCircles, AreForgottenWithThePictureSize)
+{
+    RadiusAfter(300);
+    m_lens.SetPictureSize(800, 800);
+    EXPECT_NEAR(m_lens.Get().dCircleRadius, 400, 1e-9);
+    EXPECT_NEAR(RadiusAfter(350), 350, 1e-9);
 }
 
 // ---- Line sizes

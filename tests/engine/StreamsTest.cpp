@@ -294,6 +294,117 @@ INSTANTIATE_TEST_SUITE_P(All, EveryFormat,
                          testing::Values("mpegts", "matroska", "mp4", "h264", "hevc", "mjpeg"),
                          [](const auto& info) { return std::string(info.param); });
 
+// ---- What a client hands over that takes RTP packets apart
+
+struct NalCase
+{
+    const char* name;
+    const char* format;
+    int startCode;      ///< bytes
+    bool setsRepeated;  ///< parameter sets before every key picture, else only in front
+};
+
+void PrintTo(const NalCase& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+/// The NAL units of an Annex B stream, without start codes.
+std::vector<Bytes> NalUnits(const Bytes& stream)
+{
+    static constexpr std::uint8_t CODE[] = {0, 0, 1};
+    std::vector<Bytes> units;
+    auto at = std::search(stream.begin(), stream.end(), std::begin(CODE), std::end(CODE));
+    while (at != stream.end()) {
+        at += 3;
+        auto next = std::search(at, stream.end(), std::begin(CODE), std::end(CODE));
+        units.emplace_back(at, next);
+        if (next != stream.end() && units.back().back() == 0)
+            units.back().pop_back();  // the first byte of a start code of four
+        at = next;
+    }
+    return units;
+}
+
+bool IsParameterSet(const Bytes& unit, bool h265)
+{
+    const int type = h265 ? unit[0] >> 1 & 0x3F : unit[0] & 0x1F;
+    return h265 ? type >= 32 && type <= 34 : type == 7 || type == 8;
+}
+
+class NalStreams : public testing::TestWithParam<NalCase>
+{
+protected:
+    /// A stream of 12 pictures with three key pictures; for each picture its NAL units.
+    static std::vector<std::vector<Bytes>> AccessUnits()
+    {
+        const bool h265 = std::string(GetParam().format) == "hevc";
+        ClipOptions options = Numbered(GetParam().format, 12);
+        options.keyInterval = 4;
+        std::vector<std::vector<Bytes>> pictures;
+        int sets = 0;
+        for (const Bytes& piece : MakeClipPieces(options)) {
+            std::vector<Bytes> units;
+            for (const Bytes& unit : NalUnits(piece)) {
+                const bool set = IsParameterSet(unit, h265);
+                sets += set;
+                if (set && !pictures.empty() && !GetParam().setsRepeated)
+                    continue;
+                Bytes coded(static_cast<std::size_t>(GetParam().startCode - 1), 0);
+                coded.push_back(1);
+                coded.insert(coded.end(), unit.begin(), unit.end());
+                units.push_back(coded);
+            }
+            pictures.push_back(units);
+        }
+        EXPECT_GE(sets, 6) << "the encoder repeats its parameter sets";
+        return pictures;
+    }
+};
+
+TEST_P(NalStreams, AccessUnitPutByItselfIsShownAtOnce)
+{
+    Source source;
+    int shown = 0;
+    for (const std::vector<Bytes>& units : AccessUnits()) {
+        Bytes picture;
+        for (const Bytes& unit : units)
+            picture.insert(picture.end(), unit.begin(), unit.end());
+        ASSERT_EQ(source.player.Put(picture), 0);
+        ASSERT_TRUE(source.images.AwaitOne([&](const auto& image) {
+            return Near(image.At(0.5, 0.5), GreyOf(shown), 3);
+        })) << "picture "
+            << shown;
+        ++shown;
+    }
+    EXPECT_EQ(shown, 12);
+}
+
+TEST_P(NalStreams, GiveEveryPictureWhenPutUnitByUnit)
+{
+    Source source;
+    RV(RV_Pause)(source.player.Id(), 1);  // nothing is left out for being late
+    for (const std::vector<Bytes>& units : AccessUnits()) {
+        for (const Bytes& unit : units)
+            ASSERT_EQ(source.player.Put(unit), 0);
+    }
+    for (int i = 0; i < 12; ++i)
+        RV(RV_StepForward)(source.player.Id());
+    ASSERT_TRUE(source.AwaitEnd());
+    EXPECT_EQ(source.player.Describe().llDecoded, 12);
+    EXPECT_EQ(source.player.Describe().llErrors, 0);
+    EXPECT_TRUE(Near(source.images.Await(1).At(0.5, 0.5), GreyOf(11), 3));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, NalStreams,
+                         testing::Values(NalCase{"H264LongCodes", "h264", 4, true},
+                                         NalCase{"H264ShortCodes", "h264", 3, true},
+                                         NalCase{"H264SetsInFront", "h264", 4, false},
+                                         NalCase{"H265LongCodes", "hevc", 4, true},
+                                         NalCase{"H265ShortCodes", "hevc", 3, true},
+                                         NalCase{"H265SetsInFront", "hevc", 3, false}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
 TEST(Streams, ContainerMayChangeWithoutAnEndMark)
 {
     Source source;
@@ -330,6 +441,28 @@ TEST(Streams, RepetitionsOfOnePictureAreStillPictures)
     EXPECT_NEAR(param.dFrameRate, 25.0, 0.5);
     EXPECT_EQ(param.llShown + param.llDropped, 3);
     EXPECT_EQ(param.iBytesBuffered, 0);
+}
+
+TEST(Streams, StreamThatGivesNoPictureIsKnownByItsFigures)
+{
+    Source rubbish;
+    rubbish.PutAll(Bytes(20000, 0x55), 4096);
+    ASSERT_TRUE(rubbish.AwaitEnd());
+    RvVideoParam param = rubbish.player.Describe();
+    EXPECT_EQ(param.iBytesBuffered, 0);
+    EXPECT_EQ(param.llDecoded, 0);
+    EXPECT_EQ(param.acContainer[0], 0);
+
+    ClipOptions options = Numbered("mpegts", 4);
+    options.codec = AV_CODEC_ID_MPEG2VIDEO;
+    Source foreign;
+    foreign.PutAll(MakeClip(options), 4096);
+    ASSERT_TRUE(foreign.AwaitEnd());
+    param = foreign.player.Describe();
+    EXPECT_EQ(param.iBytesBuffered, 0);
+    EXPECT_EQ(param.llDecoded, 0);
+    EXPECT_EQ(std::string(param.acContainer, 4), "MPTS");
+    EXPECT_EQ(param.acCodec[0], 0);
 }
 
 TEST(Streams, FullBufferTakesNothingAndTakesItLater)

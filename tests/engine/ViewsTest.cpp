@@ -311,6 +311,41 @@ TEST_F(Views, CircleOfTheFirstPicturesIsFound)
     EXPECT_EQ(lens.iWidth, 640);
 }
 
+TEST_F(Views, CircleThatOnlyTheFirstPictureShowedIsGivenUpAndAnotherStreamsIsFound)
+{
+    ClipOptions options;
+    options.width = options.height = 480;
+    options.pictures = 8;
+    double radius = 200.0;
+    options.paint = [&](int picture, int x, int y) {
+        const double rho = std::hypot(x - 240.0, y - 240.0);
+        return rho <= (picture == 0 ? 120.0 : radius) ? Colour{150, 140, 130} : Colour{8, 8, 8};
+    };
+    Images images;
+    TestPlayer player("AUTO", nullptr, /*search=*/true);
+    ASSERT_EQ(player.Listen(player.Fisheye(), images), 0);
+    const auto radiusAfter = [&](int pictures) {
+        for (int i = 0; i < pictures; ++i) {
+            const int before = images.Count();
+            RV(RV_StepForward)(player.Id());
+            images.Await(before + 1);
+        }
+        RvLens lens{};
+        RV(RV_PlayerControl)(player.Id(), RV_CONTROL_GET_LENS, &lens, sizeof(lens));
+        return lens.dCircleRadius;
+    };
+    ASSERT_EQ(player.Put(MakeClip(options)), 0);
+    ASSERT_EQ(player.End(), 0);
+    EXPECT_NEAR(radiusAfter(1), 120, 1.5);
+    EXPECT_NEAR(radiusAfter(7), 200, 1.5);
+    radius = 160.0;
+    const Bytes another = MakeClip(options);
+    while (player.Put(another) == RV_BUFFER_FULL)
+        std::this_thread::yield();
+    EXPECT_NEAR(radiusAfter(8), 160, 1.5);
+    player.Delete();
+}
+
 TEST_F(Views, LensThatCannotBeIsRefusedAndTheOneInForceStays)
 {
     RvLens lens{};

@@ -62,6 +62,14 @@ public:
         m_process = -1;
     }
 
+    /// As a server that hangs: it takes nothing and answers nothing.
+    void Hang()
+    {
+        kill(m_process, SIGSTOP);
+        waitpid(m_process, nullptr, WUNTRACED);
+    }
+    void GoOn() { kill(m_process, SIGCONT); }
+
     bool Runs() const { return m_connection && !xcb_connection_has_error(m_connection); }
     xcb_connection_t* Connection() const { return m_connection; }
 
@@ -381,6 +389,60 @@ TEST_F(Windows, ResizingStormEndsInTheRightPicture)
     Resize(window, 160, 160);
     EXPECT_TRUE(Becomes(window, 40, 80, RED));
     EXPECT_TRUE(Becomes(window, 155, 155, BLUE));
+}
+
+TEST_F(Windows, HangingServerStopsNeitherCallbacksNorDeletion)
+{
+    const xcb_window_t window = Create(100, 100);
+    Images images;
+    TestPlayer player("AUTO", Handle(window));
+    const int view = player.Fisheye();
+    player.Listen(view, images);
+    Feed(player);
+    ASSERT_EQ(images.Await(1).width, 256);
+    TheServer().Hang();
+    for (int i = 0; i < 3; ++i) {
+        const int before = images.Count();
+        player.Fisheye(i % 2 ? RV_MOUNT_FLOOR : RV_MOUNT_WALL);
+        EXPECT_EQ(images.Await(before + 1).width, 256);
+    }
+    EXPECT_EQ(player.Delete(), 0);
+
+    TestPlayer deletedAtOnce("AUTO");
+    EXPECT_EQ(deletedAtOnce.Delete(), 0);
+    TheServer().GoOn();
+    TestPlayer next("AUTO", Handle(window));
+    Feed(next);
+    EXPECT_TRUE(Becomes(window, 20, 50, RED));
+    EXPECT_TRUE(Becomes(window, 80, 50, BLUE));
+}
+
+TEST_F(Windows, ServerThatGoesOnShowsTheNewestPicture)
+{
+    if (std::getenv("FISHEYE_TEST_XVFB"))
+        GTEST_SKIP() << "without shared memory a server that hangs is given up";
+    const xcb_window_t window = Create(100, 100);
+    Images images;
+    TestPlayer player("AUTO", Handle(window));
+    const int view = player.AddView(RV_MODE_SOURCE, 0, 0, 0, 0, Handle(window));
+    player.Listen(view, images, 100, 100);
+    Feed(player);
+    ASSERT_TRUE(Becomes(window, 20, 50, RED));
+    TheServer().Hang();
+    // Two pictures: the first is on its way, the second finds the window busy.
+    RvOrientation orientation = {sizeof(orientation), 0, 0};
+    for (int i = 0; i < 2; ++i) {
+        const int before = images.Count();
+        orientation.iMirrored = i;
+        ASSERT_EQ(RV(RV_PlayerControl)(player.Id(), RV_CONTROL_SET_ORIENTATION, &orientation,
+                                       sizeof(orientation)),
+                  0);
+        ASSERT_EQ(images.Await(before + 1).width, 100);
+    }
+    TheServer().GoOn();
+    EXPECT_TRUE(Becomes(window, 20, 50, BLUE));
+    EXPECT_TRUE(Becomes(window, 80, 50, RED));
+    player.Delete();
 }
 
 /// The last test: the server dies.
