@@ -445,6 +445,15 @@ HWY_ATTR void Sample(const Level& level, const ColourTerms& terms,
         SampleTile<false, Clamp, Gather>(level, terms, coordinates, target);
 }
 
+HWY_ATTR void StreamRows(const std::uint8_t* from, std::ptrdiff_t fromLine, int bytes, int rows,
+                         std::uint8_t* to, std::ptrdiff_t toLine)
+{
+    const D8 d;
+    for (int row = 0; row < rows; ++row)
+        for (int i = 0; i < bytes; i += kLanes * 4)
+            hn::Stream(hn::Load(d, from + row * fromLine + i), d, to + row * toLine + i);
+}
+
 // --- coordinates ---
 
 constexpr int kExpandLanes = kLanes < 8 ? kLanes : 8;
@@ -581,6 +590,7 @@ constexpr Kernels TableOf(const char* name)
             Expand,
             Sample<false, Gather>,
             Sample<true, Gather>,
+            StreamRows,
             HalveLuma,
             HalvePairs,
             JoinPairs,

@@ -88,6 +88,10 @@ struct Kernels
     /// Draws any tile; coordinates are clamped to the picture.
     Sample sampleAnywhere;
 
+    /// Copies rows of `bytes` bytes past the caches; all of it is a multiple of 64.
+    void (*streamRows)(const std::uint8_t* from, std::ptrdiff_t fromLine, int bytes, int rows,
+                       std::uint8_t* to, std::ptrdiff_t toLine);
+
     /// Half-size luma: out[i] = rounded mean of 2 x 2 bytes of the rows above and below, 2i
     /// onwards.
     void (*halveLuma)(const std::uint8_t* above, const std::uint8_t* below, int count,

@@ -19,6 +19,11 @@ constexpr double kPatchError = 0.01;  // source pixels
 // quarter only where half the size would alias, because two halvings soften more.
 constexpr double kHalfFrom = 1.5;
 constexpr double kQuarterFrom = 4.8;
+// Rows that are a multiple of this many bytes apart compete for the same cache sets and write
+// buffers. Their tiles are drawn to a strip of the cache first, and leave it in longer runs.
+constexpr int kCompeting = 2048;
+constexpr int kStripTiles = 8;
+constexpr int kStripLine = (kStripTiles * kTile * 4) + 64;
 
 bool Known(const SourcePoint& point)
 {
@@ -579,7 +584,7 @@ void Mesh::Expand(const Kernels& kernels, const Tile& tile, int columns, int row
 
 void Mesh::DrawTile(const Kernels& kernels, const Level* levels, const ColourTerms& terms,
                     const Tile& tile, int columns, int rows, std::uint8_t* pixels,
-                    std::ptrdiff_t line) const
+                    std::ptrdiff_t line, bool stream) const
 {
     if (tile.shape == Shape::Black)
         return FillBlack(pixels, line, columns, rows);
@@ -591,8 +596,7 @@ void Mesh::DrawTile(const Kernels& kernels, const Level* levels, const ColourTer
     const bool complete = !listed || m_pixels[tile.index].complete;
     const auto sample = tile.clamped ? kernels.sampleAnywhere : kernels.sampleInside;
     if (columns == kTile && rows == kTile && complete)
-        return sample(levels[tile.level], terms, coordinates,
-                      {pixels, line, kTile, Aligned(pixels, line)});
+        return sample(levels[tile.level], terms, coordinates, {pixels, line, kTile, stream});
 
     alignas(64) std::uint8_t whole[kTile * kTile * 4];
     sample(levels[tile.level], terms, coordinates, {whole, kTile * 4, (rows + 3) & ~3, false});
@@ -609,11 +613,22 @@ void Mesh::DrawBand(const Kernels& kernels, const Level* levels, const ColourTer
                     std::uint8_t* pixels, std::ptrdiff_t line) const
 {
     const int rows = std::min(kTile, m_height - band * kTile);
-    const Tile* const tiles = &m_tiles[static_cast<std::size_t>(band) * m_tileColumns];
-    for (int i = 0; i < m_tileColumns; ++i)
-        DrawTile(kernels, levels, terms, tiles[i], std::min(kTile, m_width - i * kTile), rows,
-                 pixels + std::ptrdiff_t{band} * kTile * line + std::ptrdiff_t{i} * kTile * 4,
-                 line);
+    const bool stream = Aligned(pixels, line);
+    const bool collect = stream && line % kCompeting == 0;
+    alignas(64) std::uint8_t strip[kTile * kStripLine];
+    for (int i = 0; i < m_tileColumns; i += kStripTiles) {
+        const int columns = std::min(kStripTiles * kTile, m_width - i * kTile);
+        std::uint8_t* const out =
+            pixels + std::ptrdiff_t{band} * kTile * line + std::ptrdiff_t{i} * kTile * 4;
+        const Tile* const tiles = &m_tiles[static_cast<std::size_t>(band) * m_tileColumns + i];
+        const bool through = collect && columns % kTile == 0;
+        for (int j = 0; j < columns; j += kTile)
+            DrawTile(kernels, levels, terms, tiles[j / kTile], std::min(kTile, columns - j), rows,
+                     (through ? strip : out) + std::ptrdiff_t{j} * 4, through ? kStripLine : line,
+                     stream && !through);
+        if (through)
+            kernels.streamRows(strip, kStripLine, columns * 4, rows, out, line);
+    }
     hwy::FlushStream();  // before another thread is told that the band is there
 }
 

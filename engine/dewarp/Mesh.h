@@ -137,7 +137,7 @@ private:
                 TileCoordinates& out) const;
     void DrawTile(const Kernels& kernels, const Level* levels, const ColourTerms& terms,
                   const Tile& tile, int columns, int rows, std::uint8_t* pixels,
-                  std::ptrdiff_t line) const;
+                  std::ptrdiff_t line, bool stream) const;
 
     int m_width = 0;
     int m_height = 0;

@@ -145,6 +145,13 @@ void SampleAnywhere(const Level& level, const ColourTerms& terms,
             SampleBlock(level, terms, coordinates, target, column, row);
 }
 
+void StreamRows(const std::uint8_t* from, std::ptrdiff_t fromLine, int bytes, int rows,
+                std::uint8_t* to, std::ptrdiff_t toLine)
+{
+    for (int row = 0; row < rows; ++row)
+        std::memcpy(to + row * toLine, from + row * fromLine, static_cast<std::size_t>(bytes));
+}
+
 void HalveLuma(const std::uint8_t* above, const std::uint8_t* below, int count, std::uint16_t* out)
 {
     for (int i = 0; i < count; ++i)
@@ -210,9 +217,9 @@ ColourTerms ColourTermsOf(ColourMatrix matrix, bool fullRange)
 
 const Kernels& ReferenceKernels()
 {
-    static constexpr Kernels kernels = {"reference",    Expand,      SampleAnywhere,
-                                        SampleAnywhere, HalveLuma,   HalvePairs,
-                                        JoinPairs,      HalveChroma, Interleave};
+    static constexpr Kernels kernels = {"reference", Expand,    SampleAnywhere, SampleAnywhere,
+                                        StreamRows,  HalveLuma, HalvePairs,     JoinPairs,
+                                        HalveChroma, Interleave};
     return kernels;
 }
 

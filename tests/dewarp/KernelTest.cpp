@@ -90,6 +90,35 @@ TEST_P(EveryKernel, DrawsCircleAndPanoramaLikeTheReference)
             }
 }
 
+TEST_P(EveryKernel, DrawsRowsOfCacheLinesLikeTheReference)
+{
+    OwnPicture picture(PixelFormat::Nv12, 300, 300);
+    picture.FillNoise(4);
+    Pool pool(1);
+    Frame frame;
+    for (const int width : {512, 520, 352, 100})
+        for (const int line : {2048, 2112, 4096}) {
+            if (width * 4 > line)
+                continue;
+            Mesh mesh;
+            mesh.Build(width, 40, 300, 300, Panorama{{300}});
+            std::vector<std::vector<std::uint8_t>> drawn;
+            for (const Kernels* const kernels : {&ReferenceKernels(), GetParam()}) {
+                Buffer buffer;
+                const std::size_t size = static_cast<std::size_t>(line) * 40;
+                std::uint8_t* const pixels = buffer.Reserve(size);
+                std::fill_n(pixels, size, std::uint8_t{0xA5});
+                const View view{&mesh, pixels, line};
+                ASSERT_TRUE(Draw(pool, frame, picture.Get(), &view, 1, *kernels));
+                drawn.emplace_back(pixels, pixels + size);
+            }
+            ASSERT_EQ(drawn[0], drawn[1]) << width << ' ' << line;
+            for (int row = 0; row < 40; ++row)
+                for (int i = row * line + width * 4; i < (row + 1) * line; ++i)
+                    ASSERT_EQ(drawn[1][i], 0xA5) << width << ' ' << line << ' ' << i;
+        }
+}
+
 TEST_P(EveryKernel, ExpandsPatchesLikeTheReference)
 {
     std::mt19937 random(5);
