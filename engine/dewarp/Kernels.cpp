@@ -456,40 +456,92 @@ HWY_ATTR void StreamRows(const std::uint8_t* from, std::ptrdiff_t fromLine, int 
 
 // --- coordinates ---
 
-constexpr int kExpandLanes = kLanes < 8 ? kLanes : 8;
+using DX = hn::CappedTag<std::int32_t, 8>;
+using DXF = hn::Rebind<float, DX>;
+using VXF = hn::Vec<DXF>;
 
-HWY_ATTR void ExpandAxis(const Patch::Axis& axis, int firstColumn, int lastColumn, int rows,
-                         int lastRow, std::int32_t* out)
+/// One axis of a patch: the value and the differences down its three columns of nodes.
+struct Down
 {
-    const hn::CappedTag<std::int32_t, kExpandLanes> d;
-    const hn::Rebind<float, decltype(d)> df;
-    const auto last = hn::Set(df, static_cast<float>(lastColumn));
-    for (int i = 0; i < 8; i += kExpandLanes) {
-        const auto j = hn::Min(hn::Iota(df, static_cast<float>(firstColumn + i)), last);
-        const auto linear = [&](float constant, float slope) HWY_ATTR {
-            return hn::Add(hn::Set(df, constant), hn::Mul(hn::Set(df, slope), j));
-        };
-        auto value =
-            hn::Add(hn::Set(d, axis.base), hn::NearestInt(hn::Mul(j, linear(axis.a1, axis.a2))));
-        auto first =
-            hn::NearestInt(hn::Add(hn::Set(df, axis.d0), hn::Mul(j, linear(axis.d1, axis.d2))));
-        const auto second =
-            hn::NearestInt(hn::Add(hn::Set(df, axis.e0), hn::Mul(j, linear(axis.e1, axis.e2))));
-        for (int row = 0; row < rows; ++row) {
-            hn::Store(value, d, out + row * kTile + i);
-            if (row >= lastRow)
-                continue;
-            value = hn::Add(value, first);
-            first = hn::Add(first, second);
-        }
-    }
+    std::int32_t start;
+    alignas(16) float by[3][4];
+};
+
+HWY_INLINE Down DownOf(const Patch& patch, const std::int32_t* nodes)
+{
+    const hn::FixedTag<std::int32_t, 4> d;
+    const hn::FixedTag<float, 4> df;
+    const float step = 1.0F / static_cast<float>(patch.spacing);
+    const auto first = hn::Set(d, nodes[0]);
+    const auto scale = hn::Set(df, 1.0F / static_cast<float>(1 << patch.level));
+    const auto from = [&](int row) HWY_ATTR {
+        const auto place = hn::LoadU(d, nodes + row * patch.line);
+        return hn::Mul(hn::ConvertTo(df, hn::Sub(place, first)), scale);
+    };
+    const auto n0 = from(0);
+    const auto n1 = from(1);
+    const auto n2 = from(2);
+    const auto bend = hn::Add(hn::Sub(n0, hn::Add(n1, n1)), n2);
+    Down down;
+    down.start = ((nodes[0] + 0x8000) >> patch.level) - 0x8000;
+    hn::Store(n0, df, down.by[0]);
+    hn::Store(hn::Add(hn::Mul(hn::Sub(n2, n0), hn::Set(df, 0.5F * step)),
+                      hn::Mul(bend, hn::Set(df, step * (0.5F * step - 1)))),
+              df, down.by[1]);
+    hn::Store(hn::Mul(bend, hn::Set(df, step * step)), df, down.by[2]);
+    return down;
 }
 
-HWY_ATTR void Expand(const Patch& patch, int firstColumn, int lastColumn, int rows, int lastRow,
-                     std::int32_t* x, std::int32_t* y)
+/// The weights of the three columns of nodes.
+struct Across
 {
-    ExpandAxis(patch.x, firstColumn, lastColumn, rows, lastRow, x);
-    ExpandAxis(patch.y, firstColumn, lastColumn, rows, lastRow, y);
+    VXF a, b, c;
+
+    HWY_INLINE hn::Vec<DX> operator()(const float (&by)[4]) const
+    {
+        const DXF df;
+        const auto sum = hn::Add(hn::Mul(hn::Set(df, by[0]), a), hn::Mul(hn::Set(df, by[1]), b));
+        return hn::NearestInt(hn::Add(sum, hn::Mul(hn::Set(df, by[2]), c)));
+    }
+};
+
+HWY_INLINE void ExpandDown(const Down& down, const Across& across, int rows, int lastRow,
+                           std::int32_t* out)
+{
+    const DX d;
+    auto value = hn::Add(hn::Set(d, down.start), across(down.by[0]));
+    auto first = across(down.by[1]);
+    const auto second = across(down.by[2]);
+    int row = 0;
+    for (; row < std::min(rows, lastRow); ++row) {
+        hn::Store(value, d, out + row * kTile);
+        value = hn::Add(value, first);
+        first = hn::Add(first, second);
+    }
+    for (; row < rows; ++row)
+        hn::Store(value, d, out + row * kTile);
+}
+
+HWY_ATTR void Expand(const Patch& patch, int columns, int lastColumn, int lastRow, std::int32_t* x,
+                     std::int32_t* y)
+{
+    const DXF df;
+    const auto step = hn::Set(df, 1.0F / static_cast<float>(patch.spacing));
+    const auto one = hn::Set(df, 1.0F);
+    const auto two = hn::Set(df, 2.0F);
+    const auto half = hn::Set(df, 0.5F);
+    const auto last = hn::Set(df, static_cast<float>(lastColumn));
+    const Down downX = DownOf(patch, patch.x);
+    const Down downY = DownOf(patch, patch.y);
+    const int rows = 2 * patch.spacing;
+    for (int i = 0; i < columns; i += static_cast<int>(hn::MaxLanes(df))) {
+        const auto s = hn::Mul(hn::Min(hn::Iota(df, static_cast<float>(i)), last), step);
+        const auto less = hn::Sub(s, one);
+        const Across across = {hn::Mul(hn::Mul(less, hn::Sub(s, two)), half),
+                               hn::Mul(s, hn::Sub(two, s)), hn::Mul(hn::Mul(s, less), half)};
+        ExpandDown(downX, across, rows, lastRow, x + i);
+        ExpandDown(downY, across, rows, lastRow, y + i);
+    }
 }
 
 // --- the smaller sizes ---
