@@ -49,7 +49,8 @@ std::int32_t Less(std::int32_t a, std::int32_t b)
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
 }
 
-/// All bits where |value| is larger than the limit. (No branch, so that loops are vectorised.)
+/// All bits where |value| is larger than the limit. (No branch: the loops below are
+/// vectorised.)
 std::int32_t Exceeds(std::int32_t value, std::int32_t limit)
 {
     return -static_cast<std::int32_t>((value > limit) | (value < -limit));
@@ -68,7 +69,8 @@ using SixLines = const std::int32_t* [6];
 /// follow the mapping or a place is unknown; the cubic's error is 3/128 of the fourth difference,
 /// which is taken with the first line if Before and with the last one if Behind.
 template <bool Before, bool Behind>
-void Interpolate(const SixLines& lines, int count, std::int32_t* out, std::int32_t* failed)
+void Interpolate(const SixLines& lines, int count, std::int32_t* __restrict out,
+                 std::int32_t* __restrict failed)
 {
     constexpr std::int32_t limit = Fixed(kPatchError / 5 * 128 / 3);
     for (int i = 0; i < count; ++i) {
@@ -111,7 +113,8 @@ void Interpolate(bool before, bool behind, const SixLines& lines, int count, std
 /// Marks where a parabola through three of four nodes, `step` apart, does not follow the mapping
 /// or one of them is unknown. Its error is at most h^3 |f'''| / (9 sqrt 3) for nodes h apart, and
 /// their third difference is h^3 f'''.
-void MarkRough(const std::int32_t* nodes, std::ptrdiff_t step, int count, std::int32_t* rough)
+void MarkRough(const std::int32_t* nodes, std::ptrdiff_t step, int count,
+               std::int32_t* __restrict rough)
 {
     constexpr std::int32_t limit = Fixed(kPatchError * 0.8 * 15.588 / 2);  // half per direction
     for (int i = 0; i < count; ++i) {
@@ -120,6 +123,17 @@ void MarkRough(const std::int32_t* nodes, std::ptrdiff_t step, int count, std::i
         const std::int32_t c = Less(nodes[i + 3 * step], nodes[i + 2 * step]);
         rough[i] |= Exceeds(a, kLargestStep) | Exceeds(b, kLargestStep) | Exceeds(c, kLargestStep) |
                     Exceeds(Bend(a, b, c), limit);
+    }
+}
+
+/// The least and the greatest of three lines, place by place.
+void FindBounds(const std::int32_t* nodes, std::ptrdiff_t line, std::int32_t* __restrict least,
+                std::int32_t* __restrict most)
+{
+    for (std::ptrdiff_t i = 0; i < line; ++i) {
+        const std::int32_t a = nodes[i], b = nodes[i + line], c = nodes[i + 2 * line];
+        least[i] = std::min(a, std::min(b, c));
+        most[i] = std::max(a, std::max(b, c));
     }
 }
 
@@ -154,6 +168,19 @@ bool Near(const Patch& patch, double column, double row, const Place& exact)
     const double y = ValueAt(patch.y, patch.line, column, row) - exact.y;
     constexpr double limit = kPatchError * 65536;
     return x * x + y * y <= limit * limit;
+}
+
+/// Whether the nodes are as near to each other as a patch's must be.
+bool WithinReach(const Patch& patch)
+{
+    for (const std::int32_t* const nodes : {patch.x, patch.y})
+        for (int i = 0; i < 9; ++i) {
+            const std::int64_t away =
+                std::int64_t{nodes[i / 3 * patch.line + i % 3]} - nodes[patch.line + 1];
+            if (std::abs(away) > kLargestPatch / 2)
+                return false;
+        }
+    return true;
 }
 
 /// The level for an area of source pixels per view pixel.
@@ -363,16 +390,9 @@ void Mesh::MapRow(RowMapping mapping, double row, const double* columns, int cou
 void Mesh::LookAtNodes(int tileRow)
 {
     const std::ptrdiff_t line = m_nodeColumns;
-    const auto bounds = [&](const std::int32_t* nodes, Scratch& least, Scratch& most) {
-        for (int i = 0; i < m_nodeColumns; ++i) {
-            const std::int32_t a = nodes[i], b = nodes[i + line], c = nodes[i + 2 * line];
-            least[i] = std::min(a, std::min(b, c));
-            most[i] = std::max(a, std::max(b, c));
-        }
-    };
     const std::ptrdiff_t start = 2 * tileRow * line;
-    bounds(&m_nodeX[start], m_scratch[kLeastX], m_scratch[kMostX]);
-    bounds(&m_nodeY[start], m_scratch[kLeastY], m_scratch[kMostY]);
+    FindBounds(&m_nodeX[start], m_nodeColumns, m_scratch[kLeastX].data(), m_scratch[kMostX].data());
+    FindBounds(&m_nodeY[start], m_nodeColumns, m_scratch[kLeastY].data(), m_scratch[kMostY].data());
     std::int32_t* const across = m_scratch[kRoughAcross].data();
     std::int32_t* const down = m_scratch[kRoughDown].data();
     std::fill_n(across, m_nodeColumns, 0);
@@ -403,8 +423,13 @@ Patch Mesh::PatchOf(const Tile& tile, int part) const
     if (tile.shape == Shape::Patch)
         return {&m_nodeX[tile.index], &m_nodeY[tile.index], m_nodeColumns, kNodeSpacing,
                 tile.level};
+    return PatchOf(m_quads[tile.index], part, tile.level);
+}
+
+Patch Mesh::PatchOf(const Quad& quad, int part, int level)
+{
     const int first = part / 2 * 10 + part % 2 * 2;
-    return {m_quads[tile.index].x + first, m_quads[tile.index].y + first, 5, 4, tile.level};
+    return {quad.x + first, quad.y + first, 5, 4, level};
 }
 
 void Mesh::AddTile(int tileColumn, int tileRow, RowMapping mapping)
@@ -446,18 +471,19 @@ bool Mesh::AddPatch(Tile& tile, const Bounds& bounds, int tileColumn, int tileRo
     tile.shape = Shape::Patch;
     tile.index = first;
     tile.clamped = !PatchInside(bounds, tile.level);
-    return Smooth(tileColumn) || NearEverywhere(PatchOf(tile, 0), tileColumn, tileRow, mapping) ||
+    return Smooth(tileColumn) ||
+           NearEverywhere(PatchOf(tile, 0), tileColumn * kTile, tileRow * kTile, mapping) ||
            AddQuad(tile, tileColumn, tileRow, mapping);
 }
 
-/// Whether a patch of a whole tile is where the mapping is, half-way between its nodes.
-bool Mesh::NearEverywhere(const Patch& patch, int tileColumn, int tileRow, RowMapping mapping) const
+/// Whether a patch, whose first pixel this is, is where the mapping is half-way between its nodes.
+bool Mesh::NearEverywhere(const Patch& patch, double column, double row, RowMapping mapping) const
 {
-    const double columns[2] = {tileColumn * 16.0 + 4, tileColumn * 16.0 + 12};
-    for (const int row : {4, 12}) {
+    const double columns[2] = {column + 0.5 * patch.spacing, column + 1.5 * patch.spacing};
+    for (const double down : {0.5, 1.5}) {
         Place exact[2];
-        MapRow(mapping, tileRow * 16.0 + row, columns, 2, exact);
-        if (!Near(patch, 0.5, row / 8.0, exact[0]) || !Near(patch, 1.5, row / 8.0, exact[1]))
+        MapRow(mapping, row + down * patch.spacing, columns, 2, exact);
+        if (!Near(patch, 0.5, down, exact[0]) || !Near(patch, 1.5, down, exact[1]))
             return false;
     }
     return true;
@@ -505,24 +531,67 @@ bool Mesh::AddQuad(Tile& tile, int tileColumn, int tileRow, RowMapping mapping)
     return true;
 }
 
+/// Asks for the pixels of a tile, of which `columns` and `rows` are in the view; the others repeat
+/// the last ones. A quarter of the tile is a patch through every fourth pixel where that is as
+/// near; four by four pixels between unknown ones are black.
+void Mesh::MapPixels(RowMapping mapping, int tileColumn, int tileRow, int columns, int rows,
+                     Place (&out)[kTile][kTile]) const
+{
+    const double left = tileColumn * kTile;
+    const double top = tileRow * kTile;
+    Quad lattice{};
+    Place asked[5];
+    const double every4th[5] = {left, left + 4, left + 8, left + 12, left + 16};
+    for (int i = 0; i < 5; ++i) {
+        MapRow(mapping, top + 4 * i, every4th, 5, asked);
+        for (int j = 0; j < 5; ++j) {
+            lattice.x[i * 5 + j] = asked[j].x;
+            lattice.y[i * 5 + j] = asked[j].y;
+        }
+    }
+    const auto mapCell = [&](int column, int row) {
+        const std::int32_t* const corner = &lattice.x[row / 4 * 5 + column / 4];
+        const bool black =
+            std::max({corner[0], corner[1], corner[5], corner[6]}) == Place::kUnknown;
+        double all[4];
+        for (int j = 0; j < 4; ++j)
+            all[j] = left + std::min(column + j, columns - 1);
+        for (int i = row; i < row + 4; ++i)
+            if (black)
+                std::fill_n(&out[i][column], 4, Place{Place::kUnknown, Place::kUnknown});
+            else
+                MapRow(mapping, top + std::min(i, rows - 1), all, 4, &out[i][column]);
+    };
+    for (int part = 0; part < 4; ++part) {
+        const int column = part % 2 * 8;
+        const int row = part / 2 * 8;
+        const Patch patch = PatchOf(lattice, part, 0);
+        bool known = true;
+        for (int i = 0; i < 9; ++i)
+            known = known && patch.x[i / 3 * 5 + i % 3] != Place::kUnknown;
+        if (known && WithinReach(patch) &&
+            NearEverywhere(patch, left + column, top + row, mapping)) {
+            TileCoordinates places;
+            BestKernels().expand(patch, 8, 7, 7, places.x, places.y);
+            for (int i = 0; i < 8; ++i)
+                for (int j = 0; j < 8; ++j)
+                    out[row + i][column + j] = {places.x[i * kTile + j], places.y[i * kTile + j]};
+            continue;
+        }
+        for (int cell = 0; cell < 4; ++cell)
+            mapCell(column + cell % 2 * 4, row + cell / 2 * 4);
+    }
+}
+
 void Mesh::AddPixels(Tile& tile, int tileColumn, int tileRow, RowMapping mapping)
 {
     tile = Tile{};
     const int columns = std::min(kTile, m_width - tileColumn * kTile);
     const int rows = std::min(kTile, m_height - tileRow * kTile);
     Place exact[kTile][kTile];
-    double places[kTile];
-    for (int j = 0; j < kTile; ++j)
-        places[j] = tileColumn * kTile + std::min(j, columns - 1);
-    int known = 0;
-    for (int i = 0; i < kTile; ++i) {
-        if (i < rows)
-            MapRow(mapping, tileRow * kTile + i, places, kTile, exact[i]);
-        else
-            std::copy_n(exact[rows - 1], kTile, exact[i]);
-        known += static_cast<int>(
-            std::count_if(exact[i], exact[i] + kTile, [](const Place& p) { return p.Known(); }));
-    }
+    MapPixels(mapping, tileColumn, tileRow, columns, rows, exact);
+    const auto known = std::count_if(&exact[0][0], &exact[0][0] + kTile * kTile,
+                                     [](const Place& place) { return place.Known(); });
     if (known == 0)
         return;
     double area = 0;

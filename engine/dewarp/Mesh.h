@@ -166,10 +166,13 @@ private:
     void LookAtNodes(int tileRow);
     bool Smooth(int tileColumn) const;
     Patch PatchOf(const Tile& tile, int part) const;
+    static Patch PatchOf(const Quad& quad, int part, int level);
     void AddTile(int tileColumn, int tileRow, RowMapping mapping);
     bool AddPatch(Tile& tile, const Bounds& bounds, int tileColumn, int tileRow,
                   RowMapping mapping);
-    bool NearEverywhere(const Patch& patch, int tileColumn, int tileRow, RowMapping mapping) const;
+    bool NearEverywhere(const Patch& patch, double column, double row, RowMapping mapping) const;
+    void MapPixels(RowMapping mapping, int tileColumn, int tileRow, int columns, int rows,
+                   Place (&out)[kTile][kTile]) const;
     bool AddQuad(Tile& tile, int tileColumn, int tileRow, RowMapping mapping);
     void AddPixels(Tile& tile, int tileColumn, int tileRow, RowMapping mapping);
     void Expand(const Kernels& kernels, const Tile& tile, int columns, int rows,
