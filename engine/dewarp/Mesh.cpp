@@ -16,6 +16,7 @@ constexpr double kFarthest = 24000;             // pixels; the coordinates' inte
 constexpr double kPatchError = 0.01;            // source pixels
 constexpr std::int32_t kLargestStep = 1 << 26;  // between nodes that belong together: 1024 pixels
 constexpr std::int32_t kLargestPatch = 1 << 28;  // as Patch says
+constexpr int kMapped = 64;                      // places asked for at once
 constexpr std::int32_t kFarOff = 32767 << 16;
 // Source pixels per view pixel from which a smaller size is taken: half the size as soon as it is
 // nearer to the view's own resolution than the full size is (which also is the quicker one), a
@@ -183,6 +184,16 @@ bool WithinReach(const Patch& patch)
     return true;
 }
 
+/// The place for a pixel outside: that of one inside of its 2 x 2 block, whose chroma it would
+/// otherwise spoil, or any.
+Place Beside(const Place (&places)[kTile][kTile], int row, int column, const Place& any)
+{
+    for (const int k : {1, 2, 3})
+        if (const Place& place = places[row ^ (k >> 1)][column ^ (k & 1)]; place.Known())
+            return place;
+    return any;
+}
+
 /// The level for an area of source pixels per view pixel.
 int LevelFor(double area, int highest)
 {
@@ -348,22 +359,21 @@ void Mesh::MapNodeRow(RowMapping mapping, int row)
 /// Maps those of the nodes first, first + step ... of a row that are marked as failed.
 void Mesh::AskFailed(RowMapping mapping, int row, int first, int step, int count)
 {
-    constexpr int batch = 64;
     const std::int32_t* const failed = m_scratch[kFailed].data();
     const std::size_t start = static_cast<std::size_t>(row) * m_nodeColumns;
-    int nodes[batch];
-    double columns[batch];
-    Place places[batch];
+    int nodes[kMapped];
+    double fractions[kMapped] = {};
+    Place places[kMapped];
     for (int i = 0; i < count;) {
         int n = 0;
-        for (; i < count && n < batch; ++i)
+        for (; i < count && n < kMapped; ++i)
             if (failed[i] != 0)
                 nodes[n++] = first + step * i;
         if (n == 0)
             return;
         for (int j = 0; j < n; ++j)
-            columns[j] = nodes[j] * kNodeSpacing;
-        MapRow(mapping, row * kNodeSpacing, columns, n, places);
+            fractions[j] = Fraction(nodes[j] * kNodeSpacing);
+        MapRow(mapping, row * kNodeSpacing, fractions, n, places);
         for (int j = 0; j < n; ++j) {
             m_nodeX[start + nodes[j]] = places[j].x;
             m_nodeY[start + nodes[j]] = places[j].y;
@@ -371,15 +381,12 @@ void Mesh::AskFailed(RowMapping mapping, int row, int first, int step, int count
     }
 }
 
-/// Asks the mapping for at most 64 pixels of a row.
-void Mesh::MapRow(RowMapping mapping, double row, const double* columns, int count,
+/// Asks the mapping for at most 64 places of a row.
+void Mesh::MapRow(RowMapping mapping, double row, const double* fractions, int count,
                   Place* out) const
 {
-    double x[64] = {};
-    SourcePoint points[64];
-    for (int i = 0; i < count; ++i)
-        x[i] = (columns[i] + 0.5) / m_width;
-    mapping(x, (row + 0.5) / m_height, count, points);
+    SourcePoint points[kMapped];
+    mapping(fractions, (row + 0.5) / m_height, count, points);
     for (int i = 0; i < count; ++i)
         out[i] = std::fabs(points[i].x) <= kFarthest && std::fabs(points[i].y) <= kFarthest
                      ? Place{Fixed(points[i].x), Fixed(points[i].y)}
@@ -479,10 +486,11 @@ bool Mesh::AddPatch(Tile& tile, const Bounds& bounds, int tileColumn, int tileRo
 /// Whether a patch, whose first pixel this is, is where the mapping is half-way between its nodes.
 bool Mesh::NearEverywhere(const Patch& patch, double column, double row, RowMapping mapping) const
 {
-    const double columns[2] = {column + 0.5 * patch.spacing, column + 1.5 * patch.spacing};
+    const double fractions[2] = {Fraction(column + 0.5 * patch.spacing),
+                                 Fraction(column + 1.5 * patch.spacing)};
     for (const double down : {0.5, 1.5}) {
         Place exact[2];
-        MapRow(mapping, row + down * patch.spacing, columns, 2, exact);
+        MapRow(mapping, row + down * patch.spacing, fractions, 2, exact);
         if (!Near(patch, 0.5, down, exact[0]) || !Near(patch, 1.5, down, exact[1]))
             return false;
     }
@@ -493,13 +501,13 @@ bool Mesh::AddQuad(Tile& tile, int tileColumn, int tileRow, RowMapping mapping)
 {
     // Every second of 9 x 9 places is a node of the four patches, the others check them.
     Place exact[9][9];
-    double columns[9];
+    double fractions[9];
     for (int j = 0; j < 9; ++j)
-        columns[j] = tileColumn * 16.0 + 2 * j;
+        fractions[j] = Fraction(tileColumn * 16.0 + 2 * j);
     Quad quad{};
     Bounds bounds{{kFarOff, kFarOff}, {-kFarOff, -kFarOff}};
     for (int i = 0; i < 9; ++i) {
-        MapRow(mapping, tileRow * 16.0 + 2 * i, columns, 9, exact[i]);
+        MapRow(mapping, tileRow * 16.0 + 2 * i, fractions, 9, exact[i]);
         for (int j = 0; j < 9; ++j) {
             const Place& place = exact[i][j];
             if (!place.Known())
@@ -541,7 +549,9 @@ void Mesh::MapPixels(RowMapping mapping, int tileColumn, int tileRow, int column
     const double top = tileRow * kTile;
     Quad lattice{};
     Place asked[5];
-    const double every4th[5] = {left, left + 4, left + 8, left + 12, left + 16};
+    double every4th[5];
+    for (int j = 0; j < 5; ++j)
+        every4th[j] = Fraction(left + 4 * j);
     for (int i = 0; i < 5; ++i) {
         MapRow(mapping, top + 4 * i, every4th, 5, asked);
         for (int j = 0; j < 5; ++j) {
@@ -555,7 +565,7 @@ void Mesh::MapPixels(RowMapping mapping, int tileColumn, int tileRow, int column
             std::max({corner[0], corner[1], corner[5], corner[6]}) == Place::kUnknown;
         double all[4];
         for (int j = 0; j < 4; ++j)
-            all[j] = left + std::min(column + j, columns - 1);
+            all[j] = Fraction(left + std::min(column + j, columns - 1));
         for (int i = row; i < row + 4; ++i)
             if (black)
                 std::fill_n(&out[i][column], 4, Place{Place::kUnknown, Place::kUnknown});
@@ -596,8 +606,8 @@ void Mesh::AddPixels(Tile& tile, int tileColumn, int tileRow, RowMapping mapping
         return;
     double area = 0;
     int areas = 0;
-    for (int i = 0; i + 1 < rows; ++i)
-        for (int j = 0; j + 1 < columns; ++j)
+    for (int i = 0; i + 1 < rows; i += 2)
+        for (int j = 0; j + 1 < columns; j += 2)
             if (exact[i][j].Known() && exact[i][j + 1].Known() && exact[i + 1][j].Known()) {
                 area += Area(exact[i][j], exact[i][j + 1], exact[i + 1][j]);
                 ++areas;
@@ -612,16 +622,11 @@ void Mesh::AddPixels(Tile& tile, int tileColumn, int tileRow, RowMapping mapping
     for (int i = 0; i < kTile; ++i) {
         pixels.inside[i] = 0;
         for (int j = 0; j < kTile; ++j) {
-            // A pixel outside takes the place of one inside of its 2 x 2 block, whose chroma it
-            // would otherwise spoil.
             Place place = exact[i][j];
             if (place.Known())
                 pixels.inside[i] = static_cast<std::uint16_t>(pixels.inside[i] | 1 << j);
-            for (const int k : {1, 2, 3})
-                if (!place.Known())
-                    place = exact[i ^ (k >> 1)][j ^ (k & 1)];
-            if (!place.Known())
-                place = {inside.least.x, inside.least.y};
+            else
+                place = Beside(exact, i, j, inside.least);
             if (place.x < inside.least.x || place.y < inside.least.y || place.x > inside.most.x ||
                 place.y > inside.most.y)
                 tile.clamped = true;

@@ -162,7 +162,9 @@ private:
     void MapNodes(RowMapping mapping);
     void MapNodeRow(RowMapping mapping, int row);
     void AskFailed(RowMapping mapping, int row, int first, int step, int count);
-    void MapRow(RowMapping mapping, double row, const double* columns, int count, Place* out) const;
+    double Fraction(double column) const { return (column + 0.5) / m_width; }
+    void MapRow(RowMapping mapping, double row, const double* fractions, int count,
+                Place* out) const;
     void LookAtNodes(int tileRow);
     bool Smooth(int tileColumn) const;
     Patch PatchOf(const Tile& tile, int part) const;
