@@ -67,7 +67,8 @@ HWY_INLINE V16 PairwiseWeighted(V8 weights, V8 samples)
     const V16 w = hn::BitCast(d, weights);
     const V16 s = hn::BitCast(d, samples);
     const V16 even = hn::Mul(hn::And(w, hn::Set(d, 0xFF)), hn::ShiftRight<8>(hn::ShiftLeft<8>(s)));
-    return hn::Add(even, hn::Mul(hn::ShiftRight<8>(w), hn::ShiftRight<8>(s)));
+    const V16 oddWeights = hn::BitCast(d, hn::ShiftRight<8>(hn::BitCast(DU16(), weights)));
+    return hn::Add(even, hn::Mul(oddWeights, hn::ShiftRight<8>(s)));
 #endif
 }
 
@@ -376,14 +377,18 @@ HWY_INLINE Coordinates CoordinatesAt(const Level& level, const Plane& luma, cons
                                      const TileCoordinates& coordinates, int at)
 {
     const D32 d;
-    Coordinates c;
-    for (int i = 0; i < 4; ++i) {
-        c.x[i] = Clamped<Clamp>(hn::Load(d, coordinates.x + at + i * kTile), luma.lastX);
-        c.y[i] = Clamped<Clamp>(hn::Load(d, coordinates.y + at + i * kTile), luma.lastY);
-    }
-    c.chromaX = Clamped<Clamp>(ChromaCoordinate(c.x, level.chromaBiasX), chroma.lastX);
-    c.chromaY = Clamped<Clamp>(ChromaCoordinate(c.y, level.chromaBiasY), chroma.lastY);
-    return c;
+    const auto atX = [&](int i) HWY_ATTR {
+        return Clamped<Clamp>(hn::Load(d, coordinates.x + at + i * kTile), luma.lastX);
+    };
+    const auto atY = [&](int i) HWY_ATTR {
+        return Clamped<Clamp>(hn::Load(d, coordinates.y + at + i * kTile), luma.lastY);
+    };
+    const V32 x[4] = {atX(0), atX(1), atX(2), atX(3)};
+    const V32 y[4] = {atY(0), atY(1), atY(2), atY(3)};
+    return {{x[0], x[1], x[2], x[3]},
+            {y[0], y[1], y[2], y[3]},
+            Clamped<Clamp>(ChromaCoordinate(x, level.chromaBiasX), chroma.lastX),
+            Clamped<Clamp>(ChromaCoordinate(y, level.chromaBiasY), chroma.lastY)};
 }
 
 template <bool Pairs, bool Clamp, bool Gather>
