@@ -48,6 +48,7 @@ std::uint8_t* Buffer::Reserve(std::size_t bytes)
         m_bytes.reset();
         m_bytes.reset(static_cast<std::uint8_t*>(operator new(bytes, kAlignment)));
         m_size = bytes;
+        std::memset(m_bytes.get(), 0, bytes);
     }
     return m_bytes.get();
 }

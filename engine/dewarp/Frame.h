@@ -15,7 +15,8 @@ namespace dewarp {
 class Buffer
 {
 public:
-    /// At least `bytes` bytes, whose contents are unspecified.
+    /// At least `bytes` bytes: those of the last call, or new ones, all zero, where there is need
+    /// for more than ever before.
     std::uint8_t* Reserve(std::size_t bytes);
 
 private:

@@ -67,7 +67,8 @@ HWY_INLINE V16 PairwiseWeighted(V8 weights, V8 samples)
     const V16 w = hn::BitCast(d, weights);
     const V16 s = hn::BitCast(d, samples);
     const V16 even = hn::Mul(hn::And(w, hn::Set(d, 0xFF)), hn::ShiftRight<8>(hn::ShiftLeft<8>(s)));
-    return hn::Add(even, hn::Mul(hn::ShiftRight<8>(w), hn::ShiftRight<8>(s)));
+    const V16 oddWeights = hn::BitCast(d, hn::ShiftRight<8>(hn::BitCast(DU16(), weights)));
+    return hn::Add(even, hn::Mul(oddWeights, hn::ShiftRight<8>(s)));
 #endif
 }
 
@@ -376,14 +377,18 @@ HWY_INLINE Coordinates CoordinatesAt(const Level& level, const Plane& luma, cons
                                      const TileCoordinates& coordinates, int at)
 {
     const D32 d;
-    Coordinates c;
-    for (int i = 0; i < 4; ++i) {
-        c.x[i] = Clamped<Clamp>(hn::Load(d, coordinates.x + at + i * kTile), luma.lastX);
-        c.y[i] = Clamped<Clamp>(hn::Load(d, coordinates.y + at + i * kTile), luma.lastY);
-    }
-    c.chromaX = Clamped<Clamp>(ChromaCoordinate(c.x, level.chromaBiasX), chroma.lastX);
-    c.chromaY = Clamped<Clamp>(ChromaCoordinate(c.y, level.chromaBiasY), chroma.lastY);
-    return c;
+    const auto atX = [&](int i) HWY_ATTR {
+        return Clamped<Clamp>(hn::Load(d, coordinates.x + at + i * kTile), luma.lastX);
+    };
+    const auto atY = [&](int i) HWY_ATTR {
+        return Clamped<Clamp>(hn::Load(d, coordinates.y + at + i * kTile), luma.lastY);
+    };
+    const V32 x[4] = {atX(0), atX(1), atX(2), atX(3)};
+    const V32 y[4] = {atY(0), atY(1), atY(2), atY(3)};
+    return {{x[0], x[1], x[2], x[3]},
+            {y[0], y[1], y[2], y[3]},
+            Clamped<Clamp>(ChromaCoordinate(x, level.chromaBiasX), chroma.lastX),
+            Clamped<Clamp>(ChromaCoordinate(y, level.chromaBiasY), chroma.lastY)};
 }
 
 template <bool Pairs, bool Clamp, bool Gather>
@@ -445,42 +450,103 @@ HWY_ATTR void Sample(const Level& level, const ColourTerms& terms,
         SampleTile<false, Clamp, Gather>(level, terms, coordinates, target);
 }
 
-// --- coordinates ---
-
-constexpr int kExpandLanes = kLanes < 8 ? kLanes : 8;
-
-HWY_ATTR void ExpandAxis(const Patch::Axis& axis, int firstColumn, int lastColumn, int rows,
-                         int lastRow, std::int32_t* out)
+HWY_ATTR void StreamRows(const std::uint8_t* from, std::ptrdiff_t fromLine, int bytes, int rows,
+                         std::uint8_t* to, std::ptrdiff_t toLine)
 {
-    const hn::CappedTag<std::int32_t, kExpandLanes> d;
-    const hn::Rebind<float, decltype(d)> df;
-    const auto last = hn::Set(df, static_cast<float>(lastColumn));
-    for (int i = 0; i < 8; i += kExpandLanes) {
-        const auto j = hn::Min(hn::Iota(df, static_cast<float>(firstColumn + i)), last);
-        const auto linear = [&](float constant, float slope) HWY_ATTR {
-            return hn::Add(hn::Set(df, constant), hn::Mul(hn::Set(df, slope), j));
-        };
-        auto value =
-            hn::Add(hn::Set(d, axis.base), hn::NearestInt(hn::Mul(j, linear(axis.a1, axis.a2))));
-        auto first =
-            hn::NearestInt(hn::Add(hn::Set(df, axis.d0), hn::Mul(j, linear(axis.d1, axis.d2))));
-        const auto second =
-            hn::NearestInt(hn::Add(hn::Set(df, axis.e0), hn::Mul(j, linear(axis.e1, axis.e2))));
-        for (int row = 0; row < rows; ++row) {
-            hn::Store(value, d, out + row * kTile + i);
-            if (row >= lastRow)
-                continue;
-            value = hn::Add(value, first);
-            first = hn::Add(first, second);
-        }
-    }
+    const D8 d;
+    for (int row = 0; row < rows; ++row)
+        for (int i = 0; i < bytes; i += kLanes * 4)
+            hn::Stream(hn::Load(d, from + row * fromLine + i), d, to + row * toLine + i);
 }
 
-HWY_ATTR void Expand(const Patch& patch, int firstColumn, int lastColumn, int rows, int lastRow,
-                     std::int32_t* x, std::int32_t* y)
+// --- coordinates ---
+
+using DX = hn::CappedTag<std::int32_t, 8>;
+using DXF = hn::Rebind<float, DX>;
+using VXF = hn::Vec<DXF>;
+
+/// One axis of a patch: the value and the differences down its three columns of nodes.
+struct Down
 {
-    ExpandAxis(patch.x, firstColumn, lastColumn, rows, lastRow, x);
-    ExpandAxis(patch.y, firstColumn, lastColumn, rows, lastRow, y);
+    std::int32_t start;
+    alignas(16) float by[3][4];
+};
+
+HWY_INLINE Down DownOf(const Patch& patch, const std::int32_t* nodes)
+{
+    const hn::FixedTag<std::int32_t, 4> d;
+    const hn::FixedTag<float, 4> df;
+    const float step = 1.0F / static_cast<float>(patch.spacing);
+    const auto first = hn::Set(d, nodes[0]);
+    const auto scale = hn::Set(df, 1.0F / static_cast<float>(1 << patch.level));
+    const auto from = [&](int row) HWY_ATTR {
+        const auto place = hn::LoadU(d, nodes + row * patch.line);
+        return hn::Mul(hn::ConvertTo(df, hn::Sub(place, first)), scale);
+    };
+    const auto n0 = from(0);
+    const auto n1 = from(1);
+    const auto n2 = from(2);
+    const auto bend = hn::Add(hn::Sub(n0, hn::Add(n1, n1)), n2);
+    Down down;
+    down.start = ((nodes[0] + 0x8000) >> patch.level) - 0x8000;
+    hn::Store(n0, df, down.by[0]);
+    hn::Store(hn::Add(hn::Mul(hn::Sub(n2, n0), hn::Set(df, 0.5F * step)),
+                      hn::Mul(bend, hn::Set(df, step * (0.5F * step - 1)))),
+              df, down.by[1]);
+    hn::Store(hn::Mul(bend, hn::Set(df, step * step)), df, down.by[2]);
+    return down;
+}
+
+/// The weights of the three columns of nodes.
+struct Across
+{
+    VXF a, b, c;
+
+    HWY_INLINE hn::Vec<DX> operator()(const float (&by)[4]) const
+    {
+        const DXF df;
+        const auto sum = hn::Add(hn::Mul(hn::Set(df, by[0]), a), hn::Mul(hn::Set(df, by[1]), b));
+        return hn::NearestInt(hn::Add(sum, hn::Mul(hn::Set(df, by[2]), c)));
+    }
+};
+
+HWY_INLINE void ExpandDown(const Down& down, const Across& across, int rows, int lastRow,
+                           std::int32_t* out)
+{
+    const DX d;
+    auto value = hn::Add(hn::Set(d, down.start), across(down.by[0]));
+    auto first = across(down.by[1]);
+    const auto second = across(down.by[2]);
+    int row = 0;
+    for (; row < std::min(rows, lastRow); ++row) {
+        hn::Store(value, d, out + row * kTile);
+        value = hn::Add(value, first);
+        first = hn::Add(first, second);
+    }
+    for (; row < rows; ++row)
+        hn::Store(value, d, out + row * kTile);
+}
+
+HWY_ATTR void Expand(const Patch& patch, int columns, int lastColumn, int lastRow, std::int32_t* x,
+                     std::int32_t* y)
+{
+    const DXF df;
+    const auto step = hn::Set(df, 1.0F / static_cast<float>(patch.spacing));
+    const auto one = hn::Set(df, 1.0F);
+    const auto two = hn::Set(df, 2.0F);
+    const auto half = hn::Set(df, 0.5F);
+    const auto last = hn::Set(df, static_cast<float>(lastColumn));
+    const Down downX = DownOf(patch, patch.x);
+    const Down downY = DownOf(patch, patch.y);
+    const int rows = 2 * patch.spacing;
+    for (int i = 0; i < columns; i += static_cast<int>(hn::MaxLanes(df))) {
+        const auto s = hn::Mul(hn::Min(hn::Iota(df, static_cast<float>(i)), last), step);
+        const auto less = hn::Sub(s, one);
+        const Across across = {hn::Mul(hn::Mul(less, hn::Sub(s, two)), half),
+                               hn::Mul(s, hn::Sub(two, s)), hn::Mul(hn::Mul(s, less), half)};
+        ExpandDown(downX, across, rows, lastRow, x + i);
+        ExpandDown(downY, across, rows, lastRow, y + i);
+    }
 }
 
 // --- the smaller sizes ---
@@ -581,6 +647,7 @@ constexpr Kernels TableOf(const char* name)
             Expand,
             Sample<false, Gather>,
             Sample<true, Gather>,
+            StreamRows,
             HalveLuma,
             HalvePairs,
             JoinPairs,

@@ -41,17 +41,20 @@ struct ColourTerms
 /// The terms of (matrix, range): Kr, Kb of ITU-R BT.601 (0.299, 0.114) and BT.709 (0.2126, 0.0722).
 ColourTerms ColourTermsOf(ColourMatrix matrix, bool fullRange);
 
-/// A biquadratic patch in the form that forward differences want. For column j, down the rows:
-///   start = base + round(j (a1 + a2 j)),  first difference = round(d0 + d1 j + d2 j^2),
-///   second difference = round(e0 + e1 j + e2 j^2);  all in 16.16 fixed point.
+/// A biquadratic patch through 3 x 3 nodes, whose places in the full-size picture are 16.16 fixed
+/// point numbers, none more than 4096 pixels from another. With the nodes n0, n1, n2 of a column
+/// less the first node, in pixels of the level, bend = n0 - 2 n1 + n2 and the spacing h:
+///   down from n0 the first difference is (n2 - n0) / 2h + bend (1 / 2h^2 - 1 / h),
+///   and the second one bend / h^2;
+/// n0 and both differences are taken across by parabolas through the three columns, and rounded.
 struct Patch
 {
-    struct Axis
-    {
-        std::int32_t base;
-        float a1, a2, d0, d1, d2, e0, e1, e2;
-    };
-    Axis x, y;
+    /// The first node's; those of its row follow. Four can be read where a row has three.
+    const std::int32_t* x;
+    const std::int32_t* y;
+    int line;     ///< nodes from row to row
+    int spacing;  ///< view pixels from node to node, 4 or 8
+    int level;    ///< the size that the coordinates are for
 };
 
 /// Source coordinates of a tile's pixels, row by row: what the sampling functions read.
@@ -77,16 +80,20 @@ struct Kernels
 
     const char* name;
 
-    /// Writes the coordinates of `rows` rows of 8 pixels, kTile apart in x and y, from the patch's
-    /// columns firstColumn .. firstColumn + 7. Columns beyond lastColumn and rows beyond lastRow
-    /// (>= 0) repeat the last one.
-    void (*expand)(const Patch& patch, int firstColumn, int lastColumn, int rows, int lastRow,
-                   std::int32_t* x, std::int32_t* y);
+    /// Writes the coordinates of the patch's pixels, 2 * spacing rows that are kTile apart in x and
+    /// y, and as many columns, 8 or 16. Columns beyond lastColumn and rows beyond lastRow (>= 0)
+    /// repeat the last one.
+    void (*expand)(const Patch& patch, int columns, int lastColumn, int lastRow, std::int32_t* x,
+                   std::int32_t* y);
 
     /// Draws a tile all of whose samples lie inside: luma x in 1..width - 4, y in 1..height - 3.
     Sample sampleInside;
     /// Draws any tile; coordinates are clamped to the picture.
     Sample sampleAnywhere;
+
+    /// Copies rows of `bytes` bytes past the caches; all of it is a multiple of 64.
+    void (*streamRows)(const std::uint8_t* from, std::ptrdiff_t fromLine, int bytes, int rows,
+                       std::uint8_t* to, std::ptrdiff_t toLine);
 
     /// Half-size luma: out[i] = rounded mean of 2 x 2 bytes of the rows above and below, 2i
     /// onwards.

@@ -12,131 +12,186 @@ namespace dewarp {
 namespace {
 
 constexpr int kNodeSpacing = kTile / 2;
-constexpr double kFarthest = 24000;   // pixels; the coordinates' integer part has 15 bits
-constexpr double kPatchError = 0.01;  // source pixels
+constexpr double kFarthest = 24000;             // pixels; the coordinates' integer part has 15 bits
+constexpr double kPatchError = 0.01;            // source pixels
+constexpr std::int32_t kLargestStep = 1 << 26;  // between nodes that belong together: 1024 pixels
+constexpr std::int32_t kLargestPatch = 1 << 28;  // as Patch says
+constexpr int kMapped = 64;                      // places asked for at once
+constexpr std::int32_t kFarOff = 32767 << 16;
 // Source pixels per view pixel from which a smaller size is taken: half the size as soon as it is
 // nearer to the view's own resolution than the full size is (which also is the quicker one), a
 // quarter only where half the size would alias, because two halvings soften more.
 constexpr double kHalfFrom = 1.5;
 constexpr double kQuarterFrom = 4.8;
-
-bool Known(const SourcePoint& point)
-{
-    return !std::isnan(point.x);
-}
-
-/// x and y, calculated together.
-using Two = double __attribute__((vector_size(16)));
-
-Two TwoOf(const SourcePoint& point)
-{
-    return Two{point.x, point.y};
-}
-
-/// A biquadratic patch: sum of c[p][q] column^p row^q.
-struct Quadratic
-{
-    Two c[3][3];
-
-    Two At(double column, double row) const
-    {
-        Two value{};
-        for (int p = 2; p >= 0; --p)
-            value = value * column + (c[p][2] * row + c[p][1]) * row + c[p][0];
-        return value;
-    }
-};
-
-/// Coefficients of the parabola through f at 0, h, 2h.
-struct Parabola
-{
-    Two c[3];
-
-    Parabola(Two f0, Two f1, Two f2, double h)
-    {
-        const double half = 0.5 / h;
-        c[0] = f0;
-        c[1] = (4 * f1 - 3 * f0 - f2) * half;
-        c[2] = (f0 - 2 * f1 + f2) * (half / h);
-    }
-};
-
-/// nodes[row][column].
-Quadratic Through(const Two (&nodes)[3][3], double spacing)
-{
-    const Parabola rows[3] = {{nodes[0][0], nodes[0][1], nodes[0][2], spacing},
-                              {nodes[1][0], nodes[1][1], nodes[1][2], spacing},
-                              {nodes[2][0], nodes[2][1], nodes[2][2], spacing}};
-    Quadratic result;
-    for (int p = 0; p < 3; ++p) {
-        const Parabola down(rows[0].c[p], rows[1].c[p], rows[2].c[p], spacing);
-        std::copy_n(down.c, 3, result.c[p]);
-    }
-    return result;
-}
-
-struct Range
-{
-    Two least, most;
-
-    void Add(Two value)
-    {
-        least = value < least ? value : least;
-        most = value > most ? value : most;
-    }
-};
-
-/// The Bezier control point between two others, for a parabola with the value `middle` there.
-Two Control(Two first, Two middle, Two last)
-{
-    return 2 * middle - (first + last) * 0.5;
-}
-
-/// Bounds of a patch between its outer nodes: those of its Bezier control points.
-Range BoundsOf(const Two (&nodes)[3][3])
-{
-    Two middle[3];
-    for (int row = 0; row < 3; ++row)
-        middle[row] = Control(nodes[row][0], nodes[row][1], nodes[row][2]);
-    Range range{nodes[0][0], nodes[0][0]};
-    const auto add = [&range](Two first, Two between, Two last) {
-        range.Add(first);
-        range.Add(Control(first, between, last));
-        range.Add(last);
-    };
-    add(nodes[0][0], nodes[1][0], nodes[2][0]);
-    add(middle[0], middle[1], middle[2]);
-    add(nodes[0][2], nodes[1][2], nodes[2][2]);
-    return range;
-}
-
-/// Full-size positions to those of a level, whose pixels are means of 2^level across.
-class ToLevel
-{
-public:
-    explicit ToLevel(int level) : m_scale(1.0 / (1 << level)), m_shift(m_scale / 2 - 0.5) {}
-    Two operator()(const SourcePoint& point) const { return TwoOf(point) * m_scale + m_shift; }
-
-private:
-    double m_scale, m_shift;
-};
+// Rows that are a multiple of this many bytes apart compete for the same cache sets and write
+// buffers. Their tiles are drawn to a strip of the cache first, and leave it in longer runs.
+constexpr int kCompeting = 2048;
+constexpr int kStripTiles = 8;
+constexpr int kStripLine = (kStripTiles * kTile * 4) + 64;
 
 /// To the nearest 16.16 fixed point number; |value| is at most 32767. (The library's rounding is a
 /// call.)
-std::int32_t Fixed(double value)
+constexpr std::int32_t Fixed(double value)
 {
     constexpr std::int64_t offset = std::int64_t{1} << 40;
     return static_cast<std::int32_t>(
         static_cast<std::int64_t>(value * 65536 + (static_cast<double>(offset) + 0.5)) - offset);
 }
 
-Patch::Axis AxisOf(const Quadratic& quadratic, int axis)
+/// Full-size coordinates to those of a level, whose pixels are means of 2^level across.
+std::int32_t ToLevel(std::int32_t full, int level)
 {
-    const auto fixed = [axis](Two value) { return static_cast<float>(value[axis] * 65536); };
-    const auto& c = quadratic.c;
-    return {Fixed(c[0][0][axis]),     fixed(c[1][0]),           fixed(c[2][0]),
-            fixed(c[0][1] + c[0][2]), fixed(c[1][1] + c[1][2]), fixed(c[2][1] + c[2][2]),
-            fixed(2 * c[0][2]),       fixed(2 * c[1][2]),       fixed(2 * c[2][2])};
+    return ((full + 0x8000) >> level) - 0x8000;
+}
+
+/// a - b, wrapping around: a difference from what is unknown is never small.
+std::int32_t Less(std::int32_t a, std::int32_t b)
+{
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
+}
+
+/// All bits where |value| is larger than the limit. (No branch: the loops below are
+/// vectorised.)
+std::int32_t Exceeds(std::int32_t value, std::int32_t limit)
+{
+    return -static_cast<std::int32_t>((value > limit) | (value < -limit));
+}
+
+/// The middle one's change: c - b less b - a.
+std::int32_t Bend(std::int32_t a, std::int32_t b, std::int32_t c)
+{
+    return Less(Less(c, b), Less(b, a));
+}
+
+/// Six lines of places, of equal distance from line to line.
+using SixLines = const std::int32_t* [6];
+
+/// Sets `out` half-way between the third and the fourth line, and marks where a cubic does not
+/// follow the mapping or a place is unknown; the cubic's error is 3/128 of the fourth difference,
+/// which is taken with the first line if Before and with the last one if Behind.
+template <bool Before, bool Behind>
+void Interpolate(const SixLines& lines, int count, std::int32_t* __restrict out,
+                 std::int32_t* __restrict failed)
+{
+    constexpr std::int32_t limit = Fixed(kPatchError / 5 * 128 / 3);
+    for (int i = 0; i < count; ++i) {
+        const std::int32_t b = Less(lines[2][i], lines[1][i]);
+        const std::int32_t c = Less(lines[3][i], lines[2][i]);
+        const std::int32_t d = Less(lines[4][i], lines[3][i]);
+        std::int32_t wrong =
+            Exceeds(b, kLargestStep) | Exceeds(c, kLargestStep) | Exceeds(d, kLargestStep);
+        if constexpr (Before) {
+            const std::int32_t a = Less(lines[1][i], lines[0][i]);
+            wrong |= Exceeds(a, kLargestStep) | Exceeds(Less(Bend(b, c, d), Bend(a, b, c)), limit);
+        }
+        if constexpr (Behind) {
+            const std::int32_t e = Less(lines[5][i], lines[4][i]);
+            wrong |= Exceeds(e, kLargestStep) | Exceeds(Less(Bend(c, d, e), Bend(b, c, d)), limit);
+        }
+        failed[i] |= wrong;
+        // 9/16 of the neighbours' sum less 1/16 of the outer ones'.
+        const std::uint32_t sixteenths =
+            8U * static_cast<std::uint32_t>(c) + static_cast<std::uint32_t>(Less(b, d)) + 8U;
+        out[i] = static_cast<std::int32_t>(
+            static_cast<std::uint32_t>(lines[2][i]) +
+            static_cast<std::uint32_t>(static_cast<std::int32_t>(sixteenths) >> 4));
+    }
+}
+
+void Interpolate(bool before, bool behind, const SixLines& lines, int count, std::int32_t* out,
+                 std::int32_t* failed)
+{
+    if (before && behind)
+        Interpolate<true, true>(lines, count, out, failed);
+    else if (before)
+        Interpolate<true, false>(lines, count, out, failed);
+    else if (behind)
+        Interpolate<false, true>(lines, count, out, failed);
+    else
+        std::fill_n(failed, count, -1);  // nothing tells how near it is
+}
+
+/// Marks where a parabola through three of four nodes, `step` apart, does not follow the mapping
+/// or one of them is unknown. Its error is at most h^3 |f'''| / (9 sqrt 3) for nodes h apart, and
+/// their third difference is h^3 f'''.
+void MarkRough(const std::int32_t* nodes, std::ptrdiff_t step, int count,
+               std::int32_t* __restrict rough)
+{
+    constexpr std::int32_t limit = Fixed(kPatchError * 0.8 * 15.588 / 2);  // half per direction
+    for (int i = 0; i < count; ++i) {
+        const std::int32_t a = Less(nodes[i + step], nodes[i]);
+        const std::int32_t b = Less(nodes[i + 2 * step], nodes[i + step]);
+        const std::int32_t c = Less(nodes[i + 3 * step], nodes[i + 2 * step]);
+        rough[i] |= Exceeds(a, kLargestStep) | Exceeds(b, kLargestStep) | Exceeds(c, kLargestStep) |
+                    Exceeds(Bend(a, b, c), limit);
+    }
+}
+
+/// The least and the greatest of three lines, place by place.
+void FindBounds(const std::int32_t* nodes, std::ptrdiff_t line, std::int32_t* __restrict least,
+                std::int32_t* __restrict most)
+{
+    for (std::ptrdiff_t i = 0; i < line; ++i) {
+        const std::int32_t a = nodes[i], b = nodes[i + line], c = nodes[i + 2 * line];
+        least[i] = std::min(a, std::min(b, c));
+        most[i] = std::max(a, std::max(b, c));
+    }
+}
+
+/// A biquadratic patch, column and row in steps between its nodes.
+double ValueAt(const std::int32_t* nodes, int line, double column, double row)
+{
+    const auto through = [](double a, double b, double c, double s) {
+        return a * ((s - 1) * (s - 2) / 2) + b * (s * (2 - s)) + c * (s * (s - 1) / 2);
+    };
+    double down[3];
+    for (int i = 0; i < 3; ++i)
+        down[i] = through(nodes[i * line], nodes[i * line + 1], nodes[i * line + 2], column);
+    return through(down[0], down[1], down[2], row);
+}
+
+/// Of the parallelogram that three places span, in pixels.
+double Area(const Place& from, const Place& across, const Place& down)
+{
+    const auto pixels = [](std::int32_t a, std::int32_t b) {
+        return (static_cast<double>(a) - b) * (1 / 65536.0);
+    };
+    return std::fabs(pixels(across.x, from.x) * pixels(down.y, from.y) -
+                     pixels(across.y, from.y) * pixels(down.x, from.x));
+}
+
+/// Whether the patch is where the mapping is; column and row in steps between its nodes.
+bool Near(const Patch& patch, double column, double row, const Place& exact)
+{
+    if (!exact.Known())
+        return false;
+    const double x = ValueAt(patch.x, patch.line, column, row) - exact.x;
+    const double y = ValueAt(patch.y, patch.line, column, row) - exact.y;
+    constexpr double limit = kPatchError * 65536;
+    return x * x + y * y <= limit * limit;
+}
+
+/// Whether the nodes are as near to each other as a patch's must be.
+bool WithinReach(const Patch& patch)
+{
+    for (const std::int32_t* const nodes : {patch.x, patch.y})
+        for (int i = 0; i < 9; ++i) {
+            const std::int64_t away =
+                std::int64_t{nodes[i / 3 * patch.line + i % 3]} - nodes[patch.line + 1];
+            if (std::abs(away) > kLargestPatch / 2)
+                return false;
+        }
+    return true;
+}
+
+/// The place for a pixel outside: that of one inside of its 2 x 2 block, whose chroma it would
+/// otherwise spoil, or any.
+Place Beside(const Place (&places)[kTile][kTile], int row, int column, const Place& any)
+{
+    for (const int k : {1, 2, 3})
+        if (const Place& place = places[row ^ (k >> 1)][column ^ (k & 1)]; place.Known())
+            return place;
+    return any;
 }
 
 /// The level for an area of source pixels per view pixel.
@@ -146,110 +201,6 @@ int LevelFor(double area, int highest)
                        : area < kQuarterFrom * kQuarterFrom ? 1
                                                             : 2;
     return std::min(wanted, highest);
-}
-
-double Area(const SourcePoint& from, const SourcePoint& across, const SourcePoint& down)
-{
-    return std::fabs((across.x - from.x) * (down.y - from.y) -
-                     (across.y - from.y) * (down.x - from.x));
-}
-
-/// A patch in a level's pixels.
-struct Fitted
-{
-    Quadratic quadratic;
-    Patch patch;
-    bool inside;
-};
-
-/// What a level is like for fitting.
-struct LevelFrame
-{
-    LevelFrame(int sourceWidth, int sourceHeight, int number)
-        : toLevel(number), level(number), last{LevelSize(sourceWidth, number) - 4 - kMargin,
-                                               LevelSize(sourceHeight, number) - 3 - kMargin}
-    {}
-
-    /// Whether the kernels may sample there without looking at the picture's border.
-    bool Inside(const Range& range) const
-    {
-        return range.least[0] >= 1 + kMargin && range.least[1] >= 1 + kMargin &&
-               range.most[0] <= last[0] && range.most[1] <= last[1];
-    }
-
-    static constexpr double kMargin = 1.0 / 32;  // far more than fixed point numbers stray
-    ToLevel toLevel;
-    int level;
-    Two last;
-};
-
-/// Bounds of a patch of size x size that cost less than BoundsOf, and are wider.
-Range WideBoundsOf(const Quadratic& quadratic, double size)
-{
-    const auto absolute = [](Two value) { return value < 0 ? -value : value; };
-    const auto& c = quadratic.c;
-    Two away{};
-    for (int p = 2; p >= 0; --p) {
-        const Two first = p > 0 ? absolute(c[p][0]) : Two{};
-        away = away * size + (absolute(c[p][2]) * size + absolute(c[p][1])) * size + first;
-    }
-    return {c[0][0] - away, c[0][0] + away};
-}
-
-/// False where the fixed point numbers do not hold the patch.
-bool Fit(const SourcePoint (&nodes)[3][3], double spacing, const LevelFrame& frame, Fitted& out)
-{
-    Two places[3][3];
-    for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j)
-            places[i][j] = frame.toLevel(nodes[i][j]);
-    out.quadratic = Through(places, spacing);
-    out.patch.x = AxisOf(out.quadratic, 0);
-    out.patch.y = AxisOf(out.quadratic, 1);
-    out.inside = frame.Inside(WideBoundsOf(out.quadratic, 2 * spacing));
-    if (out.inside)
-        return true;
-    const Range range = BoundsOf(places);
-    out.inside = frame.Inside(range);
-    return std::min(range.least[0], range.least[1]) >= -kFarthest &&
-           std::max(range.most[0], range.most[1]) <= kFarthest;
-}
-
-/// Whether the patch is where the mapping is, at one of its pixels.
-bool Near(const Fitted& fitted, double column, double row, const SourcePoint& exact,
-          const LevelFrame& frame)
-{
-    const Two error = fitted.quadratic.At(column, row) - frame.toLevel(exact);
-    const double limit = kPatchError / (1 << frame.level);
-    return error[0] * error[0] + error[1] * error[1] <= limit * limit;
-}
-
-/// Sets a node from its neighbours at -3, -1, 1, 3 steps; it is number `index` of `count` nodes,
-/// not the first or last odd one. False where one of them is unknown or a cubic does not follow the
-/// mapping: its error half-way is 3/128 of the fourth difference.
-bool Interpolate(SourcePoint* node, std::ptrdiff_t step, int index, int count)
-{
-    constexpr double limit = kPatchError / 5 * 128 / 3;
-    const auto at = [&](int place) { return TwoOf(node[place * step]); };
-    const Two sum = at(-1) + at(1);
-    const Two outer = at(-3) + at(3);
-    const auto small = [](Two fourth) {
-        return (std::fabs(fourth[0]) <= limit) & (std::fabs(fourth[1]) <= limit);
-    };
-    bool known = false;
-    if (index >= 5) {
-        known = true;
-        if (!small(at(-5) - 4 * at(-3) + 6 * at(-1) - 4 * at(1) + at(3)))
-            return false;
-    }
-    if (index + 5 < count) {
-        known = true;
-        if (!small(at(-3) - 4 * at(-1) + 6 * at(1) - 4 * at(3) + at(5)))
-            return false;
-    }
-    const Two middle = sum * (9.0 / 16) - outer * (1.0 / 16);
-    *node = {middle[0], middle[1]};
-    return known;
 }
 
 void FillBlack(std::uint8_t* pixels, std::ptrdiff_t line, int columns, int rows)
@@ -298,219 +249,366 @@ void Mesh::BuildRows(int width, int height, int sourceWidth, int sourceHeight, R
     m_tileColumns = (width + kTile - 1) / kTile;
     m_tileRows = (height + kTile - 1) / kTile;
     m_nodeColumns = 2 * m_tileColumns + 1;
+    m_nodeRows = 2 * m_tileRows + 1;
     m_highestLevel = 0;
     m_tiles.clear();
-    m_patches.clear();
+    m_quads.clear();
     m_pixels.clear();
+    for (int level = 0; level < 3; ++level)
+        m_inside[level] = InsideOf(level);
     MapNodes(mapping);
-    for (int row = 0; row < m_tileRows; ++row)
+    for (int row = 0; row < m_tileRows; ++row) {
+        LookAtNodes(row);
         for (int column = 0; column < m_tileColumns; ++column)
             AddTile(column, row, mapping);
+    }
+}
+
+/// Where the kernels may sample a level without looking at the picture's border, in full-size
+/// coordinates.
+Mesh::Bounds Mesh::InsideOf(int level) const
+{
+    constexpr double margin = 1.0 / 32;  // far more than fixed point numbers stray
+    const auto full = [level](double place) { return Fixed(std::ldexp(place + 0.5, level) - 0.5); };
+    return {{full(1 + margin), full(1 + margin)},
+            {full(LevelSize(m_sourceWidth, level) - 4 - margin),
+             full(LevelSize(m_sourceHeight, level) - 3 - margin)}};
+}
+
+/// Whether patches through nodes within these bounds are all inside. A parabola through three
+/// values strays at most 1/8 of their range from it on either side, a biquadratic patch 9/32.
+bool Mesh::PatchInside(const Bounds& nodes, int level) const
+{
+    const Bounds& inside = m_inside[level];
+    const auto stray = [](std::int32_t least, std::int32_t most) {
+        return (most - least) / 32 * 9 + 9;
+    };
+    const std::int32_t x = stray(nodes.least.x, nodes.most.x);
+    const std::int32_t y = stray(nodes.least.y, nodes.most.y);
+    return nodes.least.x - x >= inside.least.x && nodes.most.x + x <= inside.most.x &&
+           nodes.least.y - y >= inside.least.y && nodes.most.y + y <= inside.most.y;
 }
 
 // The mapping is asked for the corners of the tiles. A node half-way between them is interpolated
 // through the four next corners of its line where that is as good, which spares three quarters of
-// the trigonometry of an ordinary view; else it is asked for as well.
+// the trigonometry of an ordinary view; else it is asked for as well. So are all nodes next to the
+// view's border.
 void Mesh::MapNodes(RowMapping mapping)
 {
-    const int nodeRows = 2 * m_tileRows + 1;
-    const std::ptrdiff_t columns = m_nodeColumns;
-    m_nodes.resize(static_cast<std::size_t>(nodeRows) * m_nodeColumns);
-    m_asked.reserve(m_nodeColumns);
-    m_answers.resize(m_nodeColumns);
-    for (int row = 0; row < nodeRows; row += 2) {
-        for (int i = 0; i < m_nodeColumns; ++i)
-            if (i % 2 == 0 || i == 1 || i == m_nodeColumns - 2)
-                m_asked.push_back(i);
-        Ask(mapping, row);
-        SourcePoint* const line = &m_nodes[row * columns];
-        for (int i = 3; i < m_nodeColumns - 2; i += 2)
-            if (!Interpolate(line + i, 1, i, m_nodeColumns))
-                m_asked.push_back(i);
-        Ask(mapping, row);
-    }
-    for (int row = 1; row < nodeRows; row += 2) {
-        SourcePoint* const line = &m_nodes[row * columns];
-        for (int i = 0; i < m_nodeColumns; ++i)
-            if (row == 1 || row == nodeRows - 2 || !Interpolate(line + i, columns, row, nodeRows))
-                m_asked.push_back(i);
-        Ask(mapping, row);
+    for (Scratch& scratch : m_scratch)
+        scratch.resize(m_nodeColumns);
+    const std::size_t nodes = static_cast<std::size_t>(m_nodeRows) * m_nodeColumns;
+    m_nodeX.resize(nodes + 1);  // one more for Patch
+    m_nodeY.resize(nodes + 1);
+    for (int row = 0; row < m_nodeRows; ++row)
+        if (row % 2 == 0 || row == 1 || row == m_nodeRows - 2)
+            MapNodeRow(mapping, row);
+    const std::ptrdiff_t line = m_nodeColumns;
+    for (int row = 3; row < m_nodeRows - 2; row += 2) {
+        const bool before = row >= 5;
+        const bool behind = row + 5 < m_nodeRows;
+        std::int32_t* const failed = m_scratch[kFailed].data();
+        std::fill_n(failed, m_nodeColumns, 0);
+        for (std::int32_t* const nodesOf : {m_nodeX.data(), m_nodeY.data()}) {
+            std::int32_t* const out = nodesOf + row * line;
+            const SixLines lines = {out - (before ? 5 : 3) * line,
+                                    out - 3 * line,
+                                    out - line,
+                                    out + line,
+                                    out + 3 * line,
+                                    out + (behind ? 5 : 3) * line};
+            Interpolate(before, behind, lines, m_nodeColumns, out, failed);
+        }
+        AskFailed(mapping, row, 0, 1, m_nodeColumns);
     }
 }
 
-/// Maps the nodes of a row that m_asked lists, and empties the list.
-void Mesh::Ask(RowMapping mapping, int row)
+/// Maps a row of nodes from the corners in it and the nodes beside the first and last one.
+void Mesh::MapNodeRow(RowMapping mapping, int row)
 {
-    for (double& column : m_asked)
-        column *= kNodeSpacing;
-    const int count = static_cast<int>(m_asked.size());
-    MapRow(mapping, kNodeSpacing * row, m_asked.data(), count, m_answers.data());
-    SourcePoint* const line = &m_nodes[static_cast<std::size_t>(row) * m_nodeColumns];
+    const int corners = m_tileColumns + 1;
+    const std::size_t start = static_cast<std::size_t>(row) * m_nodeColumns;
+    std::int32_t* const failed = m_scratch[kFailed].data();
+    std::fill_n(failed, m_nodeColumns, -1);
+    AskFailed(mapping, row, 0, 2, corners);
+    std::fill_n(failed + 1, std::max(m_tileColumns - 2, 0), 0);
+    for (std::int32_t* const nodes : {&m_nodeX[start], &m_nodeY[start]}) {
+        std::int32_t* const corner = m_scratch[kCorners].data();
+        std::int32_t* const between = m_scratch[kBetween].data();
+        for (int i = 0; i < corners; ++i)
+            corner[i] = nodes[2 * i];
+        const auto interpolate = [&](int first, int count, bool before, bool behind) {
+            const std::int32_t* const at = corner + first;
+            const SixLines lines = {at - (before ? 2 : 1), at - 1, at, at + 1, at + 2,
+                                    at + (behind ? 3 : 2)};
+            Interpolate(before, behind, lines, count, between + first, failed + first);
+        };
+        const int last = corners - 3;  // the last corner that has two behind it
+        if (last >= 1)
+            interpolate(1, 1, false, last > 1);
+        if (last > 2)
+            interpolate(2, last - 2, true, true);
+        if (last >= 2)
+            interpolate(last, 1, true, false);
+        for (int i = 1; i < corners - 2; ++i)
+            nodes[2 * i + 1] = between[i];
+    }
+    AskFailed(mapping, row, 1, 2, m_tileColumns);
+}
+
+/// Maps those of the nodes first, first + step ... of a row that are marked as failed.
+void Mesh::AskFailed(RowMapping mapping, int row, int first, int step, int count)
+{
+    const std::int32_t* const failed = m_scratch[kFailed].data();
+    const std::size_t start = static_cast<std::size_t>(row) * m_nodeColumns;
+    int nodes[kMapped];
+    double fractions[kMapped] = {};
+    Place places[kMapped];
+    for (int i = 0; i < count;) {
+        int n = 0;
+        for (; i < count && n < kMapped; ++i)
+            if (failed[i] != 0)
+                nodes[n++] = first + step * i;
+        if (n == 0)
+            return;
+        for (int j = 0; j < n; ++j)
+            fractions[j] = Fraction(nodes[j] * kNodeSpacing);
+        MapRow(mapping, row * kNodeSpacing, fractions, n, places);
+        for (int j = 0; j < n; ++j) {
+            m_nodeX[start + nodes[j]] = places[j].x;
+            m_nodeY[start + nodes[j]] = places[j].y;
+        }
+    }
+}
+
+/// Asks the mapping for at most 64 places of a row.
+void Mesh::MapRow(RowMapping mapping, double row, const double* fractions, int count,
+                  Place* out) const
+{
+    SourcePoint points[kMapped];
+    mapping(fractions, (row + 0.5) / m_height, count, points);
     for (int i = 0; i < count; ++i)
-        line[static_cast<int>(m_asked[i]) / kNodeSpacing] = m_answers[i];
-    m_asked.clear();
+        out[i] = std::fabs(points[i].x) <= kFarthest && std::fabs(points[i].y) <= kFarthest
+                     ? Place{Fixed(points[i].x), Fixed(points[i].y)}
+                     : Place{Place::kUnknown, Place::kUnknown};
 }
 
-void Mesh::MapRow(RowMapping mapping, double row, const double* columns, int count,
-                  SourcePoint* out) const
+/// Collects what the tiles of a row must know of their nodes, column by column.
+void Mesh::LookAtNodes(int tileRow)
 {
-    constexpr int batch = 64;
-    double x[batch];
-    const double y = (row + 0.5) / m_height;
-    for (int done = 0; done < count; done += batch) {
-        const int n = std::min(batch, count - done);
-        for (int i = 0; i < n; ++i)
-            x[i] = (columns[done + i] + 0.5) / m_width;
-        mapping(x, y, n, out + done);
-        for (int i = done; i < done + n; ++i)
-            if (!(std::fabs(out[i].x) <= kFarthest && std::fabs(out[i].y) <= kFarthest))
-                out[i] = Nowhere();
+    const std::ptrdiff_t line = m_nodeColumns;
+    const std::ptrdiff_t start = 2 * tileRow * line;
+    FindBounds(&m_nodeX[start], m_nodeColumns, m_scratch[kLeastX].data(), m_scratch[kMostX].data());
+    FindBounds(&m_nodeY[start], m_nodeColumns, m_scratch[kLeastY].data(), m_scratch[kMostY].data());
+    std::int32_t* const across = m_scratch[kRoughAcross].data();
+    std::int32_t* const down = m_scratch[kRoughDown].data();
+    std::fill_n(across, m_nodeColumns, 0);
+    std::fill_n(down, m_nodeColumns, 0);
+    for (const std::int32_t* const nodes : {m_nodeX.data(), m_nodeY.data()}) {
+        for (int row = 0; row < 3; ++row)
+            MarkRough(nodes + start + row * line, 1, m_nodeColumns - 3, across);
+        if (tileRow > 0)
+            MarkRough(nodes + start - line, line, m_nodeColumns, down);
+        if (tileRow + 1 < m_tileRows)
+            MarkRough(nodes + start, line, m_nodeColumns, down);
     }
+}
+
+/// Whether parabolas follow the mapping in a tile, as far as its neighbours tell.
+bool Mesh::Smooth(int tileColumn) const
+{
+    if (m_tileColumns == 1 || m_tileRows == 1)
+        return false;
+    const std::int32_t* const across = &m_scratch[kRoughAcross][2 * tileColumn];
+    const std::int32_t* const down = &m_scratch[kRoughDown][2 * tileColumn];
+    return ((tileColumn > 0 ? across[-1] : 0) | (tileColumn + 1 < m_tileColumns ? across[0] : 0) |
+            down[0] | down[1] | down[2]) == 0;
+}
+
+Patch Mesh::PatchOf(const Tile& tile, int part) const
+{
+    if (tile.shape == Shape::Patch)
+        return {&m_nodeX[tile.index], &m_nodeY[tile.index], m_nodeColumns, kNodeSpacing,
+                tile.level};
+    return PatchOf(m_quads[tile.index], part, tile.level);
+}
+
+Patch Mesh::PatchOf(const Quad& quad, int part, int level)
+{
+    const int first = part / 2 * 10 + part % 2 * 2;
+    return {quad.x + first, quad.y + first, 5, 4, level};
 }
 
 void Mesh::AddTile(int tileColumn, int tileRow, RowMapping mapping)
 {
-    SourcePoint nodes[3][3];
-    int known = 0;
-    for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j) {
-            nodes[i][j] = Node(2 * tileColumn + j, 2 * tileRow + i);
-            known += Known(nodes[i][j]) ? 1 : 0;
-        }
+    const auto of = [&](int scratch, auto choose) {
+        const std::int32_t* const nodes = &m_scratch[scratch][2 * tileColumn];
+        return choose(nodes[0], choose(nodes[1], nodes[2]));
+    };
+    const auto least = [](std::int32_t a, std::int32_t b) { return std::min(a, b); };
+    const auto most = [](std::int32_t a, std::int32_t b) { return std::max(a, b); };
+    const Bounds bounds = {{of(kLeastX, least), of(kLeastY, least)},
+                           {of(kMostX, most), of(kMostY, most)}};
     Tile tile;
-    if (known == 9) {
-        const double area = Area(nodes[0][0], nodes[0][2], nodes[2][0]);
-        const double opposite = Area(nodes[2][2], nodes[2][0], nodes[0][2]);
-        tile.level =
-            static_cast<std::uint8_t>(LevelFor((area + opposite) / 2 / (kTile * kTile),
-                                               HighestLevelOf(m_sourceWidth, m_sourceHeight)));
-        if (!AddPatch(tile, nodes, tileColumn, tileRow, mapping) &&
-            !AddQuad(tile, tileColumn, tileRow, mapping))
-            AddPixels(tile, tileColumn, tileRow, mapping);
-    } else if (known > 0) {
+    if (bounds.most.Known() &&
+        !(bounds.least.Known() && AddPatch(tile, bounds, tileColumn, tileRow, mapping)))
         AddPixels(tile, tileColumn, tileRow, mapping);
-    }
     if (tile.shape != Shape::Black)
         m_highestLevel = std::max<int>(m_highestLevel, tile.level);
     m_tiles.push_back(tile);
 }
 
-// The error of a parabola through nodes h apart is at most h^3 |f'''| / (9 sqrt 3), and the third
-// difference of the nodes is h^3 f'''.
-bool Mesh::SmoothAround(int tileColumn, int tileRow) const
-{
-    constexpr double limit = kPatchError * 0.8 * 15.588 / 2;  // each direction has half of it
-    const int nodeRows = 2 * m_tileRows + 1;
-    const SourcePoint* const first = &Node(2 * tileColumn, 2 * tileRow);
-    const auto smooth = [](const SourcePoint* from, std::ptrdiff_t step) {
-        const Two third = TwoOf(from[3 * step]) - TwoOf(from[0]) +
-                          3 * (TwoOf(from[step]) - TwoOf(from[2 * step]));
-        return (std::fabs(third[0]) <= limit) & (std::fabs(third[1]) <= limit);
-    };
-    // The three lines of nodes in one direction, with the node before or behind the tile, or both.
-    const auto allSmooth = [&](std::ptrdiff_t step, std::ptrdiff_t across, bool before,
-                               bool behind) {
-        bool all = before || behind;
-        for (int i = 0; i < 3; ++i) {
-            if (before)
-                all &= smooth(first + i * across - step, step);
-            if (behind)
-                all &= smooth(first + i * across, step);
-        }
-        return all;
-    };
-    const std::ptrdiff_t down = m_nodeColumns;
-    return allSmooth(1, down, tileColumn > 0, 2 * tileColumn + 3 < m_nodeColumns) &&
-           allSmooth(down, 1, tileRow > 0, 2 * tileRow + 3 < nodeRows);
-}
-
-bool Mesh::AddPatch(Tile& tile, const SourcePoint (&nodes)[3][3], int tileColumn, int tileRow,
+/// False where patches do not follow the mapping.
+bool Mesh::AddPatch(Tile& tile, const Bounds& bounds, int tileColumn, int tileRow,
                     RowMapping mapping)
 {
-    const LevelFrame frame(m_sourceWidth, m_sourceHeight, tile.level);
-    Fitted fitted;
-    if (!Fit(nodes, kNodeSpacing, frame, fitted))
+    const std::int64_t width = std::int64_t{bounds.most.x} - bounds.least.x;
+    const std::int64_t height = std::int64_t{bounds.most.y} - bounds.least.y;
+    if (std::max(width, height) > kLargestPatch)
         return false;
-    if (!SmoothAround(tileColumn, tileRow)) {
-        for (const int row : {4, 12}) {
-            const double columns[2] = {tileColumn * 16.0 + 4, tileColumn * 16.0 + 12};
-            SourcePoint exact[2];
-            MapRow(mapping, tileRow * 16.0 + row, columns, 2, exact);
-            for (int i = 0; i < 2; ++i)
-                if (!Near(fitted, 4 + 8 * i, row, exact[i], frame))
-                    return false;
-        }
-    }
+    const int first = 2 * (tileRow * m_nodeColumns + tileColumn);
+    const auto node = [&](int column, int row) {
+        const std::size_t at = static_cast<std::size_t>(first) + row * m_nodeColumns + column;
+        return Place{m_nodeX[at], m_nodeY[at]};
+    };
+    const double area =
+        Area(node(0, 0), node(2, 0), node(0, 2)) + Area(node(2, 2), node(0, 2), node(2, 0));
+    tile.level = static_cast<std::uint8_t>(
+        LevelFor(area / (2 * kTile * kTile), HighestLevelOf(m_sourceWidth, m_sourceHeight)));
     tile.shape = Shape::Patch;
-    tile.clamped = !fitted.inside;
-    tile.index = static_cast<std::int32_t>(m_patches.size());
-    m_patches.push_back(fitted.patch);
+    tile.index = first;
+    tile.clamped = !PatchInside(bounds, tile.level);
+    return Smooth(tileColumn) ||
+           NearEverywhere(PatchOf(tile, 0), tileColumn * kTile, tileRow * kTile, mapping) ||
+           AddQuad(tile, tileColumn, tileRow, mapping);
+}
+
+/// Whether a patch, whose first pixel this is, is where the mapping is half-way between its nodes.
+bool Mesh::NearEverywhere(const Patch& patch, double column, double row, RowMapping mapping) const
+{
+    const double fractions[2] = {Fraction(column + 0.5 * patch.spacing),
+                                 Fraction(column + 1.5 * patch.spacing)};
+    for (const double down : {0.5, 1.5}) {
+        Place exact[2];
+        MapRow(mapping, row + down * patch.spacing, fractions, 2, exact);
+        if (!Near(patch, 0.5, down, exact[0]) || !Near(patch, 1.5, down, exact[1]))
+            return false;
+    }
     return true;
 }
 
 bool Mesh::AddQuad(Tile& tile, int tileColumn, int tileRow, RowMapping mapping)
 {
-    // Every second of 9 x 9 points is a node of the four patches, the others check them.
-    SourcePoint exact[9][9];
-    double columns[9];
+    // Every second of 9 x 9 places is a node of the four patches, the others check them.
+    Place exact[9][9];
+    double fractions[9];
     for (int j = 0; j < 9; ++j)
-        columns[j] = tileColumn * 16.0 + 2 * j;
+        fractions[j] = Fraction(tileColumn * 16.0 + 2 * j);
+    Quad quad{};
+    Bounds bounds{{kFarOff, kFarOff}, {-kFarOff, -kFarOff}};
     for (int i = 0; i < 9; ++i) {
-        MapRow(mapping, tileRow * 16.0 + 2 * i, columns, 9, exact[i]);
-        for (const SourcePoint& point : exact[i])
-            if (!Known(point))
+        MapRow(mapping, tileRow * 16.0 + 2 * i, fractions, 9, exact[i]);
+        for (int j = 0; j < 9; ++j) {
+            const Place& place = exact[i][j];
+            if (!place.Known())
                 return false;
+            if (i % 2 != 0 || j % 2 != 0)
+                continue;
+            quad.x[i / 2 * 5 + j / 2] = place.x;
+            quad.y[i / 2 * 5 + j / 2] = place.y;
+            bounds = {{std::min(bounds.least.x, place.x), std::min(bounds.least.y, place.y)},
+                      {std::max(bounds.most.x, place.x), std::max(bounds.most.y, place.y)}};
+        }
     }
-    const LevelFrame frame(m_sourceWidth, m_sourceHeight, tile.level);
-    Patch patches[4];
-    bool inside = true;
-    for (int part = 0; part < 4; ++part) {
-        const int left = part % 2 * 4;
-        const int top = part / 2 * 4;
-        SourcePoint nodes[3][3];
-        for (int i = 0; i < 3; ++i)
-            for (int j = 0; j < 3; ++j)
-                nodes[i][j] = exact[top + 2 * i][left + 2 * j];
-        Fitted fitted;
-        if (!Fit(nodes, 4, frame, fitted))
-            return false;
+    const std::int64_t width = std::int64_t{bounds.most.x} - bounds.least.x;
+    const std::int64_t height = std::int64_t{bounds.most.y} - bounds.least.y;
+    if (std::max(width, height) > kLargestPatch)
+        return false;
+    tile.shape = Shape::Quad;
+    tile.index = static_cast<std::int32_t>(m_quads.size());
+    tile.clamped = !PatchInside(bounds, tile.level);
+    m_quads.push_back(quad);
+    for (int part = 0; part < 4; ++part)
         for (int i = 0; i < 5; ++i)
             for (int j = 0; j < 5; ++j)
-                if (!Near(fitted, 2 * j, 2 * i, exact[top + i][left + j], frame))
+                if (!Near(PatchOf(tile, part), j / 2.0, i / 2.0,
+                          exact[part / 2 * 4 + i][part % 2 * 4 + j])) {
+                    m_quads.pop_back();
                     return false;
-        patches[part] = fitted.patch;
-        inside = inside && fitted.inside;
-    }
-    tile.shape = Shape::Quad;
-    tile.clamped = !inside;
-    tile.index = static_cast<std::int32_t>(m_patches.size());
-    m_patches.insert(m_patches.end(), patches, patches + 4);
+                }
     return true;
+}
+
+/// Asks for the pixels of a tile, of which `columns` and `rows` are in the view; the others repeat
+/// the last ones. A quarter of the tile is a patch through every fourth pixel where that is as
+/// near; four by four pixels between unknown ones are black.
+void Mesh::MapPixels(RowMapping mapping, int tileColumn, int tileRow, int columns, int rows,
+                     Place (&out)[kTile][kTile]) const
+{
+    const double left = tileColumn * kTile;
+    const double top = tileRow * kTile;
+    Quad lattice{};
+    Place asked[5];
+    double every4th[5];
+    for (int j = 0; j < 5; ++j)
+        every4th[j] = Fraction(left + 4 * j);
+    for (int i = 0; i < 5; ++i) {
+        MapRow(mapping, top + 4 * i, every4th, 5, asked);
+        for (int j = 0; j < 5; ++j) {
+            lattice.x[i * 5 + j] = asked[j].x;
+            lattice.y[i * 5 + j] = asked[j].y;
+        }
+    }
+    const auto mapCell = [&](int column, int row) {
+        const std::int32_t* const corner = &lattice.x[row / 4 * 5 + column / 4];
+        const bool black =
+            std::max({corner[0], corner[1], corner[5], corner[6]}) == Place::kUnknown;
+        double all[4];
+        for (int j = 0; j < 4; ++j)
+            all[j] = Fraction(left + std::min(column + j, columns - 1));
+        for (int i = row; i < row + 4; ++i)
+            if (black)
+                std::fill_n(&out[i][column], 4, Place{Place::kUnknown, Place::kUnknown});
+            else
+                MapRow(mapping, top + std::min(i, rows - 1), all, 4, &out[i][column]);
+    };
+    for (int part = 0; part < 4; ++part) {
+        const int column = part % 2 * 8;
+        const int row = part / 2 * 8;
+        const Patch patch = PatchOf(lattice, part, 0);
+        bool known = true;
+        for (int i = 0; i < 9; ++i)
+            known = known && patch.x[i / 3 * 5 + i % 3] != Place::kUnknown;
+        if (known && WithinReach(patch) &&
+            NearEverywhere(patch, left + column, top + row, mapping)) {
+            TileCoordinates places;
+            BestKernels().expand(patch, 8, 7, 7, places.x, places.y);
+            for (int i = 0; i < 8; ++i)
+                for (int j = 0; j < 8; ++j)
+                    out[row + i][column + j] = {places.x[i * kTile + j], places.y[i * kTile + j]};
+            continue;
+        }
+        for (int cell = 0; cell < 4; ++cell)
+            mapCell(column + cell % 2 * 4, row + cell / 2 * 4);
+    }
 }
 
 void Mesh::AddPixels(Tile& tile, int tileColumn, int tileRow, RowMapping mapping)
 {
+    tile = Tile{};
     const int columns = std::min(kTile, m_width - tileColumn * kTile);
     const int rows = std::min(kTile, m_height - tileRow * kTile);
-    SourcePoint exact[kTile][kTile];
-    double places[kTile];
-    for (int j = 0; j < kTile; ++j)
-        places[j] = tileColumn * kTile + std::min(j, columns - 1);
-    int known = 0;
-    for (int i = 0; i < kTile; ++i) {
-        if (i < rows)
-            MapRow(mapping, tileRow * kTile + i, places, kTile, exact[i]);
-        else
-            std::copy_n(exact[rows - 1], kTile, exact[i]);
-        known += static_cast<int>(std::count_if(exact[i], exact[i] + kTile, Known));
-    }
+    Place exact[kTile][kTile];
+    MapPixels(mapping, tileColumn, tileRow, columns, rows, exact);
+    const auto known = std::count_if(&exact[0][0], &exact[0][0] + kTile * kTile,
+                                     [](const Place& place) { return place.Known(); });
     if (known == 0)
         return;
     double area = 0;
     int areas = 0;
-    for (int i = 0; i + 1 < rows; ++i)
-        for (int j = 0; j + 1 < columns; ++j)
-            if (Known(exact[i][j]) && Known(exact[i][j + 1]) && Known(exact[i + 1][j])) {
+    for (int i = 0; i + 1 < rows; i += 2)
+        for (int j = 0; j + 1 < columns; j += 2)
+            if (exact[i][j].Known() && exact[i][j + 1].Known() && exact[i + 1][j].Known()) {
                 area += Area(exact[i][j], exact[i][j + 1], exact[i + 1][j]);
                 ++areas;
             }
@@ -520,26 +618,21 @@ void Mesh::AddPixels(Tile& tile, int tileColumn, int tileRow, RowMapping mapping
     tile.index = static_cast<std::int32_t>(m_pixels.size());
     m_pixels.emplace_back();
     Pixels& pixels = m_pixels.back();
-    const LevelFrame frame(m_sourceWidth, m_sourceHeight, tile.level);
+    const Bounds& inside = m_inside[tile.level];
     for (int i = 0; i < kTile; ++i) {
         pixels.inside[i] = 0;
         for (int j = 0; j < kTile; ++j) {
-            // A pixel outside takes the place of one inside of its 2 x 2 block, whose chroma it
-            // would otherwise spoil.
-            SourcePoint point = exact[i][j];
-            if (Known(point))
+            Place place = exact[i][j];
+            if (place.Known())
                 pixels.inside[i] = static_cast<std::uint16_t>(pixels.inside[i] | 1 << j);
-            for (const int k : {1, 2, 3})
-                if (!Known(point))
-                    point = exact[i ^ (k >> 1)][j ^ (k & 1)];
-            if (!Known(point))
-                point = {8, 8};
-            const Two place = frame.toLevel(point);
-            if (!frame.Inside({place, place}))
+            else
+                place = Beside(exact, i, j, inside.least);
+            if (place.x < inside.least.x || place.y < inside.least.y || place.x > inside.most.x ||
+                place.y > inside.most.y)
                 tile.clamped = true;
             const int at = i * kTile + j;
-            pixels.coordinates.x[at] = Fixed(place[0]);
-            pixels.coordinates.y[at] = Fixed(place[1]);
+            pixels.coordinates.x[at] = ToLevel(place.x, tile.level);
+            pixels.coordinates.y[at] = ToLevel(place.y, tile.level);
         }
     }
     pixels.complete = known == kTile * kTile;
@@ -561,25 +654,20 @@ Mesh::Census Mesh::Count() const
 void Mesh::Expand(const Kernels& kernels, const Tile& tile, int columns, int rows,
                   TileCoordinates& out) const
 {
-    const Patch* const patch = &m_patches[tile.index];
-    if (tile.shape == Shape::Patch) {
-        for (const int column : {0, 8})
-            kernels.expand(*patch, column, columns - 1, kTile, rows - 1, out.x + column,
-                           out.y + column);
-        return;
-    }
+    if (tile.shape == Shape::Patch)
+        return kernels.expand(PatchOf(tile, 0), kTile, columns - 1, rows - 1, out.x, out.y);
     for (int part = 0; part < 4; ++part) {
         const int column = part % 2 * 8;
         const int row = part / 2 * 8;
         const int at = row * kTile + column;
-        kernels.expand(patch[part], 0, std::max(columns - 1 - column, 0), 8,
+        kernels.expand(PatchOf(tile, part), 8, std::max(columns - 1 - column, 0),
                        std::max(rows - 1 - row, 0), out.x + at, out.y + at);
     }
 }
 
 void Mesh::DrawTile(const Kernels& kernels, const Level* levels, const ColourTerms& terms,
                     const Tile& tile, int columns, int rows, std::uint8_t* pixels,
-                    std::ptrdiff_t line) const
+                    std::ptrdiff_t line, bool stream) const
 {
     if (tile.shape == Shape::Black)
         return FillBlack(pixels, line, columns, rows);
@@ -591,8 +679,7 @@ void Mesh::DrawTile(const Kernels& kernels, const Level* levels, const ColourTer
     const bool complete = !listed || m_pixels[tile.index].complete;
     const auto sample = tile.clamped ? kernels.sampleAnywhere : kernels.sampleInside;
     if (columns == kTile && rows == kTile && complete)
-        return sample(levels[tile.level], terms, coordinates,
-                      {pixels, line, kTile, Aligned(pixels, line)});
+        return sample(levels[tile.level], terms, coordinates, {pixels, line, kTile, stream});
 
     alignas(64) std::uint8_t whole[kTile * kTile * 4];
     sample(levels[tile.level], terms, coordinates, {whole, kTile * 4, (rows + 3) & ~3, false});
@@ -609,11 +696,22 @@ void Mesh::DrawBand(const Kernels& kernels, const Level* levels, const ColourTer
                     std::uint8_t* pixels, std::ptrdiff_t line) const
 {
     const int rows = std::min(kTile, m_height - band * kTile);
-    const Tile* const tiles = &m_tiles[static_cast<std::size_t>(band) * m_tileColumns];
-    for (int i = 0; i < m_tileColumns; ++i)
-        DrawTile(kernels, levels, terms, tiles[i], std::min(kTile, m_width - i * kTile), rows,
-                 pixels + std::ptrdiff_t{band} * kTile * line + std::ptrdiff_t{i} * kTile * 4,
-                 line);
+    const bool stream = Aligned(pixels, line);
+    const bool collect = stream && line % kCompeting == 0;
+    alignas(64) std::uint8_t strip[kTile * kStripLine];
+    for (int i = 0; i < m_tileColumns; i += kStripTiles) {
+        const int columns = std::min(kStripTiles * kTile, m_width - i * kTile);
+        std::uint8_t* const out =
+            pixels + std::ptrdiff_t{band} * kTile * line + std::ptrdiff_t{i} * kTile * 4;
+        const Tile* const tiles = &m_tiles[static_cast<std::size_t>(band) * m_tileColumns + i];
+        const bool through = collect && columns % kTile == 0;
+        for (int j = 0; j < columns; j += kTile)
+            DrawTile(kernels, levels, terms, tiles[j / kTile], std::min(kTile, columns - j), rows,
+                     (through ? strip : out) + std::ptrdiff_t{j} * 4, through ? kStripLine : line,
+                     stream && !through);
+        if (through)
+            kernels.streamRows(strip, kStripLine, columns * 4, rows, out, line);
+    }
     hwy::FlushStream();  // before another thread is told that the band is there
 }
 

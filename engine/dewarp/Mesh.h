@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -15,6 +16,16 @@ struct SourcePoint
 {
     double x;
     double y;
+};
+
+/// A place in the source picture as 16.16 fixed point numbers.
+struct Place
+{
+    static constexpr std::int32_t kUnknown = std::numeric_limits<std::int32_t>::min();
+
+    bool Known() const { return x != kUnknown; }
+
+    std::int32_t x, y;  ///< both kUnknown outside the picture
 };
 
 /// Where the pixels of a view come from: nodes every 8 pixels and biquadratic patches between them;
@@ -109,7 +120,7 @@ private:
         Shape shape = Shape::Black;
         std::uint8_t level = 0;
         bool clamped = false;
-        std::int32_t index = 0;  // of its first patch, or of its pixels
+        std::int32_t index = 0;  // of its first node, its quad or its pixels
     };
 
     struct Pixels
@@ -119,25 +130,58 @@ private:
         bool complete;
     };
 
+    struct Bounds
+    {
+        Place least, most;
+    };
+
+    /// Nodes 4 view pixels apart: four patches of half the size.
+    struct Quad
+    {
+        std::int32_t x[5 * 5 + 1], y[5 * 5 + 1];  // the last one for Patch
+    };
+
+    /// What building needs for a row of nodes, node by node.
+    using Scratch = std::vector<std::int32_t>;
+    enum
+    {
+        kFailed,
+        kCorners,
+        kBetween,
+        kLeastX,
+        kLeastY,
+        kMostX,
+        kMostY,
+        kRoughAcross,
+        kRoughDown,
+        kScratches
+    };
+
+    Bounds InsideOf(int level) const;
+    bool PatchInside(const Bounds& nodes, int level) const;
     void MapNodes(RowMapping mapping);
-    void Ask(RowMapping mapping, int row);
+    void MapNodeRow(RowMapping mapping, int row);
+    void AskFailed(RowMapping mapping, int row, int first, int step, int count);
+    double Fraction(double column) const { return (column + 0.5) / m_width; }
+    void MapRow(RowMapping mapping, double row, const double* fractions, int count,
+                Place* out) const;
+    void LookAtNodes(int tileRow);
+    bool Smooth(int tileColumn) const;
+    Patch PatchOf(const Tile& tile, int part) const;
+    static Patch PatchOf(const Quad& quad, int part, int level);
     void AddTile(int tileColumn, int tileRow, RowMapping mapping);
-    bool AddPatch(Tile& tile, const SourcePoint (&nodes)[3][3], int tileColumn, int tileRow,
+    bool AddPatch(Tile& tile, const Bounds& bounds, int tileColumn, int tileRow,
                   RowMapping mapping);
+    bool NearEverywhere(const Patch& patch, double column, double row, RowMapping mapping) const;
+    void MapPixels(RowMapping mapping, int tileColumn, int tileRow, int columns, int rows,
+                   Place (&out)[kTile][kTile]) const;
     bool AddQuad(Tile& tile, int tileColumn, int tileRow, RowMapping mapping);
     void AddPixels(Tile& tile, int tileColumn, int tileRow, RowMapping mapping);
-    void MapRow(RowMapping mapping, double row, const double* columns, int count,
-                SourcePoint* out) const;
-    bool SmoothAround(int tileColumn, int tileRow) const;
-    const SourcePoint& Node(int column, int row) const
-    {
-        return m_nodes[static_cast<std::size_t>(row) * m_nodeColumns + column];
-    }
     void Expand(const Kernels& kernels, const Tile& tile, int columns, int rows,
                 TileCoordinates& out) const;
     void DrawTile(const Kernels& kernels, const Level* levels, const ColourTerms& terms,
                   const Tile& tile, int columns, int rows, std::uint8_t* pixels,
-                  std::ptrdiff_t line) const;
+                  std::ptrdiff_t line, bool stream) const;
 
     int m_width = 0;
     int m_height = 0;
@@ -146,13 +190,14 @@ private:
     int m_tileColumns = 0;
     int m_tileRows = 0;
     int m_nodeColumns = 0;
+    int m_nodeRows = 0;
     int m_highestLevel = 0;
     std::vector<Tile> m_tiles;
-    std::vector<Patch> m_patches;
+    std::vector<Quad> m_quads;
     std::vector<Pixels> m_pixels;
-    std::vector<SourcePoint> m_nodes;
-    std::vector<double> m_asked;  // columns of a row of nodes, see Ask
-    std::vector<SourcePoint> m_answers;
+    std::vector<std::int32_t> m_nodeX, m_nodeY;
+    Scratch m_scratch[kScratches];
+    Bounds m_inside[3] = {};
 };
 
 /// The greatest level that a picture of this size has: 0, 1 or 2.

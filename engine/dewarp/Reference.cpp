@@ -20,29 +20,47 @@ std::int32_t WrappingAdd(std::int32_t a, std::int32_t b)
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
 }
 
-void ExpandAxis(const Patch::Axis& axis, int firstColumn, int lastColumn, int rows, int lastRow,
-                std::int32_t* out)
+void ExpandAxis(const Patch& patch, const std::int32_t* nodes, int columns, int lastColumn,
+                int lastRow, std::int32_t* out)
 {
-    for (int i = 0; i < 8; ++i) {
-        const float j = static_cast<float>(std::min(firstColumn + i, lastColumn));
-        std::int32_t value = WrappingAdd(axis.base, Rounded(j * (axis.a1 + axis.a2 * j)));
-        std::int32_t first = Rounded(axis.d0 + j * (axis.d1 + axis.d2 * j));
-        const std::int32_t second = Rounded(axis.e0 + j * (axis.e1 + axis.e2 * j));
-        for (int row = 0; row < rows; ++row) {
-            out[row * kTile + i] = value;
+    const float step = 1.0F / static_cast<float>(patch.spacing);
+    const float scale = 1.0F / static_cast<float>(1 << patch.level);
+    const std::int32_t start = ((nodes[0] + 0x8000) >> patch.level) - 0x8000;
+    float down[3][3];  // for each column of nodes: value, first difference, second difference
+    for (int column = 0; column < 3; ++column) {
+        float n[3];
+        for (int row = 0; row < 3; ++row)
+            n[row] = static_cast<float>(nodes[row * patch.line + column] - nodes[0]) * scale;
+        const float bend = (n[0] - (n[1] + n[1])) + n[2];
+        down[0][column] = n[0];
+        down[1][column] = (n[2] - n[0]) * (0.5F * step) + bend * (step * (0.5F * step - 1));
+        down[2][column] = bend * (step * step);
+    }
+    for (int i = 0; i < columns; ++i) {
+        const float s = static_cast<float>(std::min(i, lastColumn)) * step;
+        const float a = (s - 1) * (s - 2) * 0.5F;
+        const float b = s * (2 - s);
+        const float c = s * (s - 1) * 0.5F;
+        std::int32_t difference[3];
+        for (int order = 0; order < 3; ++order)
+            difference[order] =
+                Rounded(down[order][0] * a + down[order][1] * b + down[order][2] * c);
+        difference[0] = WrappingAdd(start, difference[0]);
+        for (int row = 0; row < 2 * patch.spacing; ++row) {
+            out[row * kTile + i] = difference[0];
             if (row >= lastRow)
                 continue;
-            value = WrappingAdd(value, first);
-            first = WrappingAdd(first, second);
+            difference[0] = WrappingAdd(difference[0], difference[1]);
+            difference[1] = WrappingAdd(difference[1], difference[2]);
         }
     }
 }
 
-void Expand(const Patch& patch, int firstColumn, int lastColumn, int rows, int lastRow,
-            std::int32_t* x, std::int32_t* y)
+void Expand(const Patch& patch, int columns, int lastColumn, int lastRow, std::int32_t* x,
+            std::int32_t* y)
 {
-    ExpandAxis(patch.x, firstColumn, lastColumn, rows, lastRow, x);
-    ExpandAxis(patch.y, firstColumn, lastColumn, rows, lastRow, y);
+    ExpandAxis(patch, patch.x, columns, lastColumn, lastRow, x);
+    ExpandAxis(patch, patch.y, columns, lastColumn, lastRow, y);
 }
 
 /// A coordinate between two samples: the first of them, and 16 bits of fraction.
@@ -145,6 +163,13 @@ void SampleAnywhere(const Level& level, const ColourTerms& terms,
             SampleBlock(level, terms, coordinates, target, column, row);
 }
 
+void StreamRows(const std::uint8_t* from, std::ptrdiff_t fromLine, int bytes, int rows,
+                std::uint8_t* to, std::ptrdiff_t toLine)
+{
+    for (int row = 0; row < rows; ++row)
+        std::memcpy(to + row * toLine, from + row * fromLine, static_cast<std::size_t>(bytes));
+}
+
 void HalveLuma(const std::uint8_t* above, const std::uint8_t* below, int count, std::uint16_t* out)
 {
     for (int i = 0; i < count; ++i)
@@ -210,9 +235,9 @@ ColourTerms ColourTermsOf(ColourMatrix matrix, bool fullRange)
 
 const Kernels& ReferenceKernels()
 {
-    static constexpr Kernels kernels = {"reference",    Expand,      SampleAnywhere,
-                                        SampleAnywhere, HalveLuma,   HalvePairs,
-                                        JoinPairs,      HalveChroma, Interleave};
+    static constexpr Kernels kernels = {"reference", Expand,    SampleAnywhere, SampleAnywhere,
+                                        StreamRows,  HalveLuma, HalvePairs,     JoinPairs,
+                                        HalveChroma, Interleave};
     return kernels;
 }
 

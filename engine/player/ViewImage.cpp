@@ -54,8 +54,7 @@ dewarp::View ViewImage::Target(std::uint8_t* pixels) const
 
 std::uint8_t* ViewImage::OwnPixels(Extent view)
 {
-    m_pixels.resize(std::size_t{4} * view.width * view.height);
-    return m_pixels.data();
+    return m_pixels.Reserve(std::size_t{4} * view.width * view.height);
 }
 
 void PictureDrawer::Draw(const Picture& picture, const std::vector<dewarp::View>& views)

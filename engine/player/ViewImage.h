@@ -40,7 +40,7 @@ private:
     std::uint64_t m_builtCamera = 0;  ///< revision
     bool m_ready = false;
     dewarp::Mesh m_mesh;
-    std::vector<std::uint8_t> m_pixels;
+    dewarp::Buffer m_pixels;  ///< aligned, so that rows of whole cache lines pass by the caches
 };
 
 /// Draws prepared views on all threads of the shared pool. Used by one thread at a time.

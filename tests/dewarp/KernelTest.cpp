@@ -90,33 +90,57 @@ TEST_P(EveryKernel, DrawsCircleAndPanoramaLikeTheReference)
             }
 }
 
+TEST_P(EveryKernel, DrawsRowsOfCacheLinesLikeTheReference)
+{
+    OwnPicture picture(PixelFormat::Nv12, 300, 300);
+    picture.FillNoise(4);
+    Pool pool(1);
+    Frame frame;
+    for (const int width : {512, 520, 352, 100})
+        for (const int line : {2048, 2112, 4096}) {
+            if (width * 4 > line)
+                continue;
+            Mesh mesh;
+            mesh.Build(width, 40, 300, 300, Panorama{{300}});
+            std::vector<std::vector<std::uint8_t>> drawn;
+            for (const Kernels* const kernels : {&ReferenceKernels(), GetParam()}) {
+                Buffer buffer;
+                const std::size_t size = static_cast<std::size_t>(line) * 40;
+                std::uint8_t* const pixels = buffer.Reserve(size);
+                std::fill_n(pixels, size, std::uint8_t{0xA5});
+                const View view{&mesh, pixels, line};
+                ASSERT_TRUE(Draw(pool, frame, picture.Get(), &view, 1, *kernels));
+                drawn.emplace_back(pixels, pixels + size);
+            }
+            ASSERT_EQ(drawn[0], drawn[1]) << width << ' ' << line;
+            for (int row = 0; row < 40; ++row)
+                for (int i = row * line + width * 4; i < (row + 1) * line; ++i)
+                    ASSERT_EQ(drawn[1][i], 0xA5) << width << ' ' << line << ' ' << i;
+        }
+}
+
 TEST_P(EveryKernel, ExpandsPatchesLikeTheReference)
 {
     std::mt19937 random(5);
-    std::uniform_real_distribution<float> number(-40000, 40000);
-    for (int round = 0; round < 200; ++round) {
-        const auto axis = [&] {
-            return Patch::Axis{static_cast<std::int32_t>(random()),
-                               number(random),
-                               number(random),
-                               number(random),
-                               number(random),
-                               number(random),
-                               number(random),
-                               number(random),
-                               number(random)};
-        };
-        const Patch patch{axis(), axis()};
+    for (int round = 0; round < 300; ++round) {
+        // From hardly bent to as far apart as nodes may be, anywhere in the largest picture.
+        const auto spread = static_cast<std::int32_t>(1U << (10 + round % 18));
+        std::int32_t nodes[2][4][5];
+        for (auto& axis : nodes) {
+            const auto base = static_cast<std::int32_t>(random() % (24000U << 16)) -
+                              (round % 2 == 0 ? 12000 << 16 : 0);
+            for (auto& row : axis)
+                for (std::int32_t& node : row)
+                    node = base + static_cast<std::int32_t>(random() % spread);
+        }
+        const int spacing = round % 3 == 0 ? 4 : 8;
+        const Patch patch{nodes[0][0], nodes[1][0], 5, spacing, round % 3};
+        const int last = static_cast<int>(random() % 16);
         TileCoordinates expected{};
         TileCoordinates expanded{};
-        const int last = static_cast<int>(random() % 16);
-        for (const int column : {0, 8}) {
-            ReferenceKernels().expand(patch, column, last, 16, last, expected.x + column,
-                                      expected.y + column);
-            GetParam()->expand(patch, column, last, 16, last, expanded.x + column,
-                               expanded.y + column);
-        }
-        ASSERT_EQ(std::memcmp(&expected, &expanded, sizeof(expected)), 0);
+        ReferenceKernels().expand(patch, 2 * spacing, last, last, expected.x, expected.y);
+        GetParam()->expand(patch, 2 * spacing, last, last, expanded.x, expanded.y);
+        ASSERT_EQ(std::memcmp(&expected, &expanded, sizeof(expected)), 0) << round;
     }
 }
 
