@@ -17,48 +17,18 @@
 
 namespace {
 
+using stage::Apart;
 using stage::Await;
+using stage::Now;
+using stage::SeenAt;
+using stage::ShowsTheTruth;
 using viewer::CellWidget;
 using viewer::Mount;
 using viewer::OverlayKind;
 using viewer::PtzView;
 
-constexpr double CONST_RIGHT = 0.80;  ///< likeness of a picture that is what it must be
+constexpr double CONST_RIGHT = stage::CONST_RIGHT;
 constexpr double CONST_WORSE = 0.08;  ///< how much less of it a wrong one has, even of bare walls
-
-/// The geometry of a view as it is now.
-PtzView Now(stage::Viewer& viewer, int number)
-{
-    const auto look = viewer.camera().lookOf(number).value();
-    return {viewer.camera().settings().mount, look.centre, double(look.zoom),
-            viewer.cell("view", number).size()};
-}
-
-/// Whether the cell comes to show what the engine says that it shows.
-::testing::AssertionResult ShowsTheTruth(stage::Viewer& viewer, int number)
-{
-    const CellWidget& cell = viewer.cell("view", number);
-    double best = 0.0;
-    Await([&] {
-        const QImage image = stage::Grab(cell);
-        best = stage::Likeness(image, stage::ViewOf(viewer.camera(), number, image),
-                               viewer.camera().settings().mount);
-        return best > CONST_RIGHT;
-    });
-    if (best > CONST_RIGHT)
-        return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << "likeness " << best;
-}
-
-QPointF SeenAt(const PtzView& view, const viewer::Direction& direction)
-{
-    return viewer::Locate(view, direction).value_or(QPointF(9.0, 9.0));
-}
-
-double Apart(QPointF a, QPointF b)
-{
-    return std::hypot(a.x() - b.x(), a.y() - b.y());
-}
 
 struct Case
 {
@@ -130,39 +100,14 @@ TEST(Gestures, OnThePanoramaAnOutlineLeadsItsViewToo)
     EXPECT_LT(Apart(there, end), 0.02);
 }
 
-/// How much of a view's border has a line of its colour on the fisheye picture.
-double Traced(stage::Viewer& viewer, int number, const QColor& colour)
-{
-    const QImage image = stage::Grab(viewer.cell("main"));
-    int hits = 0;
-    int all = 0;
-    for (int i = 1; i < 100; ++i) {
-        for (const QPointF& at : {QPointF(i / 100.0, 0.0), QPointF(1.0, i / 100.0),
-                                  QPointF(i / 100.0, 1.0), QPointF(0.0, i / 100.0)}) {
-            const QPointF point = viewer::ToFishEye(viewer::DirectionAt(Now(viewer, number), at));
-            if (Apart(point, {0.5, 0.5}) > 0.495)
-                continue;
-            const QPointF place = viewer.cell("main").fromSquare(point);
-            const QPoint pixel(int(place.x() * image.width()), int(place.y() * image.height()));
-            ++all;
-            bool hit = false;
-            for (int dx = -2; dx <= 2; ++dx)
-                for (int dy = -2; dy <= 2; ++dy)
-                    hit |= image.pixelColor(pixel + QPoint(dx, dy)) == colour;
-            hits += hit ? 1 : 0;
-        }
-    }
-    return double(hits) / all;
-}
-
 TEST(Outlines, LieWhereTheViewLooksAlsoAfterADrag)
 {
     stage::Viewer viewer(Mount::Ceiling, "fisheye+3", OverlayKind::Traced);
     const QColor red("#ff5a5a");
     viewer.camera().turnTo(0, {viewer.camera().lookOf(0)->centre, 6000});
-    EXPECT_TRUE(Await([&] { return Traced(viewer, 0, red) > 0.9; }));
+    EXPECT_TRUE(Await([&] { return stage::Traced(viewer, 0, "main", red) > 0.9; }));
     stage::Drag(viewer.cell("view", 0), {0.3, 0.5}, {0.8, 0.4});
-    EXPECT_TRUE(Await([&] { return Traced(viewer, 0, red) > 0.9; }));
+    EXPECT_TRUE(Await([&] { return stage::Traced(viewer, 0, "main", red) > 0.9; }));
 }
 
 TEST(Pictures, ThePanoramaIsTheRoomAndNotItsMirrorImage)
