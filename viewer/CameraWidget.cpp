@@ -61,6 +61,21 @@ int CountOf(const Layout& layout, CellKind kind)
                                           [&](const Cell& cell) { return cell.kind == kind; }));
 }
 
+/// The room of a cell, as far as it may use it: the engine fills any, and people would come out
+/// tall and thin in a wide view that is as high as it is wide.
+QRect Shaped(CellKind kind, const QRect& room)
+{
+    constexpr double CONST_PANORAMA = 3.0;  // the least width for a height
+    constexpr double CONST_HALF = 2.0;
+    const double least = CellKind::Panorama == kind                              ? CONST_PANORAMA
+                         : CellKind::Half == kind || CellKind::OtherHalf == kind ? CONST_HALF
+                                                                                 : 0.0;
+    if (room.width() >= least * room.height())
+        return room;
+    const int height = static_cast<int>(room.width() / least);
+    return {room.x(), room.y() + (room.height() - height) / 2, room.width(), height};
+}
+
 bool Same(const DrawOutlines& a, const DrawOutlines& b)
 {
     const auto points = [](const QVector<STRUCT_DrawPoint>& x, const QVector<STRUCT_DrawPoint>& y) {
@@ -513,8 +528,9 @@ void CameraWidget::placeCells()
         const QRect place = QRectF(left + cell.column * unitX, top + cell.row * unitY,
                                    cell.columns * unitX, cell.rows * unitY)
                                 .toRect();
-        widget->setGeometry(widget == m_enlarged ? rect()
-                                                 : place.adjusted(0, 0, -CONST_GAP, -CONST_GAP));
+        widget->setGeometry(Shaped(cell.kind, widget == m_enlarged
+                                                  ? rect()
+                                                  : place.adjusted(0, 0, -CONST_GAP, -CONST_GAP)));
     }
     for (CellWidget* const widget :
          findChildren<CellWidget*>(QString(), Qt::FindDirectChildrenOnly))

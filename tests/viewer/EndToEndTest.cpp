@@ -157,7 +157,7 @@ TEST(Pictures, AWallCameraHasOneHalfWhereOthersHaveTwo)
     stage::Viewer viewer(Mount::Wall, "double180");
     EXPECT_FALSE(viewer.cell("other-half").isVisible());
     EXPECT_TRUE(ShowsHalf(viewer, "half", 0));
-    EXPECT_GT(viewer.cell("half").height(), viewer.camera().height() * 0.9);
+    EXPECT_GT(viewer.cell("half").width(), viewer.camera().width() * 0.9);
     stage::Drag(viewer.cell("half"), {0.3, 0.5}, {0.5, 0.5});
     EXPECT_TRUE(ShowsHalf(viewer, "half", 36));
     for (int i = 0; i < 2; ++i)  // it ends where there is nothing more to see
@@ -491,6 +491,22 @@ TEST(Layouts, HaveSquareViewsWhereThereAreSeveralCells)
         for (int i = 0; layout.cells.size() > 1 && i < viewer.camera().viewCount(); ++i)
             EXPECT_NEAR(viewer.cell("view", i).width(), viewer.cell("view", i).height(), 1)
                 << layout.id.toStdString();
+    }
+}
+
+TEST(Layouts, ShowWideViewsNeverHigherThanIsNatural)
+{
+    stage::Viewer viewer(Mount::Ceiling, "panorama");
+    viewer.window().resize(700, 900);
+    for (const auto& [layout, cell, shape] :
+         {std::tuple("panorama", "panorama", 3.0), std::tuple("half180", "half", 2.0),
+          std::tuple("double180", "other-half", 2.0)}) {
+        viewer.camera().chooseLayout(layout);
+        const QRect place = viewer.cell(cell).geometry();
+        EXPECT_GE(place.width(), shape * place.height()) << layout;
+        EXPECT_GT(place.width(), viewer.camera().width() * 0.98) << layout;
+        stage::DoubleClick(viewer.cell(cell), {0.5, 0.5});
+        EXPECT_GE(viewer.cell(cell).width(), shape * viewer.cell(cell).height()) << layout;
     }
 }
 
