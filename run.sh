@@ -21,7 +21,11 @@ say "Packages"
 
 # A tree of its own, so that no start waits for the tests' programs.
 build=$here/build/run
-say "Building in build/run (some minutes on the first start)"
+if [ -x "$build/viewer/fisheye-viewer" ]; then
+    say "Building what has changed, in build/run"
+else
+    say "Building in build/run: some minutes, once"
+fi
 [ -f "$build/build.ninja" ] ||
     cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
         -DFISHEYE_BUILD_TESTS=OFF >/dev/null

@@ -28,7 +28,8 @@ constexpr double CONST_PAD_PAN = 40.0;      ///< position units of a button, for
 constexpr double CONST_PAD_ZOOM = 100.0;    ///< zoom units, likewise
 constexpr double CONST_HALF_SQUARE = 0.05;  ///< of the outline that is a square
 constexpr int CONST_LEAST_BOX = 16;         ///< pixels
-constexpr int CONST_HALF_LIMIT = 179;       ///< degrees, either way, of the 180 view
+constexpr int CONST_HALF_LIMIT = 179;       ///< degrees, either way, to which the 180 view turns
+constexpr int CONST_WALL_LIMIT = 90;        ///< beyond it a wall camera sees nothing
 
 double Distance(QPointF a, QPointF b)
 {
@@ -171,10 +172,9 @@ void CameraWidget::capture(int view, const QString& path)
 /// The place on the unturned picture that carries the outlines; nothing where the cell is none.
 std::optional<QPointF> CameraWidget::overlayPoint(const CellWidget* cell, QPointF at) const
 {
-    const bool onPanorama = CORRECT_TYPE_360 == cameraRecord().m_iDrawCorrectMode;
     if (cell == m_main && "source" != m_settings.layout)
         return m_main->toSquare(at);
-    if (cell != m_panorama || !onPanorama)
+    if (cell != m_panorama)
         return std::nullopt;
     const double x = at.x() - m_panoramaDegrees / 360.0;
     return ToFishEye(FromPanorama(m_settings.mount, {x - std::floor(x), at.y()}));
@@ -215,12 +215,9 @@ void CameraWidget::startDrag(CellWidget* cell, QPointF at, Qt::MouseButton butto
     if (m_editsCircle) {
         m_drag.what = Drag::What::Circle;
         if (const std::optional<RvLens> lens = extras::LensOf(m_player)) {
-            const double scale = std::min(static_cast<double>(cell->width()) / lens->iWidth,
-                                          static_cast<double>(cell->height()) / lens->iHeight);
-            const double x = (at.x() - 0.5) * cell->width() / scale + lens->iWidth / 2.0 - 0.5;
-            const double y = (at.y() - 0.5) * cell->height() / scale + lens->iHeight / 2.0 - 0.5;
-            m_drag.resizes =
-                std::hypot(x - lens->dCentreX, y - lens->dCentreY) > lens->dCircleRadius / 2.0;
+            const QPointF pixel = sourcePicture(*lens).pixel(at);
+            const QPointF centre(lens->dCentreX, lens->dCentreY);
+            m_drag.resizes = Distance(pixel, centre) > lens->dCircleRadius / 2.0;
         }
     } else if (cell->number() >= 0) {
         select(cell->number());
@@ -263,7 +260,7 @@ void CameraWidget::goOn(CellWidget* cell, QPointF at)
         drawBox(cell, m_drag.start, at);
         break;
     case Drag::What::Circle:
-        dragCircle(cell, at);
+        dragCircle(at);
         break;
     }
 }
@@ -306,15 +303,22 @@ void CameraWidget::turnWide(const CellWidget* cell, int degrees)
         drawOutlines();
         return;
     }
-    // Beyond its limit the manager would fold the angle and the picture jump by half a turn.
-    const int target = std::clamp(m_halfDegrees + degrees, -CONST_HALF_LIMIT, CONST_HALF_LIMIT);
-    if (Manager::instance().turn(m_player, CORRECT_TYPE_180, target - m_halfDegrees) < 0)
+    // From 180 degrees on the manager would fold the angle and the picture jump by half a turn. So
+    // it is sent the equal angle below; the one that has none is passed over by a degree.
+    const bool wall = Mount::Wall == m_settings.mount;
+    m_halfDegrees = wall ? std::clamp(m_halfDegrees + degrees, -CONST_WALL_LIMIT, CONST_WALL_LIMIT)
+                         : (m_halfDegrees + degrees) % 360;
+    const int equal = m_halfDegrees > 180    ? m_halfDegrees - 360
+                      : m_halfDegrees < -180 ? m_halfDegrees + 360
+                                             : m_halfDegrees;
+    const int target = std::clamp(equal, -CONST_HALF_LIMIT, CONST_HALF_LIMIT);
+    if (Manager::instance().turn(m_player, CORRECT_TYPE_180, target - m_halfSent) < 0)
         return;
-    m_halfDegrees = target;
+    m_halfSent = target;
     if (m_secondHalf) {
         tagCorrectWideScanPara para{};
         m_secondHalf->GetCorrectPara(para);
-        para.fAngle = static_cast<float>(m_halfDegrees + 180);
+        para.fAngle = static_cast<float>(m_halfSent + 180);
         m_secondHalf->SetCorrectPara(para);
     }
 }
@@ -332,24 +336,20 @@ void CameraWidget::zoomBox(const CellWidget* cell, QPointF from, QPointF to)
     lookAt(m_drag.view, NearestCentre(ToFishEye(middle)));
 }
 
-void CameraWidget::dragCircle(const CellWidget* cell, QPointF at)
+void CameraWidget::dragCircle(QPointF at)
 {
     const std::optional<RvLens> lens = extras::LensOf(m_player);
     if (!lens || lens->iWidth < 1)
         return;
-    const double scale = std::min(static_cast<double>(cell->width()) / lens->iWidth,
-                                  static_cast<double>(cell->height()) / lens->iHeight);
-    const double x = (at.x() - 0.5) * cell->width() / scale + lens->iWidth / 2.0 - 0.5;
-    const double y = (at.y() - 0.5) * cell->height() / scale + lens->iHeight / 2.0 - 0.5;
+    const SourcePicture picture = sourcePicture(*lens);
+    const QPointF pixel = picture.pixel(at);
+    const QPointF centre(lens->dCentreX, lens->dCentreY);
     if (m_drag.resizes) {
-        emit circleDragged(lens->dCentreX, lens->dCentreY,
-                           std::hypot(x - lens->dCentreX, y - lens->dCentreY));
+        emit circleDragged(centre.x(), centre.y(), Distance(pixel, centre));
         return;
     }
-    const QPointF before = std::exchange(m_drag.start, at);
-    emit circleDragged(lens->dCentreX + (at.x() - before.x()) * cell->width() / scale,
-                       lens->dCentreY + (at.y() - before.y()) * cell->height() / scale,
-                       lens->dCircleRadius);
+    const QPointF moved = centre + pixel - picture.pixel(std::exchange(m_drag.start, at));
+    emit circleDragged(moved.x(), moved.y(), lens->dCircleRadius);
 }
 
 void CameraWidget::wheel(CellWidget* cell, QPointF at, double notches)

@@ -25,6 +25,7 @@ namespace {
 
 constexpr int CONST_GAP = 2;  ///< pixels between the cells
 constexpr int CONST_LOOK_FOR_PICTURE_MS = 100;
+constexpr int CONST_PICTURELESS_MS = 8000;  ///< of playing; beyond a camera's key frame interval
 constexpr int CONST_BANNER_MARGIN = 24;
 constexpr int CONST_CIRCLE_POINTS = 180;
 constexpr double CONST_PI = 3.14159265358979323846;
@@ -58,6 +59,21 @@ int CountOf(const Layout& layout, CellKind kind)
 {
     return static_cast<int>(std::count_if(layout.cells.begin(), layout.cells.end(),
                                           [&](const Cell& cell) { return cell.kind == kind; }));
+}
+
+/// The room of a cell, as far as it may use it: the engine fills any, and people would come out
+/// tall and thin in a wide view that is as high as it is wide.
+QRect Shaped(CellKind kind, const QRect& room)
+{
+    constexpr double CONST_PANORAMA = 3.0;  // the least width for a height
+    constexpr double CONST_HALF = 2.0;
+    const double least = CellKind::Panorama == kind                              ? CONST_PANORAMA
+                         : CellKind::Half == kind || CellKind::OtherHalf == kind ? CONST_HALF
+                                                                                 : 0.0;
+    if (room.width() >= least * room.height())
+        return room;
+    const int height = static_cast<int>(room.width() / least);
+    return {room.x(), room.y() + (room.height() - height) / 2, room.width(), height};
 }
 
 bool Same(const DrawOutlines& a, const DrawOutlines& b)
@@ -184,7 +200,7 @@ void CameraWidget::play(const QString& path)
     });
     m_reader->setLoop(m_loop);
     m_reader->setSpeed(m_speed);
-    m_reader->setPaused(m_paused);
+    m_reader->setPosition(m_position);
     m_reader->start();
 }
 
@@ -208,8 +224,10 @@ void CameraWidget::reopen()
     restart();
 }
 
+/// A file goes on where it was; a pause is taken up again with the first picture.
 void CameraWidget::restart()
 {
+    m_position = m_reader && !m_stream.live ? m_reader->position() : 0.0;
     close();
     m_live = false;
     m_stream = {};
@@ -221,6 +239,12 @@ void CameraWidget::setState(StreamState state, const QString& message)
 {
     m_state = state;
     m_message = message;
+    if (StreamState::Playing != state) {
+        m_sincePlaying.invalidate();
+        m_pictureless = false;
+    } else if (!m_sincePlaying.isValid()) {
+        m_sincePlaying.start();
+    }
     tell();
     emit stateChanged();
 }
@@ -229,13 +253,21 @@ void CameraWidget::setState(StreamState state, const QString& message)
 void CameraWidget::awaitPicture()
 {
     const std::optional<RvVideoParam> figures = extras::FiguresOf(m_player);
-    if (!figures || figures->llShown < 1)
+    if (!figures || figures->llShown < 1) {
+        if (!m_pictureless && m_sincePlaying.isValid() &&
+            m_sincePlaying.hasExpired(CONST_PICTURELESS_MS)) {
+            m_pictureless = true;
+            tell();
+            emit stateChanged();
+        }
         return;
+    }
     m_firstPicture->stop();
     m_live = true;
+    m_pictureless = false;
     placeCells();
     tell();
-    emit stateChanged();
+    setPaused(m_paused);
 }
 
 QString CameraWidget::trouble() const
@@ -252,7 +284,13 @@ QString CameraWidget::trouble() const
     case StreamState::Playing:
         break;
     }
-    return m_live ? QString() : tr("Waiting for the first picture of %1 ...").arg(title());
+    if (m_live)
+        return m_outlined ? QString() : tr("There are too many cameras for outlines on this one.");
+    if (m_pictureless)
+        return tr("%1 is a stream without pictures, or all of them are damaged.\n"
+                  "It is watched in case some come.")
+            .arg(title());
+    return tr("Waiting for the first picture of %1 ...").arg(title());
 }
 
 void CameraWidget::tell()
@@ -270,12 +308,12 @@ void CameraWidget::tell()
 
 void CameraWidget::setPaused(bool paused)
 {
-    if (m_stream.live || !m_reader)
+    m_paused = paused && !m_stream.live;
+    emit stateChanged();
+    if (m_stream.live || !m_reader || !m_live)
         return;
-    m_paused = paused;
     m_reader->setPaused(paused);
     extras::Pause(m_player, paused);
-    emit stateChanged();
 }
 
 void CameraWidget::step()
@@ -306,7 +344,9 @@ void CameraWidget::setLoop(bool loop)
 
 const Layout& CameraWidget::layoutNow() const
 {
-    const Layout* const layout = FindLayout(m_editsCircle ? "source" : m_settings.layout);
+    const bool wall = Mount::Wall == m_settings.mount;
+    const Layout* const layout =
+        FindLayout(m_editsCircle ? "source" : LayoutFor(wall, m_settings.layout));
     return nullptr == layout ? Layouts().front() : *layout;
 }
 
@@ -371,7 +411,7 @@ void CameraWidget::chooseMount(Mount mount)
         return;
     m_settings.mount = mount;
     m_looks.fill(std::nullopt);  // they mean other things now
-    m_panoramaDegrees = m_halfDegrees = 0;
+    m_panoramaDegrees = m_halfDegrees = m_halfSent = 0;
     restart();
     emit settingsChanged();
 }
@@ -391,6 +431,7 @@ void CameraWidget::chooseOrientation(bool mirrored, bool flipped)
     m_settings.mirrored = mirrored;
     m_settings.flipped = flipped;
     extras::SetOrientation(m_player, mirrored, flipped);
+    drawCircle();
     emit settingsChanged();
 }
 
@@ -418,7 +459,9 @@ void CameraWidget::layOut()
                                                                               : n_DrawType_Fec};
     m_secondHalf.reset();
     Manager& manager = Manager::instance();
-    manager.setOutlines(m_player, [this](const DrawOutlines& all) { receiveOutlines(all); });
+    m_outlined =
+        manager.setOutlines(m_player, [this](const DrawOutlines& all) { receiveOutlines(all); }) ||
+        !outlines;
     manager.layOut(m_player, camera, windows, draw);
     if (Holds(layout, CellKind::OtherHalf))
         m_secondHalf = manager.createHalf(m_player, camera, m_otherHalf->handle());
@@ -453,6 +496,7 @@ void CameraWidget::restoreViews()
     }
     if (Holds(layoutNow(), CellKind::Panorama))
         turnWide(m_panorama, std::exchange(m_panoramaDegrees, 0));
+    m_halfSent = 0;
     if (Holds(layoutNow(), CellKind::Half))
         turnWide(m_half, std::exchange(m_halfDegrees, 0));
 }
@@ -484,8 +528,9 @@ void CameraWidget::placeCells()
         const QRect place = QRectF(left + cell.column * unitX, top + cell.row * unitY,
                                    cell.columns * unitX, cell.rows * unitY)
                                 .toRect();
-        widget->setGeometry(widget == m_enlarged ? rect()
-                                                 : place.adjusted(0, 0, -CONST_GAP, -CONST_GAP));
+        widget->setGeometry(Shaped(cell.kind, widget == m_enlarged
+                                                  ? rect()
+                                                  : place.adjusted(0, 0, -CONST_GAP, -CONST_GAP)));
     }
     for (CellWidget* const widget :
          findChildren<CellWidget*>(QString(), Qt::FindDirectChildrenOnly))
@@ -525,24 +570,28 @@ void CameraWidget::drawOutlines()
         const std::lock_guard<std::mutex> lock(m_outlinesMutex);
         outlines = m_outlines;
     }
-    const bool onPanorama = CORRECT_TYPE_360 == cameraRecord().m_iDrawCorrectMode;
-    QVector<extras::Line> lines;
+    const bool ofPanorama = CORRECT_TYPE_360 == cameraRecord().m_iDrawCorrectMode;
+    QVector<extras::Line> onFishEye;
+    QVector<extras::Line> onPanorama;
     for (int i = 0; i < outlines.size(); ++i) {
+        const int width = i == m_selected ? 4 : 2;
         for (const QVector<STRUCT_DrawPoint>& outline : outlines[i]) {
             QVector<QPointF> points;
+            QVector<QPointF> inCell;
             for (const STRUCT_DrawPoint& point : outline) {
-                const QPointF at(point.fX, point.fY);
-                points.append(onPanorama ? at : m_main->fromSquare(at));
+                points.append({point.fX, point.fY});
+                inCell.append(m_main->fromSquare(points.last()));
             }
-            const auto pieces = onPanorama ? TurnedLine(points, m_panoramaDegrees)
-                                           : QVector<QVector<QPointF>>{points};
-            for (const QVector<QPointF>& piece : pieces)
-                lines.append({piece, ColourOf(i), i == m_selected ? 4 : 2});
+            onFishEye.append({inCell, ColourOf(i), width});
+            const QVector<QPointF> strip =
+                ofPanorama ? points : OnPanorama(m_settings.mount, points);
+            for (const QVector<QPointF>& piece : TurnedLine(strip, m_panoramaDegrees))
+                onPanorama.append({piece, ColourOf(i), width});
         }
     }
-    extras::DrawLines(m_player, viewIn(onPanorama ? m_panorama : m_main), lines);
-    if (onPanorama)
-        extras::DrawLines(m_player, viewIn(m_main), {});
+    extras::DrawLines(m_player, viewIn(m_main), ofPanorama ? QVector<extras::Line>() : onFishEye);
+    if (Holds(layoutNow(), CellKind::Panorama))
+        extras::DrawLines(m_player, viewIn(m_panorama), onPanorama);
 }
 
 /// A frame and a number in its colour for each view.
@@ -572,18 +621,19 @@ void CameraWidget::editCircle(bool edit)
     layOut();
 }
 
+SourcePicture CameraWidget::sourcePicture(const RvLens& lens) const
+{
+    return {QSizeF(lens.iWidth, lens.iHeight), QSizeF(m_main->size()), m_settings.mirrored,
+            m_settings.flipped};
+}
+
 void CameraWidget::drawCircle()
 {
     const std::optional<RvLens> lens = extras::LensOf(m_player);
     if (!m_editsCircle || !lens || lens->iWidth < 1)
         return;
-    // The picture keeps its aspect within the cell.
-    const double scale = std::min(static_cast<double>(m_main->width()) / lens->iWidth,
-                                  static_cast<double>(m_main->height()) / lens->iHeight);
-    const auto place = [&](double x, double y) {
-        return QPointF(0.5 + (x + 0.5 - lens->iWidth / 2.0) * scale / m_main->width(),
-                       0.5 + (y + 0.5 - lens->iHeight / 2.0) * scale / m_main->height());
-    };
+    const SourcePicture picture = sourcePicture(*lens);
+    const auto place = [&](double x, double y) { return picture.place({x, y}); };
     QVector<QPointF> circle;
     for (int i = 0; i <= CONST_CIRCLE_POINTS; ++i) {
         const double angle = 2.0 * CONST_PI * i / CONST_CIRCLE_POINTS;

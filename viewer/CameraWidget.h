@@ -5,6 +5,7 @@
 #include <mutex>
 #include <optional>
 
+#include <QElapsedTimer>
 #include <QWidget>
 
 #include "VideoPlayer_FishEye/CLS_FishPlayer.h"
@@ -46,6 +47,8 @@ public:
     QString trouble() const;
     /// Whether a picture has been drawn.
     bool showsPictures() const { return m_live; }
+    /// Whether the stream has played for a while and given none.
+    bool pictureless() const { return m_pictureless; }
     int player() const { return m_player; }
 
     void chooseLayout(const QString& id);
@@ -63,8 +66,10 @@ public:
     void setSpeed(double speed);
     double speed() const { return m_speed; }
     void setLoop(bool loop);
+    /// Where a file is, in seconds from its start.
+    double position() const { return m_reader ? m_reader->position() : m_position; }
 
-    /// Opens the source anew.
+    /// Opens the source anew, a file where it was.
     void reopen();
 
     /// The pan/tilt/zoom view that keys and buttons steer, from 0.
@@ -152,6 +157,8 @@ private:
     void drawBox(const CellWidget* cell, QPointF from, QPointF to);
     void drawCircle();
 
+    SourcePicture sourcePicture(const RvLens& lens) const;
+
     // Gestures.
     PtzView geometryOf(int view) const;
     void lookAt(int view, QPointF centre);
@@ -165,7 +172,7 @@ private:
     void dragOutline(QPointF to);
     void turnWide(const CellWidget* cell, int degrees);
     void zoomBox(const CellWidget* cell, QPointF from, QPointF to);
-    void dragCircle(const CellWidget* cell, QPointF at);
+    void dragCircle(QPointF at);
     void wheel(CellWidget* cell, QPointF at, double notches);
     void enlarge(CellWidget* cell);
     void capture(int view, const QString& path);
@@ -190,7 +197,11 @@ private:
     StreamState m_state = StreamState::Connecting;
     QString m_message;
     StreamInfo m_stream;
+    QElapsedTimer m_sincePlaying;
     bool m_live = false;
+    bool m_pictureless = false;
+    bool m_outlined = true;
+    double m_position = 0.0;  ///< seconds, at which a file begins
     bool m_paused = false;
     bool m_loop = true;
     double m_speed = 1.0;
@@ -200,6 +211,7 @@ private:
     std::array<extras::Look, CONST_VIEWS> m_homes;
     int m_panoramaDegrees = 0;
     int m_halfDegrees = 0;
+    int m_halfSent = 0;  ///< what the manager was given for it, within 180 either way
     Drag m_drag;
 
     std::mutex m_outlinesMutex;

@@ -57,6 +57,7 @@ const std::vector<Layout>& Layouts()
          {At(CellKind::Panorama, 0, 0, 1, 4), At(CellKind::FishEye, 1, 0, 2, 2), Ptz(1, 2),
           Ptz(1, 3), Ptz(2, 2), Ptz(2, 3)}},
         {"quad", QObject::tr("Quad"), 2, 2, {Ptz(0, 0), Ptz(0, 1), Ptz(1, 0), Ptz(1, 1)}},
+        {"half180", QObject::tr("180"), 1, 1, {At(CellKind::Half, 0, 0)}},
     };
     return layouts;
 }
@@ -67,6 +68,11 @@ const Layout* FindLayout(const QString& id)
     const auto it = std::find_if(layouts.begin(), layouts.end(),
                                  [&](const Layout& layout) { return layout.id == id; });
     return layouts.end() == it ? nullptr : &*it;
+}
+
+QString LayoutFor(bool onWall, const QString& id)
+{
+    return onWall && "double180" == id ? "half180" : id;
 }
 
 }  // namespace viewer

@@ -43,4 +43,8 @@ const std::vector<Layout>& Layouts();
 /// The layout of an id; null where there is none.
 const Layout* FindLayout(const QString& id);
 
+/// What stands for a layout with a camera on a wall, or not on one: a wall camera has no back, and
+/// one half in place of two.
+QString LayoutFor(bool onWall, const QString& id);
+
 }  // namespace viewer

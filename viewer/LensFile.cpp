@@ -124,10 +124,15 @@ std::optional<LensCalibration> ParseLensCalibration(const QByteArray& text, QStr
 
 std::optional<LensCalibration> ReadLensCalibration(const QString& path, QString* error)
 {
+    constexpr qint64 CONST_MOST_BYTES = 1 << 20;
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return Refuse(error, file.errorString());
-    return ParseLensCalibration(file.read(1 << 20), error);
+    QString why;
+    std::optional<LensCalibration> lens;
+    if (file.open(QIODevice::ReadOnly))
+        lens = ParseLensCalibration(file.read(CONST_MOST_BYTES), &why);
+    else
+        why = file.errorString();
+    return lens ? lens : Refuse(error, QObject::tr("%1: %2").arg(path, why));
 }
 
 }  // namespace viewer

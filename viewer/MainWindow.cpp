@@ -14,6 +14,7 @@
 #include <QListWidget>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QMouseEvent>
 #include <QPushButton>
 #include <QScreen>
 #include <QSettings>
@@ -88,7 +89,9 @@ MainWindow::MainWindow(const Options& options, std::unique_ptr<QSettings> store)
     makeSteeringActions();
     makeStatusLine();
     connect(m_area, &CameraArea::activeChanged, this, &MainWindow::showState);
+    m_patrolTimer->setObjectName("patrol");
     m_patrolTimer->setSingleShot(true);
+    qApp->installEventFilter(this);
     connect(m_patrolTimer, &QTimer::timeout, this, &MainWindow::patrol);
     connect(m_snapshotTimer, &QTimer::timeout, this, &MainWindow::checkSnapshot);
     resize(1180, 800);
@@ -124,10 +127,6 @@ void MainWindow::follow(CameraWidget* camera)
         if (m_store)
             SaveCamera(*m_store, camera->source(), camera->settings());
         showState();
-    });
-    connect(camera, &CameraWidget::userActed, this, [this] {
-        if (m_patrol->isChecked())
-            m_patrolTimer->start(CONST_IDLE_MS);
     });
     connect(camera, &CameraWidget::snapshotTaken, this, [this](const QString& path, bool written) {
         statusBar()->showMessage(written ? tr("Written: %1").arg(path)
@@ -353,10 +352,8 @@ void MainWindow::makePad()
     m_presets->setFocusPolicy(Qt::NoFocus);
     m_presets->setMaximumWidth(180);
     connect(m_presets, &QListWidget::itemClicked, this, [this](QListWidgetItem* item) {
-        if (CameraWidget* const camera = active()) {
-            emit camera->userActed();
+        if (CameraWidget* const camera = active())
             camera->goToPreset(item->text());
-        }
     });
     grid->addWidget(m_presets, 7, 0, 1, 3);
     auto* const save = new QPushButton(tr("Save..."));
@@ -462,6 +459,29 @@ void MainWindow::fillPresets()
     m_presets->addItems(names);
 }
 
+/// Whatever the user does to any window of the program holds a patrol up.
+bool MainWindow::eventFilter(QObject* object, QEvent* event)
+{
+    switch (event->type()) {
+    case QEvent::MouseMove:
+        if (Qt::NoButton == static_cast<QMouseEvent*>(event)->buttons())
+            break;
+        [[fallthrough]];
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::Wheel:
+    case QEvent::KeyPress:
+    case QEvent::ShortcutOverride:  // all that is heard of a key that is a shortcut
+        if (m_patrol->isChecked())
+            m_patrolTimer->start(CONST_IDLE_MS);
+        break;
+    default:
+        break;
+    }
+    return QMainWindow::eventFilter(object, event);
+}
+
 void MainWindow::patrol()
 {
     m_patrolTimer->start(CONST_PATROL_MS);
@@ -540,8 +560,14 @@ void MainWindow::toggleFullScreen()
 {
     const bool full = !isFullScreen();
     menuBar()->setVisible(!full);
-    findChild<QDockWidget*>("pad")->setVisible(!full);
-    statusBar()->setVisible(!full);
+    // What was closed before stays closed afterwards.
+    const std::pair<QWidget*, bool*> hidden[] = {{findChild<QDockWidget*>("pad"), &m_padShown},
+                                                 {statusBar(), &m_statusShown}};
+    for (const auto& [widget, shown] : hidden) {
+        if (full)
+            *shown = !widget->isHidden();
+        widget->setVisible(!full && *shown);
+    }
     setWindowState(windowState() ^ Qt::WindowFullScreen);
 }
 
@@ -564,7 +590,8 @@ void MainWindow::checkSnapshot()
     ++m_snapshotPolls;
     for (const CameraWidget* const camera : m_area->cameras()) {
         const bool over = StreamState::Failed == camera->state() ||
-                          (StreamState::Ended == camera->state() && !camera->showsPictures());
+                          (StreamState::Ended == camera->state() && !camera->showsPictures()) ||
+                          (camera->pictureless() && !camera->stream().live);
         if (over || m_snapshotPolls > CONST_SNAPSHOT_POLLS)
             return fail(camera->trouble());
         if (!camera->showsPictures())

@@ -37,6 +37,8 @@ public:
     /// program: with CONST_EXIT_FAILED and a line on the error output where that cannot be.
     void leaveWithSnapshot(const QString& path, double after);
 
+    bool eventFilter(QObject* object, QEvent* event) override;
+
 private:
     void makeFileMenu();
     void makeViewMenu();
@@ -80,6 +82,8 @@ private:
     QListWidget* m_presets = nullptr;
     QSlider* m_padSpeed = nullptr;
     QLabel* m_figures = nullptr;
+    bool m_padShown = true;  ///< these two before the full screen
+    bool m_statusShown = true;
     QTimer* m_patrolTimer;
     QString m_patrolAt;  ///< the preset shown last
 

@@ -20,7 +20,7 @@ namespace viewer {
 namespace {
 
 /// The draw callback has no user pointer, so each player gets a function of its own.
-constexpr std::size_t CONST_SLOTS = 64;
+constexpr std::size_t CONST_SLOTS = 256;
 
 struct Slot
 {
@@ -118,7 +118,7 @@ bool Manager::layOut(int player, const STRUCT_FishEyeParam& camera,
     return Facade().FishPlayer_CreateSubPlayer(camera, player, windows, ids, draw) >= 0;
 }
 
-void Manager::setOutlines(int player, Outlines outlines)
+bool Manager::setOutlines(int player, Outlines outlines)
 {
     Slot* chosen = nullptr;
     for (Slot& slot : Slots()) {
@@ -131,16 +131,17 @@ void Manager::setOutlines(int player, Outlines outlines)
             chosen = &slot;
     }
     if (nullptr == chosen)
-        return;  // more cameras than slots: the last ones show no outlines
+        return !outlines;
     {
         const std::lock_guard<std::mutex> lock(chosen->mutex);
         chosen->player = outlines ? player : -1;
         chosen->outlines = std::move(outlines);
         if (!chosen->outlines)
-            return;
+            return true;
     }
     const auto number = static_cast<std::size_t>(chosen - Slots().data());
     Facade().FishPlayer_RegisterDrawCallback(player, CONST_CALLBACKS[number]);
+    return true;
 }
 
 bool Manager::put(int player, const QByteArray& block)

@@ -43,7 +43,8 @@ public:
                 const QMap<int, QVector<void*>>& windows, const STRUCT_FishDrawParam& draw);
 
     /// Sets what gets the outlines; null ends it. When it returns the former one is not running.
-    void setOutlines(int player, Outlines outlines);
+    /// False where 256 other players have theirs.
+    bool setOutlines(int player, Outlines outlines);
 
     /// From any thread. False where the engine has no room now.
     bool put(int player, const QByteArray& block);

@@ -6,6 +6,8 @@
 #include <memory>
 #include <utility>
 
+#include <QFileInfo>
+
 extern "C" {
 #include <libavdevice/avdevice.h>
 #include <libavformat/avformat.h>
@@ -35,15 +37,37 @@ QString ErrorText(int code)
 
 bool IsDevice(const QString& source)
 {
-    return source.startsWith("/dev/video");
+    return source.startsWith("/dev/video") || source.startsWith("/dev/v4l/");
 }
 
-bool IsLive(const QString& source)
+bool IsNetwork(const QString& source)
 {
-    if (IsDevice(source))
-        return true;
-    const QString scheme = source.section("://", 0, 0).toLower();
-    return source.contains("://") && scheme != "file";
+    return source.contains("://") && source.section("://", 0, 0).toLower() != "file";
+}
+
+/// What goes away and comes back, and is therefore tried again.
+bool IsTriedAgain(const QString& source)
+{
+    return IsDevice(source) || IsNetwork(source);
+}
+
+/// Why a path is not opened at all: a pipe or a terminal may hold its reader up for ever.
+QString WhyNotOpened(const QString& source)
+{
+    const QFileInfo file(source);
+    const bool opened = IsTriedAgain(source) || !file.exists() || file.isFile() || file.isDir();
+    return opened ? QString() : QObject::tr("It is neither a file nor a camera.");
+}
+
+/// FFmpeg's error for people, who may have named another device than their camera.
+QString OpeningErrorText(const QString& source, int code)
+{
+    if (IsDevice(source) && AVERROR(ENOENT) == code)
+        return QObject::tr("There is no such device.");
+    if (IsDevice(source) && (AVERROR(ENOTTY) == code || AVERROR(EINVAL) == code ||
+                             AVERROR(ENODEV) == code || AVERROR(EISDIR) == code))
+        return QObject::tr("It is no camera.");
+    return ErrorText(code);
 }
 
 struct PacketFree
@@ -71,14 +95,15 @@ public:
         alive();
         AVDictionary* options = nullptr;
         av_dict_set(&options, "rtsp_transport", "tcp", 0);
-        if (IsLive(source))
+        // What has been read in order to probe a live stream is late; a file needs it.
+        if (IsTriedAgain(source) && !source.startsWith("http"))
             av_dict_set(&options, "fflags", "nobuffer", 0);
         const AVInputFormat* const format =
             IsDevice(source) ? av_find_input_format("v4l2") : nullptr;
         int code = avformat_open_input(&m_context, source.toUtf8().constData(), format, &options);
         av_dict_free(&options);
         if (code < 0)
-            return ErrorText(code);
+            return OpeningErrorText(source, code);
         alive();
         code = avformat_find_stream_info(m_context, nullptr);
         if (code < 0)
@@ -93,6 +118,38 @@ public:
     }
 
     const AVStream& stream() const { return *m_context->streams[m_index]; }
+
+    /// Whether it has no beginning and no end. What a server gives as so many bytes is a file.
+    bool live(const QString& source) const
+    {
+        const bool file = nullptr != m_context->pb && avio_size(m_context->pb) > 0;
+        return IsDevice(source) || (IsNetwork(source) && !file);
+    }
+
+    /// Goes to the key frame before a time, in seconds from the start; where that cannot be, the
+    /// start is as good.
+    void seek(double seconds)
+    {
+        const auto start = AV_NOPTS_VALUE == m_context->start_time ? 0 : m_context->start_time;
+        const auto time = start + static_cast<std::int64_t>(seconds * AV_TIME_BASE);
+        alive();
+        av_seek_frame(m_context, -1, time, AVSEEK_FLAG_BACKWARD);
+    }
+
+    /// Seconds from the start of the source to a packet.
+    double position(const AVPacket& packet) const
+    {
+        const AVRational unit = stream().time_base;
+        const std::int64_t stamp = AV_NOPTS_VALUE == packet.dts ? packet.pts : packet.dts;
+        if (AV_NOPTS_VALUE == stamp)
+            return 0.0;
+        const auto start = AV_NOPTS_VALUE == m_context->start_time ? 0 : m_context->start_time;
+        return static_cast<double>(stamp) * av_q2d(unit) -
+               static_cast<double>(start) / AV_TIME_BASE;
+    }
+
+    /// What went wrong where a demultiplexer says no more than that there is no more; 0 if nothing.
+    int transportError() const { return nullptr == m_context->pb ? 0 : m_context->pb->error; }
 
     StreamInfo info(bool live) const
     {
@@ -315,7 +372,6 @@ bool StreamReader::waitFor(double seconds)
 void StreamReader::run()
 {
     avdevice_register_all();
-    const bool live = IsLive(m_source);
     double retry = CONST_FIRST_RETRY_SECONDS;
     emit stateChanged(StreamState::Connecting, {});
     while (!m_stop) {
@@ -324,17 +380,18 @@ void StreamReader::run()
         const End end = playOnce(&why);
         if (End::Stopped == end)
             return;
-        if (!live) {
-            if (End::Broken == end) {
-                emit stateChanged(StreamState::Failed, why);
+        if (End::Finished == end && m_loop) {
+            m_position = 0.0;
+            if (!waitFor(CONST_DEFAULT_PERIOD))  // the time of the last picture
                 return;
-            }
-            if (m_loop) {
-                if (!waitFor(CONST_DEFAULT_PERIOD))  // the time of the last picture
-                    return;
-                continue;
-            }
+            continue;
+        }
+        if (End::Finished == end) {
             emit stateChanged(StreamState::Ended, {});
+            return;
+        }
+        if (!IsTriedAgain(m_source)) {
+            emit stateChanged(StreamState::Failed, why);
             return;
         }
         if (Seconds(Clock::now() - start).count() > CONST_SILENCE_SECONDS)
@@ -346,31 +403,43 @@ void StreamReader::run()
     }
 }
 
+/// Finished is said of files alone: a live stream that ends has broken.
 StreamReader::End StreamReader::playOnce(QString* why)
 {
-    const bool live = IsLive(m_source);
     Input input(m_stop);
     Output output;
-    *why = input.open(m_source);
+    *why = WhyNotOpened(m_source);
+    if (why->isEmpty())
+        *why = input.open(m_source);
     if (why->isEmpty())
         *why = output.open(input.stream());
     if (m_stop)
         return End::Stopped;
     if (!why->isEmpty())
         return End::Broken;
+    const bool live = input.live(m_source);
+    if (!live && m_position > 0.0)
+        input.seek(m_position);
     emit opened(input.info(live));
     emit stateChanged(StreamState::Playing, {});
 
     Pace pace;
     const Packet packet(av_packet_alloc());
+    bool any = false;
     for (;;) {
         const int code = input.read(packet.get());
         if (m_stop)
             return End::Stopped;
         if (code < 0) {
-            *why = AVERROR_EOF == code ? tr("The source has ended.") : ErrorText(code);
-            return AVERROR_EOF == code ? End::Finished : End::Broken;
+            const int error = AVERROR_EOF == code ? input.transportError() : code;
+            // A file that is damaged from here on has ended, as far as there is something to see.
+            const bool ended =
+                0 == error || AVERROR_EOF == error || (any && !IsTriedAgain(m_source));
+            *why = ended ? tr("The source has ended.") : ErrorText(error);
+            return ended && !live ? End::Finished : End::Broken;
         }
+        any = true;
+        m_position = input.position(*packet);
         double speed = 1.0;
         if (!live) {
             std::unique_lock<std::mutex> lock(m_mutex);

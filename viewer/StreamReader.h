@@ -29,15 +29,16 @@ struct StreamInfo
     int width = 0;
     int height = 0;
     double rate = 0.0;  ///< pictures a second, 0 where the stream does not say
-    bool live = false;  ///< a camera or a network stream: no pace to keep, none to change
+    bool live = false;  ///< without beginning and end: no pace to keep, none to change
 };
 
 /// Reads a file, a URL (rtsp, http, udp, ...) or a camera device on a thread of its own and hands
 /// its video on as one endless Matroska stream, in blocks, at the pace of its time stamps (files)
 /// or as it comes (live). Nothing is decoded here.
 ///
-/// A live source that ends or drops is opened again, after 1 to 8 seconds; every opening starts a
-/// Matroska stream anew. stop() and the destructor return within a moment whatever the source does.
+/// A camera or an address that ends or drops is opened again, after 1 to 8 seconds, a file on a
+/// server where it had been; every opening starts a Matroska stream anew. stop() and the destructor
+/// return within a moment whatever the source does, but for a name server that does not answer.
 class StreamReader : public QObject
 {
     Q_OBJECT
@@ -60,6 +61,11 @@ public:
 
     /// Lets a paused file go on by one picture.
     void step();
+
+    /// Where a file is, in seconds from its start: the packet read last. Set before the start, it
+    /// is where reading begins, at the key frame before it.
+    double position() const { return m_position; }
+    void setPosition(double seconds) { m_position = seconds; }
 
 signals:
     // From the reader's thread: connect queued, as Qt does by itself for objects of other threads.
@@ -89,6 +95,7 @@ private:
     std::thread m_thread;
     std::atomic<bool> m_stop{false};
     std::atomic<bool> m_loop{false};
+    std::atomic<double> m_position{0.0};
 
     std::mutex m_mutex;
     std::condition_variable m_changed;

@@ -218,19 +218,65 @@ QPointF ToPanorama(Mount mount, const Direction& direction)
     return Mount::Floor == mount ? QPointF(0.5 + turns, rho) : QPointF(0.5 - turns, 1.0 - rho);
 }
 
+QPointF SourcePicture::place(QPointF pixel) const
+{
+    const double scale = std::min(cell.width() / picture.width(), cell.height() / picture.height());
+    const QPointF offset =
+        (pixel + QPointF(0.5, 0.5) - QPointF(picture.width() / 2.0, picture.height() / 2.0)) *
+        scale;
+    return {0.5 + (mirrored ? -1.0 : 1.0) * offset.x() / cell.width(),
+            0.5 + (flipped ? -1.0 : 1.0) * offset.y() / cell.height()};
+}
+
+QPointF SourcePicture::pixel(QPointF place) const
+{
+    const double scale = std::min(cell.width() / picture.width(), cell.height() / picture.height());
+    const QPointF offset((mirrored ? -1.0 : 1.0) * (place.x() - 0.5) * cell.width(),
+                         (flipped ? -1.0 : 1.0) * (place.y() - 0.5) * cell.height());
+    return offset / scale + QPointF(picture.width() / 2.0, picture.height() / 2.0) -
+           QPointF(0.5, 0.5);
+}
+
 QVector<QVector<QPointF>> TurnedLine(const QVector<QPointF>& line, double degrees)
 {
     constexpr double CONST_HALF_WIDTH = 0.5;
     QVector<QVector<QPointF>> pieces;
     for (const QPointF& point : line) {
         const double x = point.x() + degrees / 360.0;
-        const QPointF turned(x - std::floor(x), point.y());
+        const double within = x - std::floor(x);
+        const QPointF turned(0.0 == within && x >= 1.0 ? 1.0 : within, point.y());
         // Two neighbours are never half a panorama apart, unless the seam lies between them.
-        if (pieces.isEmpty() || std::abs(turned.x() - pieces.last().last().x()) > CONST_HALF_WIDTH)
+        const double step = pieces.isEmpty() ? 0.0 : turned.x() - pieces.last().last().x();
+        if (std::abs(step) > CONST_HALF_WIDTH) {
+            const double seam = step < 0.0 ? 1.0 : 0.0;
+            const QPointF before = pieces.last().last();
+            const double way = step < 0.0 ? step + 1.0 : step - 1.0;
+            const double part = 0.0 == way ? 0.0 : (seam - before.x()) / way;
+            const double y = before.y() + part * (turned.y() - before.y());
+            pieces.last().append({seam, y});
+            pieces.append({{1.0 - seam, y}});
+        }
+        if (pieces.isEmpty())
             pieces.append(QVector<QPointF>());
         pieces.last().append(turned);
     }
     return pieces;
+}
+
+QVector<QPointF> OnPanorama(Mount mount, const QVector<QPointF>& line)
+{
+    constexpr double CONST_STEP =
+        0.01;  // of the fisheye picture; what is straight there is not here
+    QVector<QPointF> points;
+    for (int i = 0; i < line.size(); ++i) {
+        const QPointF from = line[std::max(0, i - 1)];
+        const QPointF way = line[i] - from;
+        const int steps =
+            std::max(1, static_cast<int>(std::ceil(std::hypot(way.x(), way.y()) / CONST_STEP)));
+        for (int step = 1; step <= steps; ++step)
+            points.append(ToPanorama(mount, FromFishEye(from + way * step / steps)));
+    }
+    return points;
 }
 
 }  // namespace viewer

@@ -77,8 +77,26 @@ MoveStep StepBetween(Mount mount, QPointF from, QPointF to);
 Direction FromPanorama(Mount mount, QPointF fraction);
 QPointF ToPanorama(Mount mount, const Direction& direction);
 
+/// The source picture in a cell, in which it keeps its aspect and is shown the right way round.
+struct SourcePicture
+{
+    QSizeF picture;         ///< pixels; above 0
+    QSizeF cell;            ///< of any unit; only the shape counts
+    bool mirrored = false;  ///< the picture has left and right swapped
+    bool flipped = false;   ///< above and below
+
+    /// The fraction of the cell at which a pixel of the picture is seen (pixel centres at whole
+    /// numbers), and the other way round.
+    QPointF place(QPointF pixel) const;
+    QPointF pixel(QPointF place) const;
+};
+
 /// A line of the unturned panorama on one that is turned by `degrees`, in as many pieces as the
-/// seam makes of it.
+/// seam makes of it; they end and begin at the seam.
 QVector<QVector<QPointF>> TurnedLine(const QVector<QPointF>& line, double degrees);
+
+/// A line of the fisheye picture on the unturned panorama, with as many points as it takes to
+/// follow it. Neighbours on either side of the seam are a panorama apart: for TurnedLine.
+QVector<QPointF> OnPanorama(Mount mount, const QVector<QPointF>& line);
 
 }  // namespace viewer

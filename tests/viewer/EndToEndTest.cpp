@@ -13,52 +13,23 @@
 #include "viewer/CameraArea.h"
 #include "viewer/EngineExtras.h"
 #include "viewer/LensDialog.h"
+#include "viewer/Manager.h"
 #include "viewer/ViewGeometry.h"
 
 namespace {
 
+using stage::Apart;
 using stage::Await;
+using stage::Now;
+using stage::SeenAt;
+using stage::ShowsTheTruth;
 using viewer::CellWidget;
 using viewer::Mount;
 using viewer::OverlayKind;
 using viewer::PtzView;
 
-constexpr double CONST_RIGHT = 0.80;  ///< likeness of a picture that is what it must be
+constexpr double CONST_RIGHT = stage::CONST_RIGHT;
 constexpr double CONST_WORSE = 0.08;  ///< how much less of it a wrong one has, even of bare walls
-
-/// The geometry of a view as it is now.
-PtzView Now(stage::Viewer& viewer, int number)
-{
-    const auto look = viewer.camera().lookOf(number).value();
-    return {viewer.camera().settings().mount, look.centre, double(look.zoom),
-            viewer.cell("view", number).size()};
-}
-
-/// Whether the cell comes to show what the engine says that it shows.
-::testing::AssertionResult ShowsTheTruth(stage::Viewer& viewer, int number)
-{
-    const CellWidget& cell = viewer.cell("view", number);
-    double best = 0.0;
-    Await([&] {
-        const QImage image = stage::Grab(cell);
-        best = stage::Likeness(image, stage::ViewOf(viewer.camera(), number, image),
-                               viewer.camera().settings().mount);
-        return best > CONST_RIGHT;
-    });
-    if (best > CONST_RIGHT)
-        return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << "likeness " << best;
-}
-
-QPointF SeenAt(const PtzView& view, const viewer::Direction& direction)
-{
-    return viewer::Locate(view, direction).value_or(QPointF(9.0, 9.0));
-}
-
-double Apart(QPointF a, QPointF b)
-{
-    return std::hypot(a.x() - b.x(), a.y() - b.y());
-}
 
 struct Case
 {
@@ -130,39 +101,14 @@ TEST(Gestures, OnThePanoramaAnOutlineLeadsItsViewToo)
     EXPECT_LT(Apart(there, end), 0.02);
 }
 
-/// How much of a view's border has a line of its colour on the fisheye picture.
-double Traced(stage::Viewer& viewer, int number, const QColor& colour)
-{
-    const QImage image = stage::Grab(viewer.cell("main"));
-    int hits = 0;
-    int all = 0;
-    for (int i = 1; i < 100; ++i) {
-        for (const QPointF& at : {QPointF(i / 100.0, 0.0), QPointF(1.0, i / 100.0),
-                                  QPointF(i / 100.0, 1.0), QPointF(0.0, i / 100.0)}) {
-            const QPointF point = viewer::ToFishEye(viewer::DirectionAt(Now(viewer, number), at));
-            if (Apart(point, {0.5, 0.5}) > 0.495)
-                continue;
-            const QPointF place = viewer.cell("main").fromSquare(point);
-            const QPoint pixel(int(place.x() * image.width()), int(place.y() * image.height()));
-            ++all;
-            bool hit = false;
-            for (int dx = -2; dx <= 2; ++dx)
-                for (int dy = -2; dy <= 2; ++dy)
-                    hit |= image.pixelColor(pixel + QPoint(dx, dy)) == colour;
-            hits += hit ? 1 : 0;
-        }
-    }
-    return double(hits) / all;
-}
-
 TEST(Outlines, LieWhereTheViewLooksAlsoAfterADrag)
 {
     stage::Viewer viewer(Mount::Ceiling, "fisheye+3", OverlayKind::Traced);
     const QColor red("#ff5a5a");
     viewer.camera().turnTo(0, {viewer.camera().lookOf(0)->centre, 6000});
-    EXPECT_TRUE(Await([&] { return Traced(viewer, 0, red) > 0.9; }));
+    EXPECT_TRUE(Await([&] { return stage::Traced(viewer, 0, "main", red) > 0.9; }));
     stage::Drag(viewer.cell("view", 0), {0.3, 0.5}, {0.8, 0.4});
-    EXPECT_TRUE(Await([&] { return Traced(viewer, 0, red) > 0.9; }));
+    EXPECT_TRUE(Await([&] { return stage::Traced(viewer, 0, "main", red) > 0.9; }));
 }
 
 TEST(Pictures, ThePanoramaIsTheRoomAndNotItsMirrorImage)
@@ -182,23 +128,164 @@ TEST(Pictures, ThePanoramaIsTheRoomAndNotItsMirrorImage)
     }
 }
 
+bool ShowsHalf(stage::Viewer& viewer, const QString& name, double degrees)
+{
+    const Mount mount = viewer.camera().settings().mount;
+    optics::ViewParameters view;
+    view.eKind = optics::ViewKind::Half;
+    view.eMount = stage::MountOf(mount);
+    view.dAngleDeg = degrees;
+    return Await(
+        [&] { return stage::Likeness(stage::Grab(viewer.cell(name)), view, mount) > CONST_RIGHT; });
+}
+
+TEST(Pictures, TheTwoHalvesTurnAllTheWayRound)
+{
+    for (const int way : {1, -1}) {
+        stage::Viewer viewer(Mount::Ceiling, "double180");
+        for (int i = 1; i <= 4; ++i) {  // 108 degrees each
+            const QPointF from(0.5 - way * 0.3, 0.5);
+            stage::Drag(viewer.cell("half"), from, from + QPointF(way * 0.6, 0.0));
+            EXPECT_TRUE(ShowsHalf(viewer, "half", way * 108 * i)) << way * 108 * i;
+            EXPECT_TRUE(ShowsHalf(viewer, "other-half", way * 108 * i + 180)) << way * 108 * i;
+        }
+    }
+}
+
+TEST(Pictures, AWallCameraHasOneHalfWhereOthersHaveTwo)
+{
+    stage::Viewer viewer(Mount::Wall, "double180");
+    EXPECT_FALSE(viewer.cell("other-half").isVisible());
+    EXPECT_TRUE(ShowsHalf(viewer, "half", 0));
+    EXPECT_GT(viewer.cell("half").width(), viewer.camera().width() * 0.9);
+    stage::Drag(viewer.cell("half"), {0.3, 0.5}, {0.5, 0.5});
+    EXPECT_TRUE(ShowsHalf(viewer, "half", 36));
+    for (int i = 0; i < 2; ++i)  // it ends where there is nothing more to see
+        stage::Drag(viewer.cell("half"), {0.1, 0.5}, {0.9, 0.5});
+    EXPECT_TRUE(ShowsHalf(viewer, "half", 90));
+}
+
+struct Hanging
+{
+    const char* name;
+    const char* filter;
+    bool mirrored;
+    bool flipped;
+};
+
+class Orientations : public ::testing::TestWithParam<Hanging>
+{};
+
+TEST_P(Orientations, PicturesGesturesAndOutlinesAreThoseOfTheRoom)
+{
+    const QString clip =
+        stage::Made(QString("room-%1.mkv").arg(GetParam().name),
+                    {"-i", stage::RoomClip(Mount::Ceiling), "-vf", GetParam().filter, "-c:v",
+                     "libx264", "-qp", "16", "-pix_fmt", "yuv420p"});
+    stage::Viewer viewer(clip, "fisheye+3", OverlayKind::Traced);
+    if (GetParam().mirrored)
+        stage::ActionOf(viewer, "The picture is mirrored").trigger();
+    if (GetParam().flipped)
+        stage::ActionOf(viewer, "The picture is upside down").trigger();
+    EXPECT_TRUE(ShowsTheTruth(viewer, 0));
+
+    const PtzView before = Now(viewer, 0);
+    const viewer::Direction grabbed = viewer::DirectionAt(before, {0.4, 0.5});
+    stage::Drag(viewer.cell("view", 0), {0.4, 0.5}, {0.6, 0.45});
+    EXPECT_LT(Apart(SeenAt(Now(viewer, 0), grabbed), {0.6, 0.45}), 0.08);
+    EXPECT_TRUE(ShowsTheTruth(viewer, 0));
+    EXPECT_TRUE(Await([&] { return stage::Traced(viewer, 0, "main", "#ff5a5a") > 0.9; }));
+
+    CellWidget& picture = viewer.cell("main");
+    const QPointF start = viewer.camera().lookOf(2)->centre;
+    stage::Drag(picture, picture.fromSquare(start), picture.fromSquare({0.72, 0.45}));
+    EXPECT_LT(Apart(viewer.camera().lookOf(2)->centre, {0.72, 0.45}), 0.01);
+    EXPECT_TRUE(ShowsTheTruth(viewer, 2));
+}
+
+INSTANTIATE_TEST_SUITE_P(OfTheCamera, Orientations,
+                         ::testing::Values(Hanging{"mirrored", "hflip", true, false},
+                                           Hanging{"flipped", "vflip", false, true},
+                                           Hanging{"turned", "hflip,vflip", true, true}),
+                         [](const auto& info) { return info.param.name; });
+
+TEST(Outlines, LieOnThePanoramaAndOnTheFisheyeWhereBothAreShown)
+{
+    stage::Viewer viewer(Mount::Ceiling, "panorama+fisheye+4", OverlayKind::Traced);
+    const QColor red("#ff5a5a");
+    viewer.camera().turnTo(0, {{0.55, 0.8}, 6000});
+    EXPECT_TRUE(Await([&] { return stage::Traced(viewer, 0, "main", red) > 0.9; }));
+    EXPECT_TRUE(Await([&] { return stage::Traced(viewer, 0, "panorama", red) > 0.9; }));
+    const QPointF start =
+        viewer::ToPanorama(Mount::Ceiling, viewer::FromFishEye(viewer.camera().lookOf(0)->centre));
+    stage::Drag(viewer.cell("panorama"), start, start + QPointF(0.1, 0.05));
+    const QPointF there =
+        viewer::ToPanorama(Mount::Ceiling, viewer::FromFishEye(viewer.camera().lookOf(0)->centre));
+    EXPECT_LT(Apart(there, start + QPointF(0.1, 0.05)), 0.02);
+    EXPECT_TRUE(Await([&] { return stage::Traced(viewer, 0, "panorama", red) > 0.9; }));
+    EXPECT_TRUE(Await([&] { return stage::Traced(viewer, 0, "main", red) > 0.9; }));
+}
+
+/// Pixels of a colour in a part of the panorama's width.
+int Coloured(stage::Viewer& viewer, const QColor& colour, double left, double right)
+{
+    const QImage image = stage::Grab(viewer.cell("panorama"));
+    int count = 0;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = int(left * image.width()); x < int(right * image.width()); ++x)
+            count += image.pixelColor(x, y) == colour ? 1 : 0;
+    return count;
+}
+
+TEST(Outlines, OverTheSeamOfThePanoramaAreNeverALineAcross)
+{
+    const QColor red("#ff5a5a");
+    for (const char* const layout : {"panorama+6", "panorama+fisheye+4"}) {
+        for (const OverlayKind kind : {OverlayKind::Traced, OverlayKind::Square}) {
+            stage::Viewer viewer(Mount::Ceiling, layout, kind);
+            for (int i = 1; i < viewer.camera().viewCount(); ++i)  // out of the way
+                viewer.camera().turnTo(i, {{0.5, 0.75}, 500});
+            viewer.camera().turnTo(0, {{0.5, 0.2}, 5000});    // the seam in its middle
+            const bool traced = OverlayKind::Traced == kind;  // the manager cuts squares off there
+            EXPECT_TRUE(Await([&] {
+                const int left = Coloured(viewer, red, 0.0, 0.2);
+                const int right = Coloured(viewer, red, 0.8, 1.0);
+                return traced ? left > 20 && right > 20 : left + right > 20;
+            })) << layout;
+            EXPECT_EQ(Coloured(viewer, red, 0.3, 0.7), 0) << layout;
+            // Turned by half a panorama it is whole, and there is nothing at the seam.
+            stage::Drag(viewer.cell("panorama"), {0.25, 0.1}, {0.75, 0.1});
+            EXPECT_TRUE(Await([&] {
+                return Coloured(viewer, red, 0.3, 0.7) > 40 && 0 == Coloured(viewer, red, 0.0, 0.2);
+            })) << layout;
+        }
+    }
+}
+
+TEST(Outlines, BeyondTheNumberOfCamerasThatCanHaveThemAreMissedAloud)
+{
+    constexpr int CONST_FAR = 1000000;  // no player's id
+    constexpr int CONST_MANY = 300;
+    viewer::Manager& manager = viewer::Manager::instance();
+    for (int i = 0; i < CONST_MANY; ++i)
+        manager.setOutlines(CONST_FAR + i, [](const DrawOutlines&) {});
+    stage::Viewer viewer(Mount::Ceiling, "fisheye+3", OverlayKind::Traced);
+    EXPECT_TRUE(viewer.camera().trouble().contains("too many cameras"));
+    for (int i = 0; i < CONST_MANY; ++i)
+        manager.setOutlines(CONST_FAR + i, nullptr);
+    viewer.camera().chooseLayout("fisheye+8");
+    EXPECT_TRUE(viewer.camera().trouble().isEmpty());
+    EXPECT_TRUE(Await([&] { return stage::Traced(viewer, 0, "main", "#ff5a5a") > 0.9; }));
+}
+
 TEST(Pictures, TheTwoHalvesAreBackToBackAndTurnTogether)
 {
     stage::Viewer viewer(Mount::Ceiling, "double180");
-    const auto shows = [&](const QString& name, double degrees) {
-        optics::ViewParameters view;
-        view.eKind = optics::ViewKind::Half;
-        view.dAngleDeg = degrees;
-        return Await([&] {
-            return stage::Likeness(stage::Grab(viewer.cell(name)), view, Mount::Ceiling) >
-                   CONST_RIGHT;
-        });
-    };
-    EXPECT_TRUE(shows("half", 0));
-    EXPECT_TRUE(shows("other-half", 180));
+    EXPECT_TRUE(ShowsHalf(viewer, "half", 0));
+    EXPECT_TRUE(ShowsHalf(viewer, "other-half", 180));
     stage::Drag(viewer.cell("other-half"), {0.3, 0.5}, {0.55, 0.5});
-    EXPECT_TRUE(shows("half", 45));
-    EXPECT_TRUE(shows("other-half", 225));
+    EXPECT_TRUE(ShowsHalf(viewer, "half", 45));
+    EXPECT_TRUE(ShowsHalf(viewer, "other-half", 225));
 }
 
 TEST(Pictures, ADragTurnsThePanorama)
@@ -271,6 +358,7 @@ TEST(Layouts, AChangeKeepsEachViewsDirection)
     const PtzView first = Now(viewer, 1);
     for (const viewer::Layout& layout : viewer::Layouts())
         viewer.camera().chooseLayout(layout.id);
+    viewer.camera().chooseLayout("quad");
     EXPECT_LT(Apart(Now(viewer, 1).centre, first.centre), 0.001);
     EXPECT_LT(Apart(Now(viewer, 2).centre, {0.3, 0.35}), 0.001);
     EXPECT_EQ(Now(viewer, 2).zoom, 3000);
@@ -321,17 +409,14 @@ TEST(Presets, APatrolGoesFromOneToTheNext)
         viewer.camera().turnTo(0, {places[i], 4000});
         viewer.camera().savePreset(QString::number(i));
     }
-    QAction* patrol = nullptr;
-    for (QAction* const action : viewer.window().actions())
-        patrol = action->text() == "Patrol" ? action : patrol;
-    ASSERT_NE(patrol, nullptr);
-    patrol->trigger();
+    QAction& patrol = stage::ActionOf(viewer, "Patrol");
+    patrol.trigger();
     for (const int i : {0, 1, 0})
         EXPECT_TRUE(Await([&] { return Apart(Now(viewer, 0).centre, places[i]) < 0.001; }));
     stage::Drag(viewer.cell("view", 0), {0.3, 0.5}, {0.7, 0.4});  // the hand has precedence
     const QPointF left = Now(viewer, 0).centre;
     EXPECT_GT(Apart(left, places[0]), 0.01);
-    EXPECT_TRUE(patrol->isChecked());
+    EXPECT_TRUE(patrol.isChecked());
     EXPECT_TRUE(Await([&] { return Apart(Now(viewer, 0).centre, places[1]) < 0.001; }));
 }
 
@@ -409,6 +494,22 @@ TEST(Layouts, HaveSquareViewsWhereThereAreSeveralCells)
     }
 }
 
+TEST(Layouts, ShowWideViewsNeverHigherThanIsNatural)
+{
+    stage::Viewer viewer(Mount::Ceiling, "panorama");
+    viewer.window().resize(700, 900);
+    for (const auto& [layout, cell, shape] :
+         {std::tuple("panorama", "panorama", 3.0), std::tuple("half180", "half", 2.0),
+          std::tuple("double180", "other-half", 2.0)}) {
+        viewer.camera().chooseLayout(layout);
+        const QRect place = viewer.cell(cell).geometry();
+        EXPECT_GE(place.width(), shape * place.height()) << layout;
+        EXPECT_GT(place.width(), viewer.camera().width() * 0.98) << layout;
+        stage::DoubleClick(viewer.cell(cell), {0.5, 0.5});
+        EXPECT_GE(viewer.cell(cell).width(), shape * viewer.cell(cell).height()) << layout;
+    }
+}
+
 TEST(Playing, APauseHoldsThePictureAndAStepGoesOnByOne)
 {
     stage::Viewer viewer(Mount::Ceiling, "fisheye");
@@ -429,7 +530,7 @@ TEST(Troubles, AreToldInPlainWords)
     EXPECT_TRUE(viewer.camera().trouble().contains("at-all.mkv"));
     EXPECT_TRUE(viewer.camera().trouble().contains("No such file"))
         << viewer.camera().trouble().toStdString();
-    viewer.window().openSource(__FILE__);
+    viewer.window().openSource(FISHEYE_HTTP_SERVER);
     EXPECT_TRUE(Await([&] { return viewer.camera().state() == viewer::StreamState::Failed; }));
 }
 
@@ -491,6 +592,7 @@ int main(int argc, char** argv)
         qputenv("QT_XCB_NO_XI2", "1");  // with it the first turn of a wheel only sets its zero
         QCoreApplication::setAttribute(Qt::AA_DontCreateNativeWidgetSiblings);
         QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+        QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
         QApplication application(argc, argv);
         QApplication::setQuitOnLastWindowClosed(false);
         code = RUN_ALL_TESTS();

@@ -11,9 +11,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <QAction>
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
+#include <QFileInfo>
 #include <QMouseEvent>
 #include <QProcess>
 #include <QSettings>
@@ -35,6 +37,7 @@ constexpr std::chrono::seconds CONST_PATIENCE{60};
 constexpr double CONST_TOLERANCE = 0.16;  ///< of red, green and blue together, after the codec
 constexpr int CONST_GRID = 60;            ///< places looked at each way
 constexpr int CONST_DRAG_STEPS = 8;
+constexpr int CONST_DISPLAY_END = 3;  ///< the descriptor on which Xvfb names its display
 
 pid_t s_server = -1;
 xcb_connection_t* s_connection = nullptr;
@@ -111,6 +114,14 @@ Place PlaceOf(const viewer::CellWidget& cell)
     return {corner->dst_x, corner->dst_y, size->width, size->height};
 }
 
+void MovePointer(int x, int y)
+{
+    const Reply<xcb_query_pointer_reply_t> now(
+        xcb_query_pointer_reply(s_connection, xcb_query_pointer(s_connection, s_root), nullptr));
+    if (now->root_x != x || now->root_y != y)  // where it is already it makes no event
+        Fake(XCB_MOTION_NOTIFY, 0, x, y);
+}
+
 }  // namespace
 
 bool StartDisplay()
@@ -120,10 +131,14 @@ bool StartDisplay()
         return false;
     s_server = fork();
     if (s_server == 0) {
-        ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // a server left over would keep the test's output open
-        ::close(ends[0]);
-        const std::string out = std::to_string(ends[1]);
-        if (nullptr != std::freopen("/dev/null", "w", stderr))
+        // A test that dies takes its display along, and the display holds nothing that somebody
+        // waits for: not the output of the test, not what whoever runs it has open.
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        const std::string out = std::to_string(CONST_DISPLAY_END);
+        if (::dup2(ends[1], CONST_DISPLAY_END) >= 0 &&
+            ::close_range(CONST_DISPLAY_END + 1, ~0U, 0) == 0 &&
+            nullptr != std::freopen("/dev/null", "w", stdout) &&
+            nullptr != std::freopen("/dev/null", "w", stderr))
             execlp("Xvfb", "Xvfb", "-displayfd", out.c_str(), "-screen", "0", "2600x2000x24",
                    "-nolisten", "tcp", static_cast<char*>(nullptr));
         _exit(1);
@@ -183,6 +198,20 @@ QString RoomClip(viewer::Mount mount, double seconds)
     return path;
 }
 
+QString Made(const QString& name, const QStringList& arguments)
+{
+    const QString path = QDir(FISHEYE_TEST_FOLDER).filePath(name);
+    if (!QFile::exists(path)) {
+        const QString part =
+            path + "." + QString::number(getpid()) + "." + QFileInfo(name).suffix();
+        QProcess::execute("ffmpeg",
+                          QStringList{"-v", "error", "-y"} + arguments + QStringList{part});
+        QFile::rename(part, path);
+        QFile::remove(part);
+    }
+    return path;
+}
+
 Viewer::Viewer(viewer::Mount mount, const QString& layout, viewer::OverlayKind overlay)
 {
     open(mount, RoomClip(mount), layout, overlay);
@@ -223,15 +252,28 @@ viewer::CellWidget& Viewer::cell(const QString& name, int number)
     throw std::runtime_error("no such cell");
 }
 
+QAction& ActionOf(Viewer& viewer, const QString& text)
+{
+    for (QAction* const action : viewer.window().actions())
+        if (QString(action->text()).remove('&') == text)
+            return *action;
+    throw std::runtime_error("no such action");
+}
+
 void MoveTo(const viewer::CellWidget& cell, QPointF at)
 {
     const Place place = PlaceOf(cell);
-    const int x = place.x + static_cast<int>(at.x() * place.width);
-    const int y = place.y + static_cast<int>(at.y() * place.height);
-    const Reply<xcb_query_pointer_reply_t> now(
-        xcb_query_pointer_reply(s_connection, xcb_query_pointer(s_connection, s_root), nullptr));
-    if (now->root_x != x || now->root_y != y)  // where it is already it makes no event
-        Fake(XCB_MOTION_NOTIFY, 0, x, y);
+    MovePointer(place.x + static_cast<int>(at.x() * place.width),
+                place.y + static_cast<int>(at.y() * place.height));
+}
+
+void Click(const QWidget& widget)
+{
+    const QPoint middle = widget.mapToGlobal(widget.rect().center());
+    const double ratio = widget.devicePixelRatioF();
+    MovePointer(static_cast<int>(middle.x() * ratio), static_cast<int>(middle.y() * ratio));
+    Press();
+    Release();
 }
 
 void Press(int button)
@@ -350,6 +392,67 @@ optics::ViewParameters ViewOf(const viewer::CameraWidget& camera, int number, co
 optics::Mount MountOf(viewer::Mount mount)
 {
     return optics::MountOf(static_cast<int>(mount));
+}
+
+viewer::PtzView Now(Viewer& viewer, int number)
+{
+    const auto look = viewer.camera().lookOf(number).value();
+    return {viewer.camera().settings().mount, look.centre, double(look.zoom),
+            viewer.cell("view", number).size()};
+}
+
+QPointF SeenAt(const viewer::PtzView& view, const viewer::Direction& direction)
+{
+    return viewer::Locate(view, direction).value_or(QPointF(9.0, 9.0));
+}
+
+double Apart(QPointF a, QPointF b)
+{
+    return std::hypot(a.x() - b.x(), a.y() - b.y());
+}
+
+::testing::AssertionResult ShowsTheTruth(Viewer& viewer, int number)
+{
+    const viewer::CellWidget& cell = viewer.cell("view", number);
+    double best = 0.0;
+    Await([&] {
+        const QImage image = Grab(cell);
+        best = Likeness(image, ViewOf(viewer.camera(), number, image),
+                        viewer.camera().settings().mount);
+        return best > CONST_RIGHT;
+    });
+    if (best > CONST_RIGHT)
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << "likeness " << best;
+}
+
+double Traced(Viewer& viewer, int number, const QString& name, const QColor& colour)
+{
+    const viewer::CellWidget& cell = viewer.cell(name);
+    const QImage image = Grab(cell);
+    const viewer::PtzView view = Now(viewer, number);
+    int hits = 0;
+    int all = 0;
+    for (int i = 1; i < 100; ++i) {
+        for (const QPointF& at : {QPointF(i / 100.0, 0.0), QPointF(1.0, i / 100.0),
+                                  QPointF(i / 100.0, 1.0), QPointF(0.0, i / 100.0)}) {
+            const viewer::Direction direction = viewer::DirectionAt(view, at);
+            const QPointF point = viewer::ToFishEye(direction);
+            if (Apart(point, {0.5, 0.5}) > 0.495)
+                continue;
+            const QPointF place = "panorama" == name ? viewer::ToPanorama(view.mount, direction)
+                                                     : cell.fromSquare(point);
+            const QPoint pixel(int(place.x() * image.width()), int(place.y() * image.height()));
+            ++all;
+            bool hit = false;
+            for (int dx = -2; dx <= 2; ++dx)
+                for (int dy = -2; dy <= 2; ++dy)
+                    hit |= image.rect().contains(pixel + QPoint(dx, dy)) &&
+                           image.pixelColor(pixel + QPoint(dx, dy)) == colour;
+            hits += hit ? 1 : 0;
+        }
+    }
+    return 0 == all ? 0.0 : double(hits) / all;
 }
 
 }  // namespace stage

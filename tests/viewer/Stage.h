@@ -4,12 +4,16 @@
 #include <memory>
 #include <optional>
 
+#include <gtest/gtest.h>
+
 #include <QApplication>
 #include <QImage>
+#include <QTimer>
 
 #include "optics/View.h"
 #include "viewer/CameraWidget.h"
 #include "viewer/MainWindow.h"
+#include "viewer/ViewGeometry.h"
 
 /// A display of its own, with a mouse and a keyboard, on which the viewer is put.
 namespace stage {
@@ -21,9 +25,14 @@ void EndDisplay();
 /// Lets the program live until something holds; false where it does not come to hold.
 bool Await(const std::function<bool()>& holds);
 
+constexpr double CONST_RIGHT = 0.80;  ///< likeness of a picture that is what it must be
+
 /// A clip of the room, which is made when it is first asked for. One of a fifth of a second is all
 /// but a still picture.
 QString RoomClip(viewer::Mount mount, double seconds = 0.2);
+
+/// A file that FFmpeg's program makes with these arguments, when it is first asked for.
+QString Made(const QString& name, const QStringList& arguments);
 
 /// The viewer's window with one camera, showing pictures.
 class Viewer
@@ -54,6 +63,25 @@ private:
     std::unique_ptr<viewer::MainWindow> m_window;
 };
 
+/// The entry of a menu, by its text without "&".
+QAction& ActionOf(Viewer& viewer, const QString& text);
+
+/// Waits for a dialog to open, lets it be handled, and goes on waiting. For what opens one and
+/// comes back when it is closed: to be called before.
+template <typename Dialog>
+void WhenOpen(const std::function<void(Dialog&)>& handle)
+{
+    auto* const timer = new QTimer(qApp);
+    QObject::connect(timer, &QTimer::timeout, [timer, handle] {
+        if (auto* const dialog = qobject_cast<Dialog*>(QApplication::activeModalWidget())) {
+            timer->deleteLater();
+            timer->stop();
+            handle(*dialog);
+        }
+    });
+    timer->start(20);
+}
+
 /// The mouse, by X events, in fractions of a cell; each returns once the viewer has heard of it.
 void MoveTo(const viewer::CellWidget& cell, QPointF at);
 void Press(int button = 1);
@@ -63,6 +91,8 @@ void Drag(const viewer::CellWidget& cell, QPointF from, QPointF to, int button =
 /// Notches upwards, or downwards below 0.
 void Wheel(const viewer::CellWidget& cell, QPointF at, int notches);
 void DoubleClick(const viewer::CellWidget& cell, QPointF at);
+/// A click in the middle of any widget that can be seen.
+void Click(const QWidget& widget);
 /// A key by its X keysym.
 void Key(unsigned keysym);
 
@@ -77,5 +107,20 @@ double Likeness(const QImage& image, const optics::ViewParameters& view, viewer:
 optics::ViewParameters ViewOf(const viewer::CameraWidget& camera, int number, const QImage& image);
 
 optics::Mount MountOf(viewer::Mount mount);
+
+/// The geometry of a pan/tilt/zoom view as it is now.
+viewer::PtzView Now(Viewer& viewer, int number);
+
+/// Where a view shows a direction; far outside where it does not.
+QPointF SeenAt(const viewer::PtzView& view, const viewer::Direction& direction);
+
+double Apart(QPointF a, QPointF b);
+
+/// Whether a cell comes to show what the engine says that it shows.
+::testing::AssertionResult ShowsTheTruth(Viewer& viewer, int number);
+
+/// How much of a view's border has a line of its colour on the picture in the cell "main" (fisheye)
+/// or "panorama" (unturned): 0..1.
+double Traced(Viewer& viewer, int number, const QString& cell, const QColor& colour);
 
 }  // namespace stage

@@ -159,11 +159,44 @@ TEST(Panoramas, ALineThatIsTurnedAcrossTheSeamComesInPieces)
     const QVector<QPointF> line = {{0.7, 0.2}, {0.8, 0.3}, {0.9, 0.4}};
     const auto turned = TurnedLine(line, 54.0);  // 0.15 of a turn
     ASSERT_EQ(turned.size(), 2);
-    ASSERT_EQ(turned[0].size(), 2);
-    ASSERT_EQ(turned[1].size(), 1);
+    ASSERT_EQ(turned[0].size(), 3);
+    ASSERT_EQ(turned[1].size(), 2);
     ExpectSame(turned[0][1], QPointF(0.95, 0.3));
-    ExpectSame(turned[1][0], QPointF(0.05, 0.4));
+    ExpectSame(turned[0][2], QPointF(1.0, 0.35));
+    ExpectSame(turned[1][0], QPointF(0.0, 0.35));
+    ExpectSame(turned[1][1], QPointF(0.05, 0.4));
+    const auto back = TurnedLine({{0.05, 0.4}, {0.95, 0.3}}, 0.0);
+    ASSERT_EQ(back.size(), 2);
+    ExpectSame(back[0][1], QPointF(0.0, 0.35));
+    ExpectSame(back[1][0], QPointF(1.0, 0.35));
     EXPECT_EQ(TurnedLine(line, 0.0).size(), 1);
+    EXPECT_EQ(TurnedLine({{0.9, 0.2}, {1.0, 0.2}}, 0.0).size(), 1);
+}
+
+TEST_P(EachMount, AStraightLineOfTheFisheyePictureIsFollowedOnThePanorama)
+{
+    const QVector<QPointF> line = {{0.2, 0.3}, {0.8, 0.35}};
+    const QVector<QPointF> strip = OnPanorama(GetParam(), line);
+    ASSERT_GT(strip.size(), 50);
+    ExpectSame(strip.first(), ToPanorama(GetParam(), FromFishEye(line.first())), 1e-9);
+    ExpectSame(strip.last(), ToPanorama(GetParam(), FromFishEye(line.last())), 1e-9);
+    for (const QPointF& point : strip) {
+        const QPointF at = ToFishEye(FromPanorama(GetParam(), point));
+        EXPECT_NEAR(at.y(), 0.3 + 0.05 * (at.x() - 0.2) / 0.6, 1e-9);
+    }
+}
+
+TEST(SourcePictures, GoThereAndBackHoweverTheCameraHangs)
+{
+    for (const bool mirrored : {false, true}) {
+        for (const bool flipped : {false, true}) {
+            const SourcePicture source{{1000, 800}, {300, 300}, mirrored, flipped};
+            ExpectSame(source.pixel(source.place({123.0, 456.0})), QPointF(123.0, 456.0));
+            ExpectSame(source.place({499.5, 399.5}), QPointF(0.5, 0.5));
+            const QPointF corner = source.place({-0.5, -0.5});  // 300 x 240 in the middle
+            ExpectSame(corner, QPointF(mirrored ? 1.0 : 0.0, flipped ? 0.9 : 0.1));
+        }
+    }
 }
 
 }  // namespace

@@ -1,0 +1,62 @@
+// The program itself, as a script runs it: a picture of its window, and how it leaves.
+#include <gtest/gtest.h>
+
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include "tests/viewer/Stage.h"
+
+namespace {
+
+struct Outcome
+{
+    int code;
+    QString said;
+};
+
+Outcome RunViewer(const QStringList& arguments)
+{
+    QProcess program;
+    program.start(FISHEYE_VIEWER, arguments);
+    program.waitForFinished(-1);
+    return {QProcess::NormalExit == program.exitStatus() ? program.exitCode() : -1,
+            QString::fromLocal8Bit(program.readAllStandardError())};
+}
+
+TEST(Program, LeavesWithAPictureOfItsWindow)
+{
+    const QTemporaryDir folder;
+    const QString out = folder.filePath("window.png");
+    const Outcome run = RunViewer({"--layout", "fisheye+3", "--overlay", "traced", "--snapshot",
+                                   out, "--after", "0.5", stage::RoomClip(viewer::Mount::Ceiling)});
+    EXPECT_EQ(run.code, 0) << run.said.toStdString();
+    const QImage picture(out);
+    EXPECT_GT(picture.width(), 1000);
+    EXPECT_TRUE(picture.allGray() == false);
+}
+
+TEST(Program, FailsAndSaysWhyWhereThereIsNothingToShowOrNowhereToWrite)
+{
+    const QTemporaryDir folder;
+    const QString room = stage::RoomClip(viewer::Mount::Ceiling);
+    const QString damaged = folder.filePath("damaged.mkv");
+    QProcess::execute(
+        "ffmpeg", {"-v", "error", "-i", room, "-c", "copy", "-bsf:v", "noise=amount=1", damaged});
+    const struct
+    {
+        QString source;
+        QString out;
+        const char* words;
+    } cases[] = {{"/nowhere/at-all.mkv", folder.filePath("a.png"), "at-all.mkv"},
+                 {damaged, folder.filePath("b.png"), "without pictures"},
+                 {room, "/nowhere/c.png", "/nowhere/c.png"}};
+    for (const auto& one : cases) {
+        const Outcome run = RunViewer({"--snapshot", one.out, "--after", "0", one.source});
+        EXPECT_EQ(run.code, 1) << one.words;
+        EXPECT_TRUE(run.said.contains("fisheye-viewer: ")) << run.said.toStdString();
+        EXPECT_TRUE(run.said.contains(one.words)) << run.said.toStdString();
+        EXPECT_FALSE(QFile::exists(one.out));
+    }
+}
+
+}  // namespace

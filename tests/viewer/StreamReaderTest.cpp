@@ -1,0 +1,349 @@
+// How streams are read: pace, position, and what is said of sources that do not play. Without
+// engine and windows, so that it runs under every sanitizer.
+#include "viewer/StreamReader.h"
+
+#include <cmath>
+#include <condition_variable>
+#include <cstring>
+#include <mutex>
+
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include "tests/viewer/Server.h"
+
+extern "C" {
+#include <libavformat/avformat.h>
+}
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using viewer::StreamReader;
+using viewer::StreamState;
+
+constexpr double CONST_PERIOD = 0.04;  ///< of the clips' pictures
+
+/// A reader, and what came of it.
+class Reading
+{
+public:
+    explicit Reading(const QString& source)
+        : m_reader(source, [this](const QByteArray& block) { return take(block); })
+    {
+        QObject::connect(
+            &m_reader, &StreamReader::stateChanged, &m_reader,
+            [this](StreamState state, const QString& message) {
+                const std::lock_guard<std::mutex> lock(m_mutex);
+                m_states.push_back(state);
+                m_messages.push_back(message);
+                m_changed.notify_all();
+            },
+            Qt::DirectConnection);
+        QObject::connect(
+            &m_reader, &StreamReader::opened, &m_reader,
+            [this](const viewer::StreamInfo& info) {
+                const std::lock_guard<std::mutex> lock(m_mutex);
+                m_info = info;
+            },
+            Qt::DirectConnection);
+    }
+
+    StreamReader& reader() { return m_reader; }
+
+    /// Waits for a state after the one that was waited for last; its message.
+    QString await(StreamState state)
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, [&] {
+            while (m_next < m_states.size() && m_states[m_next] != state)
+                ++m_next;
+            return m_next < m_states.size();
+        });
+        return m_messages[m_next++];
+    }
+
+    /// Waits for so many blocks of pictures.
+    void awaitPictures(std::size_t count)
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, [&] { return m_pictures >= count; });
+    }
+
+    std::size_t pictures()
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_pictures;
+    }
+
+    viewer::StreamInfo info()
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_info;
+    }
+
+    std::vector<StreamState> states()
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_states;
+    }
+
+    QByteArray bytes()
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_bytes;
+    }
+
+    void refuse(int times) { m_refusals = times; }
+
+private:
+    bool take(const QByteArray& block)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_refusals > 0) {
+            --m_refusals;
+            return false;
+        }
+        m_bytes.append(block);
+        ++m_pictures;
+        m_changed.notify_all();
+        return true;
+    }
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    QByteArray m_bytes;
+    std::size_t m_pictures = 0;
+    std::vector<StreamState> m_states;
+    std::vector<QString> m_messages;
+    std::size_t m_next = 0;
+    viewer::StreamInfo m_info;
+    int m_refusals = 0;
+    StreamReader m_reader;  // last, so that it ends first
+};
+
+/// The times of the pictures in a Matroska stream, in seconds.
+std::vector<double> TimesIn(const QByteArray& bytes)
+{
+    const QTemporaryDir folder;
+    QFile file(folder.filePath("taken.mkv"));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+    file.close();
+    std::vector<double> times;
+    AVFormatContext* context = nullptr;
+    if (avformat_open_input(&context, file.fileName().toUtf8().constData(), nullptr, nullptr) < 0)
+        return times;
+    AVPacket* packet = av_packet_alloc();
+    while (av_read_frame(context, packet) >= 0) {
+        times.push_back(static_cast<double>(packet->pts) * av_q2d(context->streams[0]->time_base));
+        av_packet_unref(packet);
+    }
+    av_packet_free(&packet);
+    avformat_close_input(&context);
+    return times;
+}
+
+/// Ten pictures, a key frame in every five.
+QString Clip()
+{
+    const QString path = QString(FISHEYE_TEST_FOLDER) + "/ten-pictures.mkv";
+    if (!QFile::exists(path)) {
+        const QString part = path + QString::number(getpid()) + ".mkv";
+        QProcess::execute("ffmpeg", {"-v", "error", "-y", "-f", "lavfi", "-i",
+                                     "testsrc=size=192x192:rate=25:duration=0.4", "-c:v", "libx264",
+                                     "-g", "5", "-bf", "0", "-pix_fmt", "yuv420p", part});
+        QFile::rename(part, path);
+        QFile::remove(part);
+    }
+    return path;
+}
+
+class Speeds : public ::testing::TestWithParam<double>
+{};
+
+TEST_P(Speeds, StretchTheTimesOfAFile)
+{
+    Reading reading(Clip());
+    reading.reader().setSpeed(GetParam());
+    reading.reader().start();
+    reading.await(StreamState::Ended);
+    const std::vector<double> times = TimesIn(reading.bytes());
+    ASSERT_EQ(times.size(), 10U);
+    for (std::size_t i = 0; i < times.size(); ++i)
+        EXPECT_NEAR(times[i], CONST_PERIOD * static_cast<double>(i) / GetParam(), 0.0021);
+    EXPECT_FALSE(reading.info().live);
+    EXPECT_EQ(reading.info().codec, "h264");
+}
+
+INSTANTIATE_TEST_SUITE_P(QuarterToFour, Speeds, ::testing::Values(0.25, 0.5, 1.0, 2.0, 4.0),
+                         [](const auto& info) {
+                             return "Percent" + std::to_string(int(info.param * 100));
+                         });
+
+TEST(StreamReader, LosesNothingWhenTheSinkIsFull)
+{
+    Reading reading(Clip());
+    reading.refuse(7);
+    reading.reader().start();
+    reading.await(StreamState::Ended);
+    EXPECT_EQ(TimesIn(reading.bytes()).size(), 10U);
+}
+
+TEST(StreamReader, BeginsAgainAfterTheEnd)
+{
+    Reading reading(Clip());
+    reading.reader().setLoop(true);
+    reading.reader().start();
+    reading.awaitPictures(25);
+    reading.reader().stop();
+    const std::vector<StreamState> states = reading.states();
+    EXPECT_EQ(std::count(states.begin(), states.end(), StreamState::Ended), 0);
+}
+
+TEST(StreamReader, LetsAPausedFileGoOnByOnePictureForAStep)
+{
+    Reading reading(Clip());
+    reading.reader().setPaused(true);
+    reading.reader().start();
+    for (std::size_t i = 1; i <= 3; ++i) {
+        reading.reader().step();
+        reading.awaitPictures(i);
+        EXPECT_EQ(reading.pictures(), i);
+    }
+    reading.reader().setPaused(false);
+    reading.await(StreamState::Ended);
+    EXPECT_EQ(reading.pictures(), 10U);
+}
+
+TEST(StreamReader, BeginsAtTheKeyFrameBeforeItsPosition)
+{
+    Reading reading(Clip());
+    reading.reader().setPosition(0.3);
+    reading.reader().start();
+    reading.await(StreamState::Ended);
+    EXPECT_EQ(TimesIn(reading.bytes()).size(), 5U);
+    EXPECT_NEAR(reading.reader().position(), 0.36, 0.01);
+}
+
+TEST(StreamReader, BeginsAtTheStartWhereThePositionIsBeyondTheEnd)
+{
+    Reading reading(Clip());
+    reading.reader().setLoop(true);
+    reading.reader().setPosition(1e6);
+    reading.reader().start();
+    reading.awaitPictures(10);
+}
+
+TEST(StreamReader, TellsWhatCannotBePlayed)
+{
+    const QTemporaryDir folder;
+    const QString pipe = folder.filePath("pipe");
+    ASSERT_EQ(mkfifo(pipe.toLocal8Bit().constData(), 0600), 0);
+    const std::pair<QString, const char*> sources[] = {
+        {folder.filePath("none.mkv"), "No such file"},
+        {folder.path(), "directory"},
+        {pipe, "neither a file nor a camera"},
+        {"/dev/null", "neither a file nor a camera"},
+        {FISHEYE_HTTP_SERVER, "Invalid data"}};
+    for (const auto& [source, words] : sources) {
+        Reading reading(source);
+        reading.reader().start();
+        EXPECT_THAT(reading.await(StreamState::Failed).toStdString(), HasSubstr(words))
+            << source.toStdString();
+    }
+}
+
+TEST(StreamReader, TellsOfSoundWithoutPictures)
+{
+    const QTemporaryDir folder;
+    const QString sound = folder.filePath("sound.mkv");
+    QProcess::execute("ffmpeg", {"-v", "error", "-f", "lavfi", "-i", "sine=duration=0.2", sound});
+    Reading reading(sound);
+    reading.reader().start();
+    EXPECT_THAT(reading.await(StreamState::Failed).toStdString(), HasSubstr("no video"));
+}
+
+TEST(StreamReader, TellsOfACameraDeviceThatIsNotThereAndTriesItAgain)
+{
+    Reading reading("/dev/video9173");
+    reading.reader().start();
+    EXPECT_THAT(reading.await(StreamState::Reconnecting).toStdString(),
+                HasSubstr("no such device"));
+    reading.await(StreamState::Reconnecting);
+}
+
+TEST(StreamReader, DoesNotWaitForACameraThatAcceptsAndSaysNothing)
+{
+    const int listening = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(::bind(listening, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    ASSERT_EQ(::listen(listening, 1), 0);
+    socklen_t size = sizeof(address);
+    ::getsockname(listening, reinterpret_cast<sockaddr*>(&address), &size);
+    for (const char* const scheme : {"rtsp", "http"}) {
+        Reading reading(QString("%1://127.0.0.1:%2/room").arg(scheme).arg(ntohs(address.sin_port)));
+        reading.reader().start();
+        const int connection = ::accept(listening, nullptr, nullptr);
+        char first = 0;
+        EXPECT_EQ(::recv(connection, &first, 1, 0), 1);  // it has asked, and waits
+        reading.reader().stop();
+        char rest[4096];
+        while (::recv(connection, rest, sizeof(rest), 0) > 0) {
+        }
+        ::close(connection);
+        EXPECT_THAT(reading.states(), ElementsAre(StreamState::Connecting)) << scheme;
+    }
+    ::close(listening);
+}
+
+TEST(StreamReader, PlaysAFileFromAServerAtItsPace)
+{
+    const stage::Server server({FISHEYE_HTTP_SERVER, Clip()});
+    ASSERT_GT(server.port(), 0);
+    Reading reading(QString("http://127.0.0.1:%1/room.mkv").arg(server.port()));
+    reading.reader().setSpeed(2.0);
+    reading.reader().start();
+    reading.await(StreamState::Ended);
+    const std::vector<double> times = TimesIn(reading.bytes());
+    ASSERT_EQ(times.size(), 10U);
+    EXPECT_NEAR(times.back(), 9 * CONST_PERIOD / 2.0, 0.0021);
+    EXPECT_FALSE(reading.info().live);
+}
+
+TEST(StreamReader, GoesOnWhereTheServerBrokeOff)
+{
+    const QString cut = QString::number(QFile(Clip()).size() * 3 / 4);
+    const stage::Server server({FISHEYE_HTTP_SERVER, Clip(), cut});
+    ASSERT_GT(server.port(), 0);
+    Reading reading(QString("http://127.0.0.1:%1/room.mkv").arg(server.port()));
+    reading.reader().start();
+    reading.await(StreamState::Reconnecting);
+    const std::size_t before = reading.pictures();
+    ASSERT_GT(before, 0U);
+    ASSERT_LT(before, 10U);
+    reading.await(StreamState::Ended);
+    EXPECT_EQ(reading.pictures(), before + 10 - (before - 1) / 5 * 5);  // from the key frame before
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    ::testing::InitGoogleMock(&argc, argv);
+    const QCoreApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}
