@@ -75,11 +75,11 @@ PlayClock::Plan PlayClock::Schedule(const Arrival& arrival, Clock::time_point no
 
 /// A sender that is live puts a picture every period, also while the decoder has older ones to
 /// show: after a burst at the beginning, or a stall of the network. A file comes faster or in
-/// blocks of many pictures, or finds the buffer full.
+/// blocks of many pictures, or finds the buffer full. Slow motion falls behind because it should.
 bool PlayClock::IsPaced(const Arrival& arrival, double step)
 {
-    const bool paced = m_running && step > 0.0 && step <= MAX_JUMP && !arrival.refused &&
-                       SecondsOf(arrival.putAt - m_lastPut) > 0.5 * step;
+    const bool paced = m_running && m_speed == 1.0 && step > 0.0 && step <= MAX_JUMP &&
+                       !arrival.refused && SecondsOf(arrival.putAt - m_lastPut) > 0.5 * step;
     m_paced = paced ? std::min(m_paced + 1, PACED_PICTURES) : 0;
     m_lastPut = arrival.putAt;
     return m_paced == PACED_PICTURES;

@@ -391,6 +391,16 @@ TEST_F(Clocks, DelayThatABurstLeftIsTakenBackFromALiveSender)
     }
 }
 
+TEST_F(Clocks, SlowMotionOfALiveStreamIsNotHurried)
+{
+    Put(0.0, 0.0, 0.0);
+    m_clock.SetSpeed(0.5);
+    for (int i = 1; i < 60; ++i) {
+        const double now = (i - 1) * 0.08;
+        EXPECT_NEAR(When(Put(i * 0.04, now, now - i * 0.04).due), i * 0.08, 1e-6);
+    }
+}
+
 TEST_F(Clocks, FileThatWaitsForRoomKeepsItsTime)
 {
     Put(0.0, 0.0, 0.0);
