@@ -19,7 +19,7 @@ for program in build/fuzz/fuzz/fuzz_${2:-*}; do
     name=$(basename "$program")
     mkdir -p "build/fuzz/corpus/$name"
     echo "$name"
-    "$program" -max_total_time="$seconds" -timeout=10 -max_len=16384 -len_control=0 \
+    "$program" -max_total_time="$seconds" -timeout=60 -max_len=16384 -len_control=0 \
         -artifact_prefix="build/fuzz/artifacts/$name-" -print_final_stats=1 -verbosity=0 \
         "build/fuzz/corpus/$name"
 done
