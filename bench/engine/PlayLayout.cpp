@@ -3,7 +3,7 @@
 // 2048x2048 at 25 pictures a second. Prints processor use, memory and latency, and the processor
 // use of the `ffmpeg` program that plays the same stream into the same number of views of the same
 // sizes; a second player shows what each further one costs.
-//   engine_PlayLayout [seconds]
+//   engine_bench [seconds]
 #include <dlfcn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
