@@ -18,10 +18,10 @@ constexpr std::int32_t kLargestStep = 1 << 26;  // between nodes that belong tog
 constexpr std::int32_t kLargestPatch = 1 << 28;  // as Patch says
 constexpr int kMapped = 64;                      // places asked for at once
 constexpr std::int32_t kFarOff = 32767 << 16;
-// Source pixels per view pixel from which a smaller size is taken: half the size as soon as it is
-// nearer to the view's own resolution than the full size is (which also is the quicker one), a
-// quarter only where half the size would alias, because two halvings soften more.
-constexpr double kHalfFrom = 1.5;
+// Source pixels per view pixel from which a smaller size is taken. Bilinear samples of half the
+// size average about four by four pixels: from here on that is nearer to the mean of the view's
+// pixel than two by two of the full size, below it only softens.
+constexpr double kHalfFrom = 2.8;
 constexpr double kQuarterFrom = 4.8;
 // Rows that are a multiple of this many bytes apart compete for the same cache sets and write
 // buffers. Their tiles are drawn to a strip of the cache first, and leave it in longer runs.
