@@ -31,6 +31,7 @@
 #include "viewer/Layouts.h"
 #include "viewer/LensDialog.h"
 #include "viewer/Scene.h"
+#include "viewer/WindowPicture.h"
 
 namespace viewer {
 
@@ -599,7 +600,9 @@ void MainWindow::checkSnapshot()
     }
     m_snapshotTimer->stop();
     QTimer::singleShot(static_cast<int>(m_snapshotAfter * 1000.0), this, [this, fail] {
-        const QPixmap picture = windowHandle()->screen()->grabWindow(winId());
+        QImage picture = PictureOf(winId());
+        if (picture.isNull())
+            picture = windowHandle()->screen()->grabWindow(winId()).toImage();
         if (!picture.save(m_snapshot, "PNG"))
             return fail(tr("The picture could not be written to %1.").arg(m_snapshot));
         QApplication::exit(CONST_EXIT_DONE);
