@@ -89,10 +89,10 @@ class OurLayout
 {
 public:
     OurLayout(PixelFormat format, int size, int threads, const Kernels& kernels)
-        : m_picture(format, size), m_pool(threads), m_kernels(kernels), m_specs(LayoutViews()),
-          m_meshes(m_specs.size())
+        : m_picture(format, size), m_pool(threads), m_kernels(kernels),
+          m_viewSettings(LayoutViews()), m_meshes(m_viewSettings.size())
     {
-        for (std::size_t i = 0; i < m_specs.size(); ++i) {
+        for (std::size_t i = 0; i < m_viewSettings.size(); ++i) {
             Build(i);
             m_views.push_back({&m_meshes[i], m_windows.Pixels(i), m_windows.Line(i)});
         }
@@ -101,9 +101,9 @@ public:
     void Build(std::size_t i)
     {
         const int size = m_picture.Get().width;
-        const ViewSpec& spec = m_specs[i];
-        const ViewMapping mapping(spec, size);
-        m_meshes[i].BuildRows(spec.width, spec.height, size, size,
+        const ViewSettings& settings = m_viewSettings[i];
+        const ViewMapping mapping(settings, size);
+        m_meshes[i].BuildRows(settings.width, settings.height, size, size,
                               [&](const double* x, double y, int count, SourcePoint* out) {
                                   mapping.MapRow(x, y, count, out);
                               });
@@ -111,9 +111,9 @@ public:
 
     void Pan(double degrees)
     {
-        for (std::size_t i = 0; i < m_specs.size(); ++i)
-            if (m_specs[i].kind == Kind::Perspective) {
-                m_specs[i].yaw += degrees;
+        for (std::size_t i = 0; i < m_viewSettings.size(); ++i)
+            if (m_viewSettings[i].kind == Kind::Perspective) {
+                m_viewSettings[i].yaw += degrees;
                 Build(i);
             }
     }
@@ -128,7 +128,7 @@ public:
     /// One perspective view from its new parameters to pixels, the picture being prepared.
     void PanAndDrawOne(double degrees)
     {
-        m_specs[2].yaw += degrees;
+        m_viewSettings[2].yaw += degrees;
         Build(2);
         m_pool.Run(m_meshes[2].Bands(), [&](int band) {
             m_meshes[2].DrawBand(m_kernels, m_frame.Levels(), m_frame.Terms(), band,
@@ -146,15 +146,15 @@ public:
     }
 
     const std::vector<View>& Views() const { return m_views; }
-    const std::vector<ViewSpec>& Specs() const { return m_specs; }
+    const std::vector<ViewSettings>& Settings() const { return m_viewSettings; }
 
     /// The bytes of all views.
     std::vector<std::uint8_t> Bytes() const
     {
         std::vector<std::uint8_t> bytes;
-        for (std::size_t i = 0; i < m_specs.size(); ++i)
+        for (std::size_t i = 0; i < m_viewSettings.size(); ++i)
             bytes.insert(bytes.end(), m_views[i].pixels,
-                         m_views[i].pixels + m_views[i].line * m_specs[i].height);
+                         m_views[i].pixels + m_views[i].line * m_viewSettings[i].height);
         return bytes;
     }
 
@@ -171,7 +171,7 @@ private:
     Pool m_pool;
     Frame m_frame;
     const Kernels& m_kernels;
-    std::vector<ViewSpec> m_specs;
+    std::vector<ViewSettings> m_viewSettings;
     std::vector<Mesh> m_meshes;
     Windows m_windows;
     std::vector<View> m_views;
@@ -230,14 +230,14 @@ void Theirs(benchmark::State& state, std::unique_ptr<Other> (*make)(const Pictur
     OurLayout ours(PixelFormat::I420, size, 1, ReferenceKernels());
     ours.Draw();
     for (std::size_t i = 0; i < ours.Views().size(); ++i) {
-        const ViewSpec& spec = ours.Specs()[i];
+        const ViewSettings& settings = ours.Settings()[i];
         std::ptrdiff_t line = 0;
         const std::uint8_t* const pixels = other->Pixels(i, line);
         const double psnr = Psnr(ours.Views()[i].pixels, ours.Views()[i].line, pixels, line,
-                                 spec.width, spec.height);
+                                 settings.width, settings.height);
         if (std::getenv("DEWARP_BENCH_VERBOSE"))
             std::fprintf(stderr, "view %zu: %.1f dB\n", i, psnr);
-        if (psnr < leastPsnr && !(panoramaDiffers && spec.kind == Kind::Panorama))
+        if (psnr < leastPsnr && !(panoramaDiffers && settings.kind == Kind::Panorama))
             return state.SkipWithError("shows something else");
     }
     for (auto _ : state)

@@ -16,10 +16,11 @@ std::uint8_t Byte(double value)
 
 }  // namespace
 
-ViewMapping::ViewMapping(const ViewSpec& spec, int size)
-    : m_spec(spec), m_size(size), m_centre((size - 1) / 2.0), m_perRadian(size / kPi),
-      m_sinYaw(std::sin(spec.yaw * kPi / 180)), m_cosYaw(std::cos(spec.yaw * kPi / 180)),
-      m_sinPitch(std::sin(spec.pitch * kPi / 180)), m_cosPitch(std::cos(spec.pitch * kPi / 180))
+ViewMapping::ViewMapping(const ViewSettings& settings, int size)
+    : m_settings(settings), m_size(size), m_centre((size - 1) / 2.0), m_perRadian(size / kPi),
+      m_sinYaw(std::sin(settings.yaw * kPi / 180)), m_cosYaw(std::cos(settings.yaw * kPi / 180)),
+      m_sinPitch(std::sin(settings.pitch * kPi / 180)),
+      m_cosPitch(std::cos(settings.pitch * kPi / 180))
 {}
 
 /// Equidistant: radius = theta / 90 degrees x size / 2.
@@ -35,7 +36,7 @@ SourcePoint ViewMapping::Project(double x, double y, double z) const
 
 void ViewMapping::MapRow(const double* x, double y, int count, SourcePoint* out) const
 {
-    if (m_spec.kind == Kind::Circle) {
+    if (m_settings.kind == Kind::Circle) {
         for (int i = 0; i < count; ++i) {
             const double u = 2 * x[i] - 1;
             const double v = 2 * y - 1;
@@ -44,7 +45,7 @@ void ViewMapping::MapRow(const double* x, double y, int count, SourcePoint* out)
         }
         return;
     }
-    if (m_spec.kind == Kind::Panorama) {
+    if (m_settings.kind == Kind::Panorama) {
         const double radius = kPi / 2 * (1 - y) * m_perRadian;
         for (int i = 0; i < count; ++i) {
             const double bearing = kPi * (1 - 2 * x[i]);
@@ -52,20 +53,20 @@ void ViewMapping::MapRow(const double* x, double y, int count, SourcePoint* out)
         }
         return;
     }
-    const double half = 1.0 / std::min(m_spec.width, m_spec.height);
-    const double down = (2 * y - 1) * m_spec.height * half;
+    const double half = 1.0 / std::min(m_settings.width, m_settings.height);
+    const double down = (2 * y - 1) * m_settings.height * half;
     const double py = down * m_cosPitch - m_sinPitch;
     const double pz = m_cosPitch + down * m_sinPitch;
     for (int i = 0; i < count; ++i) {
-        const double right = (2 * x[i] - 1) * m_spec.width * half;
+        const double right = (2 * x[i] - 1) * m_settings.width * half;
         out[i] = Project(right * m_cosYaw + pz * m_sinYaw, py, pz * m_cosYaw - right * m_sinYaw);
     }
 }
 
-std::vector<ViewSpec> LayoutViews()
+std::vector<ViewSettings> LayoutViews()
 {
-    std::vector<ViewSpec> views = {{Kind::Circle, 640, 640, 0, 0},
-                                   {Kind::Panorama, 2048, 512, 0, 0}};
+    std::vector<ViewSettings> views = {{Kind::Circle, 640, 640, 0, 0},
+                                       {Kind::Panorama, 2048, 512, 0, 0}};
     for (const auto& [yaw, pitch] : {std::pair(0., 0.),
                                      {35., 0.},
                                      {-35., 10.},
@@ -81,7 +82,7 @@ std::vector<ViewSpec> LayoutViews()
 std::int64_t LayoutPixels()
 {
     std::int64_t pixels = 0;
-    for (const ViewSpec& view : LayoutViews())
+    for (const ViewSettings& view : LayoutViews())
         pixels += std::int64_t{view.width} * view.height;
     return pixels;
 }
@@ -124,7 +125,7 @@ TestPicture::TestPicture(PixelFormat format, int size)
 
 Windows::Windows()
 {
-    for (const ViewSpec& view : LayoutViews()) {
+    for (const ViewSettings& view : LayoutViews()) {
         m_lines.push_back(view.width * 4);
         m_pixels.emplace_back(static_cast<std::size_t>(view.width) * 4 * view.height);
     }

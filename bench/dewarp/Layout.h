@@ -17,7 +17,7 @@ enum class Kind
 };
 
 /// A view of the layout over a centred 180 degree equidistant circle that fills a square picture.
-struct ViewSpec
+struct ViewSettings
 {
     Kind kind;
     int width, height;
@@ -29,7 +29,7 @@ struct ViewSpec
 class ViewMapping
 {
 public:
-    ViewMapping(const ViewSpec& spec, int size);
+    ViewMapping(const ViewSettings& settings, int size);
 
     /// Source positions of a row of fractions, as Mesh::RowMapping.
     void MapRow(const double* x, double y, int count, SourcePoint* out) const;
@@ -37,13 +37,13 @@ public:
 private:
     SourcePoint Project(double x, double y, double z) const;
 
-    ViewSpec m_spec;
+    ViewSettings m_settings;
     double m_size, m_centre, m_perRadian;
     double m_sinYaw, m_cosYaw, m_sinPitch, m_cosPitch;
 };
 
 /// One fisheye 640 x 640, one panorama 2048 x 512 and eight perspective views 640 x 480.
-std::vector<ViewSpec> LayoutViews();
+std::vector<ViewSettings> LayoutViews();
 
 /// Pixels of all views.
 std::int64_t LayoutPixels();

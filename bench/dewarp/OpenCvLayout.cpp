@@ -16,7 +16,7 @@ struct Maps
 
 /// Maps for a plane of a view: width x height samples over a plane `scale` times smaller than the
 /// picture, its samples centred among their luma samples.
-Maps MapsOf(const ViewSpec& view, int size, int width, int height, int scale)
+Maps MapsOf(const ViewSettings& view, int size, int width, int height, int scale)
 {
     cv::Mat x(height, width, CV_32FC1), y(height, width, CV_32FC1);
     std::vector<double> fractions(width);
@@ -50,18 +50,19 @@ public:
             m_planes[i] = cv::Mat(size, size, CV_8UC1, const_cast<std::uint8_t*>(picture.plane[i]),
                                   static_cast<std::size_t>(picture.lineSize[i]));
         }
-        for (const ViewSpec& spec : LayoutViews()) {
+        for (const ViewSettings& settings : LayoutViews()) {
             View view;
-            view.maps[0] = MapsOf(spec, picture.width, spec.width, spec.height, 1);
-            view.maps[1] = MapsOf(spec, picture.width, spec.width / 2, spec.height / 2, 2);
-            view.yuv.create(spec.height * 3 / 2, spec.width, CV_8UC1);
-            std::uint8_t* const chroma = view.yuv.ptr(spec.height);
-            view.planes[0] = view.yuv.rowRange(0, spec.height);
+            view.maps[0] = MapsOf(settings, picture.width, settings.width, settings.height, 1);
+            view.maps[1] =
+                MapsOf(settings, picture.width, settings.width / 2, settings.height / 2, 2);
+            view.yuv.create(settings.height * 3 / 2, settings.width, CV_8UC1);
+            std::uint8_t* const chroma = view.yuv.ptr(settings.height);
+            view.planes[0] = view.yuv.rowRange(0, settings.height);
             for (int i = 0; i < 2; ++i)
-                view.planes[1 + i] =
-                    cv::Mat(spec.height / 2, spec.width / 2, CV_8UC1,
-                            chroma + static_cast<std::ptrdiff_t>(i) * spec.width * spec.height / 4);
-            view.bgra.create(spec.height, spec.width, CV_8UC4);
+                view.planes[1 + i] = cv::Mat(settings.height / 2, settings.width / 2, CV_8UC1,
+                                             chroma + static_cast<std::ptrdiff_t>(i) *
+                                                          settings.width * settings.height / 4);
+            view.bgra.create(settings.height, settings.width, CV_8UC4);
             m_views.push_back(view);
         }
     }

@@ -15,7 +15,7 @@ namespace dewarp::bench {
 
 namespace {
 
-std::string FilterOf(const ViewSpec& view)
+std::string FilterOf(const ViewSettings& view)
 {
     std::ostringstream text;
     const auto size = [&] { text << ":w=" << view.width << ":h=" << view.height; };
@@ -47,7 +47,7 @@ class V360Layout : public Other
 public:
     V360Layout(const Picture& picture, int threads)
     {
-        const std::vector<ViewSpec> views = LayoutViews();
+        const std::vector<ViewSettings> views = LayoutViews();
         m_graph = avfilter_graph_alloc();
         m_graph->nb_threads = threads;
         std::ostringstream text;
