@@ -28,12 +28,12 @@ bool ByteQueue::Put(const std::uint8_t* data, std::size_t size)
     const std::size_t first = std::min(size, m_ring.size() - end);
     std::memcpy(m_ring.data() + end, data, first);
     std::memcpy(m_ring.data(), data + first, size - first);
-    m_size += size;
     const auto now = Clock::now();
     if (!m_blocks.empty() && now - m_blocks.back().putAt < ONE_TIME)
         m_blocks.back().size += size;
     else
         m_blocks.push_back({size, now});
+    m_size += size;
     const bool wake = m_waiting;
     lock.unlock();
     if (wake)

@@ -28,13 +28,9 @@ ViewSettings SourceView()
     return settings;
 }
 
-/// The circle is looked for in these pictures of a stream: the first ones may be dark, or show what
-/// only looks like one.
-bool IsSearchTime(int picture)
-{
-    constexpr int LAST_SEARCH = 64;
-    return picture <= LAST_SEARCH && (picture & (picture - 1)) == 0;
-}
+/// The circle is looked for in the pictures 1, 2, 4 ... up to this one of a stream: the first ones
+/// may be dark, or show what only looks like one.
+constexpr int LAST_SEARCH = 64;
 
 }  // namespace
 
@@ -451,7 +447,10 @@ void Player::UpdateLens(const Picture& picture, bool fresh)
         std::lock_guard lock(m_drawLock);
         if (m_lens.SetPictureSize(picture.Width(), picture.Height()))
             m_sinceBegin = 0;
-        search = fresh && m_lens.WantsCircle() && IsSearchTime(++m_sinceBegin);
+        if (fresh && m_lens.WantsCircle() && m_sinceBegin < LAST_SEARCH) {
+            ++m_sinceBegin;
+            search = (m_sinceBegin & (m_sinceBegin - 1)) == 0;
+        }
     }
     std::optional<optics::CircleFit> circle;
     if (search)

@@ -115,7 +115,7 @@ private:
     bool m_drawStopped = false;
     std::map<int, std::shared_ptr<View>> m_views;  ///< the main view is among them
     LensSetting m_lens;
-    int m_sinceBegin = 0;  ///< pictures of this stream and size
+    int m_sinceBegin = 0;  ///< pictures of this stream and size, as long as a circle is looked for
 
     // The draw thread's.
     struct Job;

@@ -41,11 +41,16 @@ constexpr std::uint32_t EVENTS = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MAS
 
 class XWindow;
 
-/// A server that leaves a question unanswered, or a picture untaken from the socket, for so long is
-/// given up: nobody who deletes a player waits longer.
+/// A server that for so long neither answers a question nor takes anything from the socket,
+/// although somebody waits for it, is given up.
 constexpr std::chrono::seconds PATIENCE{5};
 
-/// Shuts a connection down, which ends all waiting for it, when one of its waits lasts too long.
+/// A watchdog that wakes so late has slept itself: in a debugger, or on a stopped machine.
+constexpr std::chrono::seconds OVERSLEPT{1};
+
+/// Shuts a connection down, which ends all waiting for it, when no wait comes to its end for too
+/// long. A slow server is none that hangs: what queues behind a large picture has time as long as
+/// the picture gets on.
 class Watchdog
 {
 public:
@@ -75,7 +80,8 @@ private:
     std::mutex m_lock;
     std::condition_variable m_news;
     std::multiset<std::chrono::steady_clock::time_point> m_deadlines;
-    bool m_idle = false;  ///< sleeps until there is a deadline
+    std::chrono::steady_clock::time_point m_progress;  ///< when a wait last came to its end
+    bool m_idle = false;                               ///< sleeps until there is a deadline
     bool m_stopped = false;
     std::thread m_thread;
 };
@@ -206,9 +212,14 @@ void Watchdog::Watch()
             m_idle = false;
             continue;
         }
-        const auto first = *m_deadlines.begin();
-        if (std::chrono::steady_clock::now() < first) {
-            m_news.wait_until(lock, first);
+        const auto due = std::max(*m_deadlines.begin(), m_progress + PATIENCE);
+        const auto now = std::chrono::steady_clock::now();
+        if (now < due) {
+            m_news.wait_until(lock, due);
+            continue;
+        }
+        if (now > due + OVERSLEPT) {  // this process stood still, not the server
+            m_progress = now;
             continue;
         }
         shutdown(m_socket, SHUT_RDWR);
@@ -228,6 +239,7 @@ Watchdog::Wait::~Wait()
 {
     std::lock_guard lock(m_dog.m_lock);
     m_dog.m_deadlines.erase(m_entry);
+    m_dog.m_progress = std::chrono::steady_clock::now();
 }
 
 // ---- Display
@@ -512,6 +524,7 @@ std::uint8_t* XWindow::Pixels(Extent size)
     const std::size_t bytes = std::size_t{4} * size.width * size.height;
     if (!m_display)
         return nullptr;
+    const Watchdog::Wait wait(m_display->Dog());
     if (!m_memory || m_memory->Size() < bytes || m_memory->Size() > 4 * bytes + 65536)
         m_memory = std::make_unique<PixelMemory>(*m_display, bytes);
     m_picture = size;
@@ -526,9 +539,13 @@ void XWindow::Show()
     const Extent window = Size();
     const int x = (window.width - m_picture.width) / 2;
     const int y = (window.height - m_picture.height) / 2;
-    BlackenAround(x, y, window);
+    {
+        const Watchdog::Wait wait(m_display->Dog());
+        BlackenAround(x, y, window);
+    }
     if (m_memory->Segment() == 0)
         return PutStrips(x, y);
+    const Watchdog::Wait wait(m_display->Dog());
     const auto width = static_cast<std::uint16_t>(m_picture.width);
     const auto height = static_cast<std::uint16_t>(m_picture.height);
     std::lock_guard lock(m_putLock);  // the answer may come before the number is kept

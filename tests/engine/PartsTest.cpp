@@ -108,7 +108,8 @@ TEST(ByteQueue, EveryReadTellsWhenItsOwnBytesWerePut)
     const Bytes bytes = Count(300);
     const auto first = Clock::now();
     queue.Put(bytes.data(), 100);
-    while (Clock::now() < first + std::chrono::milliseconds(5))
+    const auto put = Clock::now();
+    while (Clock::now() < put + std::chrono::milliseconds(5))
         std::this_thread::yield();
     const auto second = Clock::now();
     queue.Put(bytes.data(), 200);

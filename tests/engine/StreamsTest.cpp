@@ -384,7 +384,17 @@ TEST_P(NalStreams, GiveEveryPictureWhenPutUnitByUnit)
 {
     Source source;
     RV(RV_Pause)(source.player.Id(), 1);  // nothing is left out for being late
-    for (const std::vector<Bytes>& units : AccessUnits()) {
+    std::vector<std::vector<Bytes>> pictures = AccessUnits();
+    // With one picture waiting nothing more is read: a break between units, which this thread may
+    // make at any time, would be taken for the end of a picture.
+    Bytes first;
+    for (const Bytes& unit : pictures.front())
+        first.insert(first.end(), unit.begin(), unit.end());
+    ASSERT_EQ(source.player.Put(first), 0);
+    while (source.player.Describe().llDecoded == 0)
+        std::this_thread::yield();
+    pictures.erase(pictures.begin());
+    for (const std::vector<Bytes>& units : pictures) {
         for (const Bytes& unit : units)
             ASSERT_EQ(source.player.Put(unit), 0);
     }
