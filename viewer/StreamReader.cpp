@@ -9,6 +9,7 @@
 #include <QFileInfo>
 
 extern "C" {
+#include <libavcodec/avcodec.h>
 #include <libavdevice/avdevice.h>
 #include <libavformat/avformat.h>
 }
@@ -30,6 +31,8 @@ constexpr int CONST_OUTPUT_BUFFER = 64 * 1024;
 
 QString ErrorText(int code)
 {
+    if (AVERROR_EXIT == code)  // the silence has been too long
+        return QObject::tr("Nothing has come from it for %1 seconds.").arg(CONST_SILENCE_SECONDS);
     char text[AV_ERROR_MAX_STRING_SIZE] = {};
     av_strerror(code, text, sizeof(text));
     return QString::fromLocal8Bit(text);
@@ -64,10 +67,23 @@ QString OpeningErrorText(const QString& source, int code)
 {
     if (IsDevice(source) && AVERROR(ENOENT) == code)
         return QObject::tr("There is no such device.");
-    if (IsDevice(source) && (AVERROR(ENOTTY) == code || AVERROR(EINVAL) == code ||
-                             AVERROR(ENODEV) == code || AVERROR(EISDIR) == code))
+    if (IsDevice(source) &&
+        (AVERROR(ENOTTY) == code || AVERROR(ENODEV) == code || AVERROR(EISDIR) == code))
         return QObject::tr("It is no camera.");
+    if (IsDevice(source) && AVERROR(EINVAL) == code)
+        return QObject::tr("It is a camera whose kind of pictures is not known, or none.");
     return ErrorText(code);
+}
+
+/// Why the engine does not play a codec; empty where it does.
+QString WhyNotPlayed(const QString& source, AVCodecID codec)
+{
+    if (AV_CODEC_ID_H264 == codec || AV_CODEC_ID_HEVC == codec || AV_CODEC_ID_MJPEG == codec)
+        return {};
+    if (IsDevice(source) && AV_CODEC_ID_RAWVIDEO == codec)
+        return QObject::tr("The camera gives uncompressed pictures alone, which cannot be shown.");
+    return QObject::tr("Its video is %1; H.264, H.265 and Motion JPEG can be shown.")
+        .arg(QString::fromLatin1(avcodec_get_name(codec)));
 }
 
 struct PacketFree
@@ -90,18 +106,10 @@ public:
     /// Empty on success, else why not.
     QString open(const QString& source)
     {
-        m_context = avformat_alloc_context();
-        m_context->interrupt_callback = {interrupted, this};
-        alive();
-        AVDictionary* options = nullptr;
-        av_dict_set(&options, "rtsp_transport", "tcp", 0);
-        // What has been read in order to probe a live stream is late; a file needs it.
-        if (IsTriedAgain(source) && !source.startsWith("http"))
-            av_dict_set(&options, "fflags", "nobuffer", 0);
-        const AVInputFormat* const format =
-            IsDevice(source) ? av_find_input_format("v4l2") : nullptr;
-        int code = avformat_open_input(&m_context, source.toUtf8().constData(), format, &options);
-        av_dict_free(&options);
+        int code = AVERROR(EINVAL);  // which is what a camera says of a format that it has not
+        for (const char* const pictures : {"h264", "mjpeg", ""})
+            if (AVERROR(EINVAL) == code && (IsDevice(source) || '\0' == *pictures))
+                code = tryToOpen(source, pictures);
         if (code < 0)
             return OpeningErrorText(source, code);
         alive();
@@ -172,6 +180,27 @@ public:
     }
 
 private:
+    /// @param pictures  a device's format, "" for whichever it has first; FFmpeg's error
+    int tryToOpen(const QString& source, const char* pictures)
+    {
+        m_context = avformat_alloc_context();
+        m_context->interrupt_callback = {interrupted, this};
+        alive();
+        AVDictionary* options = nullptr;
+        av_dict_set(&options, "rtsp_transport", "tcp", 0);
+        // What has been read in order to probe a live stream is late; a file needs it.
+        if (IsTriedAgain(source) && !source.startsWith("http"))
+            av_dict_set(&options, "fflags", "nobuffer", 0);
+        if ('\0' != *pictures)
+            av_dict_set(&options, "input_format", pictures, 0);
+        const AVInputFormat* const format =
+            IsDevice(source) ? av_find_input_format("v4l2") : nullptr;
+        const int code =
+            avformat_open_input(&m_context, source.toUtf8().constData(), format, &options);
+        av_dict_free(&options);
+        return code;
+    }
+
     void alive()
     {
         m_deadline = Clock::now() +
@@ -411,6 +440,8 @@ StreamReader::End StreamReader::playOnce(QString* why)
     *why = WhyNotOpened(m_source);
     if (why->isEmpty())
         *why = input.open(m_source);
+    if (why->isEmpty())
+        *why = WhyNotPlayed(m_source, input.stream().codecpar->codec_id);
     if (why->isEmpty())
         *why = output.open(input.stream());
     if (m_stop)

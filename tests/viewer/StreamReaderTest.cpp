@@ -275,6 +275,29 @@ TEST(StreamReader, TellsOfSoundWithoutPictures)
     EXPECT_THAT(reading.await(StreamState::Failed).toStdString(), HasSubstr("no video"));
 }
 
+TEST(StreamReader, TellsOfVideoThatCannotBeShown)
+{
+    const QTemporaryDir folder;
+    for (const char* const codec : {"mpeg4", "rawvideo"}) {
+        const QString clip = folder.filePath(QString(codec) + ".nut");
+        QProcess::execute("ffmpeg", {"-v", "error", "-f", "lavfi", "-i",
+                                     "testsrc=size=64x64:duration=0.2", "-c:v", codec, clip});
+        Reading reading(clip);
+        reading.reader().start();
+        EXPECT_THAT(reading.await(StreamState::Failed).toStdString(),
+                    HasSubstr(std::string("Its video is ") + codec + "; H.264"));
+        EXPECT_EQ(reading.pictures(), 0U);
+    }
+}
+
+TEST(StreamReader, TellsOfAnAddressFromWhichNothingComes)
+{
+    Reading reading("udp://127.0.0.1:0");
+    reading.reader().start();
+    EXPECT_THAT(reading.await(StreamState::Reconnecting).toStdString(),
+                HasSubstr("Nothing has come from it for 10 seconds"));
+}
+
 TEST(StreamReader, TellsOfACameraDeviceThatIsNotThereAndTriesItAgain)
 {
     Reading reading("/dev/video9173");
