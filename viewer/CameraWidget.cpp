@@ -410,6 +410,7 @@ void CameraWidget::chooseMount(Mount mount)
     if (mount == m_settings.mount)
         return;
     m_settings.mount = mount;
+    m_enlarged = nullptr;  // a wall has not every cell
     m_looks.fill(std::nullopt);  // they mean other things now
     m_panoramaDegrees = m_halfDegrees = m_halfSent = 0;
     restart();

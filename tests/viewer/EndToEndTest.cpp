@@ -329,6 +329,17 @@ TEST(Gestures, ADoubleClickEnlargesACellAndPutsItBack)
     EXPECT_TRUE(viewer.cell("view", 0).isVisible());
 }
 
+TEST(Gestures, AnEnlargedCellThatTheNewMountLacksLeavesTheOthers)
+{
+    stage::Viewer viewer(Mount::Ceiling, "double180");
+    stage::DoubleClick(viewer.cell("other-half"), {0.5, 0.5});
+    ASSERT_TRUE(Await([&] { return !viewer.cell("half").isVisible(); }));
+    viewer.camera().chooseMount(Mount::Wall);
+    ASSERT_TRUE(Await([&] { return viewer.camera().showsPictures(); }));
+    EXPECT_TRUE(viewer.cell("half").isVisible());
+    EXPECT_FALSE(viewer.cell("other-half").isVisible());
+}
+
 TEST(Keys, TurnAndSelectViews)
 {
     stage::Viewer viewer(Mount::Ceiling, "quad");
