@@ -23,6 +23,7 @@
 #include <QStatusBar>
 #include <QTimer>
 #include <QToolButton>
+#include <QUrl>
 #include <QWindow>
 
 #include "viewer/CameraArea.h"
@@ -108,13 +109,15 @@ CameraWidget* MainWindow::active() const
 
 void MainWindow::openSource(const QString& source)
 {
-    CameraSettings settings = m_store ? LoadCamera(*m_store, source) : CameraSettings{};
+    const QUrl url(source);
+    const QString name = url.isLocalFile() ? url.toLocalFile() : source;  // desktops give URLs
+    CameraSettings settings = m_store ? LoadCamera(*m_store, name) : CameraSettings{};
     settings.layout = m_options.layout.value_or(settings.layout);
     settings.mount = m_options.mount.value_or(settings.mount);
     settings.overlay = m_options.overlay.value_or(settings.overlay);
     if (m_options.lens)
         settings.lens = m_options.lens;
-    auto* const camera = new CameraWidget(source, settings, m_area);
+    auto* const camera = new CameraWidget(name, settings, m_area);
     follow(camera);
     camera->setLoop(m_loop->isChecked());
     m_area->add(camera);
