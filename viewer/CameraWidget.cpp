@@ -410,7 +410,7 @@ void CameraWidget::chooseMount(Mount mount)
     if (mount == m_settings.mount)
         return;
     m_settings.mount = mount;
-    m_enlarged = nullptr;  // a wall has not every cell
+    m_enlarged = nullptr;        // a wall has not every cell
     m_looks.fill(std::nullopt);  // they mean other things now
     m_panoramaDegrees = m_halfDegrees = m_halfSent = 0;
     restart();
@@ -620,6 +620,8 @@ void CameraWidget::editCircle(bool edit)
     m_editsCircle = edit;
     m_enlarged = nullptr;
     layOut();
+    if (!edit)
+        emit settingsChanged();
 }
 
 SourcePicture CameraWidget::sourcePicture(const RvLens& lens) const

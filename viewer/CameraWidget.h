@@ -97,6 +97,7 @@ public:
 
     /// Shows the source with the image circle on it, which the mouse moves and sizes.
     void editCircle(bool edit);
+    bool editsCircle() const { return m_editsCircle; }
 
 signals:
     void stateChanged();

@@ -128,7 +128,7 @@ void MainWindow::follow(CameraWidget* camera)
     connect(camera, &CameraWidget::stateChanged, this, &MainWindow::showState);
     connect(camera, &CameraWidget::selectionChanged, this, &MainWindow::showState);
     connect(camera, &CameraWidget::settingsChanged, this, [this, camera] {
-        if (m_store)
+        if (m_store && !camera->editsCircle())  // else once the lens is confirmed or taken back
             SaveCamera(*m_store, camera->source(), camera->settings());
         showState();
     });
@@ -536,6 +536,11 @@ void MainWindow::editLens()
     CameraWidget* const camera = active();
     if (nullptr == camera || !camera->showsPictures())
         return;
+    if (auto* const open = camera->findChild<LensDialog*>()) {
+        open->raise();
+        open->activateWindow();
+        return;
+    }
     auto* const dialog = new LensDialog(*camera);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setModal(false);

@@ -14,6 +14,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QSettings>
 #include <QSlider>
 #include <QStatusBar>
 #include <QTemporaryDir>
@@ -305,6 +306,33 @@ TEST(LensDialogs, TellOfAFileThatIsNoCalibrationAndChangeNothing)
     EXPECT_TRUE(told.contains("bad.yml")) << told.toStdString();
     EXPECT_FALSE(viewer.camera().settings().lens.has_value());
     dialog.reject();
+}
+
+TEST(LensDialogs, AreOneForACameraAndKeepNothingUnconfirmed)
+{
+    const QTemporaryDir folder;
+    const QString file = folder.filePath("viewer.ini");
+    const QString clip = stage::RoomClip(Mount::Ceiling);
+    const auto remembered = [&] {
+        QSettings store(file, QSettings::IniFormat);
+        return viewer::LoadCamera(store, clip).lens.has_value();
+    };
+    for (const bool confirms : {false, true}) {
+        viewer::MainWindow window({}, std::make_unique<QSettings>(file, QSettings::IniFormat));
+        window.show();
+        window.openSource(clip);
+        viewer::CameraWidget& camera = *window.cameras().active();
+        ASSERT_TRUE(Await([&] { return camera.showsPictures(); }));
+        for (int i = 0; i < 2; ++i)
+            stage::ActionOf(window, "Lens...").trigger();
+        const auto dialogs = camera.findChildren<viewer::LensDialog*>();
+        ASSERT_EQ(dialogs.size(), 1);
+        ASSERT_TRUE(camera.chooseLens(viewer::extras::LensOf(camera.player())));
+        if (confirms)
+            dialogs.first()->accept();
+        window.cameras().closeActive();
+        EXPECT_EQ(remembered(), confirms);
+    }
 }
 
 struct Turned

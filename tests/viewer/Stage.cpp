@@ -254,7 +254,12 @@ viewer::CellWidget& Viewer::cell(const QString& name, int number)
 
 QAction& ActionOf(Viewer& viewer, const QString& text)
 {
-    for (QAction* const action : viewer.window().actions())
+    return ActionOf(viewer.window(), text);
+}
+
+QAction& ActionOf(viewer::MainWindow& window, const QString& text)
+{
+    for (QAction* const action : window.actions())
         if (QString(action->text()).remove('&') == text)
             return *action;
     throw std::runtime_error("no such action");
