@@ -8,6 +8,7 @@
 #include <QDateTime>
 #include <QDockWidget>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QGridLayout>
 #include <QInputDialog>
 #include <QLabel>
@@ -78,9 +79,9 @@ QToolButton* MakeButton(const QString& text, const QString& tip)
 
 }  // namespace
 
-MainWindow::MainWindow(const Options& options, std::unique_ptr<QSettings> store)
-    : m_options(options), m_store(std::move(store)), m_area(new CameraArea(this)),
-      m_patrolTimer(new QTimer(this)), m_snapshotTimer(new QTimer(this))
+MainWindow::MainWindow(std::unique_ptr<QSettings> store)
+    : m_store(std::move(store)), m_area(new CameraArea(this)), m_patrolTimer(new QTimer(this)),
+      m_snapshotTimer(new QTimer(this))
 {
     setCentralWidget(m_area);
     makeFileMenu();
@@ -107,16 +108,18 @@ CameraWidget* MainWindow::active() const
     return m_area->active();
 }
 
-void MainWindow::openSource(const QString& source)
+void MainWindow::openSource(const QString& source, const Options& options)
 {
     const QUrl url(source);
-    const QString name = url.isLocalFile() ? url.toLocalFile() : source;  // desktops give URLs
+    QString name = url.isLocalFile() ? url.toLocalFile() : source;  // desktops give URLs
+    if (Scene::name() != name && QFileInfo(name).isFile())
+        name = QFileInfo(name).absoluteFilePath();  // remembered wherever it is opened from
     CameraSettings settings = m_store ? LoadCamera(*m_store, name) : CameraSettings{};
-    settings.layout = m_options.layout.value_or(settings.layout);
-    settings.mount = m_options.mount.value_or(settings.mount);
-    settings.overlay = m_options.overlay.value_or(settings.overlay);
-    if (m_options.lens)
-        settings.lens = m_options.lens;
+    settings.layout = options.layout.value_or(settings.layout);
+    settings.mount = options.mount.value_or(settings.mount);
+    settings.overlay = options.overlay.value_or(settings.overlay);
+    if (options.lens)
+        settings.lens = options.lens;
     auto* const camera = new CameraWidget(name, settings, m_area);
     follow(camera);
     camera->setLoop(m_loop->isChecked());

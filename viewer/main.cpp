@@ -79,11 +79,11 @@ int main(int argc, char** argv)
                      ? std::make_unique<QSettings>(QSettings::IniFormat, QSettings::UserScope,
                                                    CONST_NAME, CONST_NAME)
                      : nullptr;
-    viewer::MainWindow window(options, std::move(store));
+    viewer::MainWindow window(std::move(store));
     window.show();
     for (const QString& source :
          options.sources.isEmpty() ? QStringList{viewer::Scene::name()} : options.sources)
-        window.openSource(source);
+        window.openSource(source, options);
     if (!options.snapshot.isEmpty())
         window.leaveWithSnapshot(options.snapshot, options.after);
     return QApplication::exec();

@@ -318,7 +318,7 @@ TEST(LensDialogs, AreOneForACameraAndKeepNothingUnconfirmed)
         return viewer::LoadCamera(store, clip).lens.has_value();
     };
     for (const bool confirms : {false, true}) {
-        viewer::MainWindow window({}, std::make_unique<QSettings>(file, QSettings::IniFormat));
+        viewer::MainWindow window(std::make_unique<QSettings>(file, QSettings::IniFormat));
         window.show();
         window.openSource(clip);
         viewer::CameraWidget& camera = *window.cameras().active();
