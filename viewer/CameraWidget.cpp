@@ -198,6 +198,10 @@ void CameraWidget::play(const QString& path)
         if (reader == m_reader.get())
             m_stream = info;
     });
+    connect(reader, &StreamReader::dropped, this, [this, reader](int blocks) {
+        if (reader == m_reader.get())
+            m_dropped += blocks;
+    });
     m_reader->setLoop(m_loop);
     m_reader->setSpeed(m_speed);
     m_reader->setPosition(m_position);
@@ -224,13 +228,16 @@ void CameraWidget::reopen()
     restart();
 }
 
-/// A file goes on where it was; a pause is taken up again with the first picture.
+/// A file goes on where it was, or from the start where it had ended; a pause is taken up again
+/// with the first picture.
 void CameraWidget::restart()
 {
-    m_position = m_reader && !m_stream.live ? m_reader->position() : 0.0;
+    const bool goesOn = m_reader && !m_stream.live && StreamState::Ended != m_state;
+    m_position = goesOn ? m_reader->position() : 0.0;
     close();
     m_live = false;
     m_stream = {};
+    m_dropped = 0;
     setState(StreamState::Connecting, {});
     open();
 }

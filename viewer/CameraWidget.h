@@ -49,6 +49,8 @@ public:
     bool showsPictures() const { return m_live; }
     /// Whether the stream has played for a while and given none.
     bool pictureless() const { return m_pictureless; }
+    /// Pictures of a live stream for which the engine had no room.
+    int dropped() const { return m_dropped; }
     int player() const { return m_player; }
 
     void chooseLayout(const QString& id);
@@ -202,6 +204,7 @@ private:
     bool m_live = false;
     bool m_pictureless = false;
     bool m_outlined = true;
+    int m_dropped = 0;
     double m_position = 0.0;  ///< seconds, at which a file begins
     bool m_paused = false;
     bool m_loop = true;

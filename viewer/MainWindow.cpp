@@ -425,7 +425,7 @@ void MainWindow::showFigures()
                            .arg(figures->iWidth)
                            .arg(figures->iHeight)
                            .arg(stream.rate > 0.0 ? stream.rate : figures->dFrameRate, 0, 'f', 1)
-                           .arg(figures->llDropped)
+                           .arg(figures->llDropped + camera->dropped())
                            .arg(figures->dDecodeMs, 0, 'f', 1)
                            .arg(figures->dDrawMs, 0, 'f', 1)
                            .arg(figures->dLatencyMs, 0, 'f', 0));

@@ -364,8 +364,9 @@ void StreamReader::setPaused(bool paused)
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_paused != paused)
+            m_steps = 0;
         m_paused = paused;
-        m_steps = 0;
     }
     m_changed.notify_all();
 }

@@ -155,6 +155,21 @@ TEST(Playing, AFileGoesOnWhereItWasWhenItsMountChanges)
     EXPECT_LT(viewer.camera().position(), 9.0);
 }
 
+TEST(Playing, AFileThatHasEndedIsReopenedFromItsStart)
+{
+    const QString clip = stage::Made(
+        "three-seconds.mkv", {"-f", "lavfi", "-i", "testsrc=size=320x320:rate=25:duration=3",
+                              "-c:v", "libx264", "-g", "5", "-pix_fmt", "yuv420p"});
+    stage::Viewer viewer(clip, "fisheye");
+    viewer.camera().setLoop(false);
+    const auto ended = [&] { return viewer.camera().state() == viewer::StreamState::Ended; };
+    ASSERT_TRUE(Await(ended));
+    viewer.camera().setSpeed(0.25);
+    viewer.camera().reopen();
+    EXPECT_LT(viewer.camera().position(), 1.0);
+    EXPECT_TRUE(Await([&] { return viewer.camera().showsPictures(); }));
+}
+
 TEST(FullScreen, ShowsThePicturesAloneAndComesBackAsItWas)
 {
     stage::Viewer viewer(Mount::Ceiling, "quad");

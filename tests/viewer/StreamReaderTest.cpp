@@ -227,6 +227,17 @@ TEST(StreamReader, LetsAPausedFileGoOnByOnePictureForAStep)
     EXPECT_EQ(reading.pictures(), 10U);
 }
 
+TEST(StreamReader, LosesNoStepToAPauseThatIsThereAlready)
+{
+    Reading reading(Clip());
+    for (int i = 0; i < 3; ++i) {
+        reading.reader().setPaused(true);
+        reading.reader().step();
+    }
+    reading.reader().start();
+    reading.awaitPictures(3);
+}
+
 TEST(StreamReader, BeginsAtTheKeyFrameBeforeItsPosition)
 {
     Reading reading(Clip());
