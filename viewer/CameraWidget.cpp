@@ -118,6 +118,7 @@ CameraWidget::CameraWidget(QString source, CameraSettings settings, QWidget* par
     for (int i = 0; i < CONST_VIEWS; ++i)
         m_views[static_cast<std::size_t>(i)] = makeCell("view", i);
     connect(m_main, &CellWidget::resized, this, &CameraWidget::drawOutlines);
+    connect(m_main, &CellWidget::resized, this, &CameraWidget::drawCircle);
 
     m_banner = new QLabel(this);
     m_banner->setAttribute(Qt::WA_DontCreateNativeAncestors);
@@ -273,6 +274,7 @@ void CameraWidget::awaitPicture()
     m_live = true;
     m_pictureless = false;
     placeCells();
+    drawCircle();  // the lens is known with the first picture
     tell();
     setPaused(m_paused);
 }

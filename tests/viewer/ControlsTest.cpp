@@ -375,7 +375,7 @@ TEST_P(LensCircles, FollowTheMouseHoweverTheCameraHangs)
     EXPECT_NEAR(lens().dCentreY - before.dCentreY,
                 (GetParam().flipped ? 0.05 : -0.05) * before.iHeight, 4.0);
     // The cross in the circle's middle is where the hand has taken it.
-    EXPECT_TRUE(Await([&] {
+    const auto crossIsThere = [&] {
         const QImage image = stage::Grab(picture);
         const QPointF place = picture.fromSquare(to);
         const QPoint pixel(int(place.x() * image.width()), int(place.y() * image.height()));
@@ -384,7 +384,10 @@ TEST_P(LensCircles, FollowTheMouseHoweverTheCameraHangs)
                 if (image.pixelColor(pixel + QPoint(dx, dy)) == QColor(Qt::yellow))
                     return true;
         return false;
-    }));
+    };
+    EXPECT_TRUE(Await(crossIsThere));
+    viewer.window().resize(700, 900);
+    EXPECT_TRUE(Await(crossIsThere));
     const QPointF edge = to + QPointF(0.0, 0.45);
     stage::Drag(picture, picture.fromSquare(edge), picture.fromSquare(edge - QPointF(0.0, 0.05)));
     EXPECT_NEAR(lens().dCircleRadius, 0.4 * before.iHeight, 6.0);
