@@ -100,6 +100,8 @@ public:
     /// Shows the source with the image circle on it, which the mouse moves and sizes.
     void editCircle(bool edit);
     bool editsCircle() const { return m_editsCircle; }
+    /// Draws it where the engine has the lens now.
+    void drawCircle();
 
 signals:
     void stateChanged();
@@ -158,7 +160,6 @@ private:
     void drawOutlines();
     void drawFrames();
     void drawBox(const CellWidget* cell, QPointF from, QPointF to);
-    void drawCircle();
 
     SourcePicture sourcePicture(const RvLens& lens) const;
 

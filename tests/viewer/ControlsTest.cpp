@@ -1,5 +1,6 @@
 // What stands round the pictures: the pad, the patrol, playback, full screen, the lens dialog.
 #include <array>
+#include <cmath>
 
 #include <gtest/gtest.h>
 
@@ -320,6 +321,22 @@ TEST(LensDialogs, TellOfAFileThatIsNoCalibrationAndChangeNothing)
     EXPECT_TRUE(Await([&] { return !told.isEmpty(); }));
     EXPECT_TRUE(told.contains("bad.yml")) << told.toStdString();
     EXPECT_FALSE(viewer.camera().settings().lens.has_value());
+    dialog.reject();
+}
+
+TEST(LensDialogs, ShowTheLensThatIsFoundInsteadOfARememberedOne)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    RvLens lens = *viewer::extras::LensOf(viewer.camera().player());
+    const double right = lens.dCircleRadius;
+    lens.dCircleRadius = 200.0;
+    ASSERT_TRUE(viewer.camera().chooseLens(lens));
+    viewer::LensDialog dialog(viewer.camera());
+    dialog.show();
+    const QDoubleSpinBox* const radius = dialog.findChildren<QDoubleSpinBox*>()[3];
+    ASSERT_EQ(radius->value(), 200.0);
+    ButtonOf(dialog, "Find it").click();
+    EXPECT_TRUE(Await([&] { return std::abs(radius->value() - right) < 6.0; })) << radius->value();
     dialog.reject();
 }
 
