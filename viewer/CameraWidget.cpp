@@ -123,6 +123,7 @@ CameraWidget::CameraWidget(QString source, CameraSettings settings, QWidget* par
     m_banner = new QLabel(this);
     m_banner->setAttribute(Qt::WA_DontCreateNativeAncestors);
     m_banner->setAttribute(Qt::WA_NativeWindow);  // so that it can lie above the cells
+    m_banner->setTextFormat(Qt::PlainText);       // names of files and servers are in it
     m_banner->setAlignment(Qt::AlignCenter);
     m_banner->setWordWrap(true);
     m_banner->setMargin(10);

@@ -85,10 +85,10 @@ MainWindow::MainWindow(std::unique_ptr<QSettings> store)
 {
     setCentralWidget(m_area);
     makeFileMenu();
+    makePad();
     makeViewMenu();
     makeCameraMenu();
     makePlaybackMenu();
-    makePad();
     makeSteeringActions();
     makeStatusLine();
     connect(m_area, &CameraArea::activeChanged, this, &MainWindow::showState);
@@ -210,6 +210,9 @@ void MainWindow::makeViewMenu()
     QAction* const grid = add(menu, tr("All cameras in a &grid"), tr("G"), {});
     grid->setCheckable(true);
     connect(grid, &QAction::toggled, m_area, &CameraArea::setGrid);
+    QAction* const pad = findChild<QDockWidget*>("pad")->toggleViewAction();
+    pad->setText(tr("Steering &pad"));
+    menu->addAction(pad);
     QAction* const status = add(menu, tr("&Status line"), {}, {});
     status->setCheckable(true);
     status->setChecked(true);
@@ -522,12 +525,13 @@ void MainWindow::takeSnapshot(bool ofView)
         return;
     const QString name = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation) +
                          QDateTime::currentDateTime().toString("'/fisheye-'yyyyMMdd-HHmmss'.png'");
-    QString path =
-        QFileDialog::getSaveFileName(this, tr("Write a picture"), name, tr("PNG (*.png)"));
-    if (path.isEmpty() || nullptr == active())
+    QFileDialog dialog(this, tr("Write a picture"), name, tr("PNG (*.png)"));
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setDefaultSuffix("png");  // the question whether to overwrite is about the whole name
+    dialog.selectFile(name);
+    if (QDialog::Accepted != dialog.exec() || nullptr == active())
         return;
-    if (!path.endsWith(".png"))
-        path += ".png";
+    const QString path = dialog.selectedFiles().first();
     if (ofView)
         active()->snapshotView(path);
     else

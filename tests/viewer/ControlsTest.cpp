@@ -12,6 +12,7 @@
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
@@ -99,6 +100,34 @@ TEST(Pad, ZoomsAndGoesHome)
     EXPECT_GT(Now(viewer, 0).zoom, closer);
     stage::Click(PadButton(viewer, "Home"));
     EXPECT_EQ(Now(viewer, 0).zoom, 10000);
+}
+
+TEST(Pad, ComesBackFromTheMenuWhenItHasBeenClosed)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    auto* const pad = viewer.window().findChild<QDockWidget*>("pad");
+    pad->close();
+    ASSERT_FALSE(pad->isVisible());
+    for (QMenu* const menu : viewer.window().menuBar()->findChildren<QMenu*>())
+        if (menu->actions().contains(pad->toggleViewAction()))
+            pad->toggleViewAction()->trigger();
+    EXPECT_TRUE(pad->isVisible());
+}
+
+TEST(Snapshots, AreWrittenUnderTheNameThatWasAskedFor)
+{
+    const QTemporaryDir folder;
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    QString written;
+    QObject::connect(&viewer.camera(), &viewer::CameraWidget::snapshotTaken,
+                     [&](const QString& path, bool good) { written = good ? path : "failed"; });
+    stage::WhenOpen<QFileDialog>([&](QFileDialog& files) {
+        files.findChild<QLineEdit*>("fileNameEdit")->setText(folder.filePath("room"));
+        QMetaObject::invokeMethod(&files, "accept", Qt::QueuedConnection);
+    });
+    stage::ActionOf(viewer, "Snapshot of the view...").trigger();
+    ASSERT_TRUE(Await([&] { return !written.isEmpty(); }));
+    EXPECT_EQ(written, folder.filePath("room.png"));
 }
 
 TEST(Pad, MovesFartherAtAHigherSpeed)
