@@ -25,6 +25,7 @@ constexpr double CONST_SILENCE_SECONDS = 10.0;  ///< after which a source counts
 constexpr double CONST_FIRST_RETRY_SECONDS = 1.0;
 constexpr double CONST_LAST_RETRY_SECONDS = 8.0;
 constexpr double CONST_FULL_RETRY_SECONDS = 0.005;
+constexpr double CONST_NO_PICTURE_YET_SECONDS = 0.005;
 constexpr double CONST_FULL_LIVE_SECONDS = 0.2;  ///< a live block that finds no room is dropped
 constexpr double CONST_DEFAULT_PERIOD = 1.0 / 25.0;
 constexpr int CONST_OUTPUT_BUFFER = 64 * 1024;
@@ -98,7 +99,7 @@ using Packet = std::unique_ptr<AVPacket, PacketFree>;
 class StreamReader::Input
 {
 public:
-    explicit Input(const std::atomic<bool>& stop) : m_stop(stop) {}
+    explicit Input(StreamReader& reader) : m_reader(reader) {}
     ~Input() { avformat_close_input(&m_context); }
     Input(const Input&) = delete;
     Input& operator=(const Input&) = delete;
@@ -170,12 +171,18 @@ public:
     /// The next packet of the video, or FFmpeg's error.
     int read(AVPacket* packet)
     {
+        alive();
         for (;;) {
-            alive();
             const int code = av_read_frame(m_context, packet);
+            if (AVERROR(EAGAIN) == code) {  // a device that has none yet
+                if (!m_reader.waitFor(CONST_NO_PICTURE_YET_SECONDS) || 0 != interrupted(this))
+                    return AVERROR_EXIT;
+                continue;
+            }
             if (code < 0 || packet->stream_index == m_index)
                 return code;
             av_packet_unref(packet);
+            alive();
         }
     }
 
@@ -185,12 +192,14 @@ private:
     {
         m_context = avformat_alloc_context();
         m_context->interrupt_callback = {interrupted, this};
+        if (IsDevice(source))
+            m_context->flags |= AVFMT_FLAG_NONBLOCK;  // its driver asks nobody while it waits
         alive();
         AVDictionary* options = nullptr;
         av_dict_set(&options, "rtsp_transport", "tcp", 0);
         // What has been read in order to probe a live stream is late; a file needs it.
         if (IsTriedAgain(source) && !source.startsWith("http"))
-            av_dict_set(&options, "fflags", "nobuffer", 0);
+            av_dict_set(&options, "fflags", "+nobuffer", 0);
         if ('\0' != *pictures)
             av_dict_set(&options, "input_format", pictures, 0);
         const AVInputFormat* const format =
@@ -210,10 +219,10 @@ private:
     static int interrupted(void* self)
     {
         const Input& input = *static_cast<Input*>(self);
-        return input.m_stop || Clock::now() > input.m_deadline ? 1 : 0;
+        return input.m_reader.m_stop || Clock::now() > input.m_deadline ? 1 : 0;
     }
 
-    const std::atomic<bool>& m_stop;
+    StreamReader& m_reader;
     Clock::time_point m_deadline;
     AVFormatContext* m_context = nullptr;
     int m_index = -1;
@@ -436,7 +445,7 @@ void StreamReader::run()
 /// Finished is said of files alone: a live stream that ends has broken.
 StreamReader::End StreamReader::playOnce(QString* why)
 {
-    Input input(m_stop);
+    Input input(*this);
     Output output;
     *why = WhyNotOpened(m_source);
     if (why->isEmpty())
