@@ -38,7 +38,7 @@ if [ $# -eq 0 ] && [ ! -f "$source" ]; then
     mv "$build/room.part.mkv" "$source"
 fi
 
-viewer=("$build/viewer/fisheye-viewer" --layout fisheye+8 --overlay traced)
+viewer=("$build/viewer/fisheye-viewer")
 if [ -n "${DISPLAY:-}" ]; then
     say "The viewer; F1 tells its keys and gestures"
     exec "${viewer[@]}" "$source"

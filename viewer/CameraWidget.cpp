@@ -118,10 +118,12 @@ CameraWidget::CameraWidget(QString source, CameraSettings settings, QWidget* par
     for (int i = 0; i < CONST_VIEWS; ++i)
         m_views[static_cast<std::size_t>(i)] = makeCell("view", i);
     connect(m_main, &CellWidget::resized, this, &CameraWidget::drawOutlines);
+    connect(m_main, &CellWidget::resized, this, &CameraWidget::drawCircle);
 
     m_banner = new QLabel(this);
     m_banner->setAttribute(Qt::WA_DontCreateNativeAncestors);
     m_banner->setAttribute(Qt::WA_NativeWindow);  // so that it can lie above the cells
+    m_banner->setTextFormat(Qt::PlainText);       // names of files and servers are in it
     m_banner->setAlignment(Qt::AlignCenter);
     m_banner->setWordWrap(true);
     m_banner->setMargin(10);
@@ -198,6 +200,10 @@ void CameraWidget::play(const QString& path)
         if (reader == m_reader.get())
             m_stream = info;
     });
+    connect(reader, &StreamReader::dropped, this, [this, reader](int blocks) {
+        if (reader == m_reader.get())
+            m_dropped += blocks;
+    });
     m_reader->setLoop(m_loop);
     m_reader->setSpeed(m_speed);
     m_reader->setPosition(m_position);
@@ -224,13 +230,16 @@ void CameraWidget::reopen()
     restart();
 }
 
-/// A file goes on where it was; a pause is taken up again with the first picture.
+/// A file goes on where it was, or from the start where it had ended; a pause is taken up again
+/// with the first picture.
 void CameraWidget::restart()
 {
-    m_position = m_reader && !m_stream.live ? m_reader->position() : 0.0;
+    const bool goesOn = m_reader && !m_stream.live && StreamState::Ended != m_state;
+    m_position = goesOn ? m_reader->position() : 0.0;
     close();
     m_live = false;
     m_stream = {};
+    m_dropped = 0;
     setState(StreamState::Connecting, {});
     open();
 }
@@ -266,6 +275,7 @@ void CameraWidget::awaitPicture()
     m_live = true;
     m_pictureless = false;
     placeCells();
+    drawCircle();  // the lens is known with the first picture
     tell();
     setPaused(m_paused);
 }
@@ -410,6 +420,7 @@ void CameraWidget::chooseMount(Mount mount)
     if (mount == m_settings.mount)
         return;
     m_settings.mount = mount;
+    m_enlarged = nullptr;        // a wall has not every cell
     m_looks.fill(std::nullopt);  // they mean other things now
     m_panoramaDegrees = m_halfDegrees = m_halfSent = 0;
     restart();
@@ -619,6 +630,8 @@ void CameraWidget::editCircle(bool edit)
     m_editsCircle = edit;
     m_enlarged = nullptr;
     layOut();
+    if (!edit)
+        emit settingsChanged();
 }
 
 SourcePicture CameraWidget::sourcePicture(const RvLens& lens) const

@@ -49,6 +49,8 @@ public:
     bool showsPictures() const { return m_live; }
     /// Whether the stream has played for a while and given none.
     bool pictureless() const { return m_pictureless; }
+    /// Pictures of a live stream for which the engine had no room.
+    int dropped() const { return m_dropped; }
     int player() const { return m_player; }
 
     void chooseLayout(const QString& id);
@@ -97,6 +99,9 @@ public:
 
     /// Shows the source with the image circle on it, which the mouse moves and sizes.
     void editCircle(bool edit);
+    bool editsCircle() const { return m_editsCircle; }
+    /// Draws it where the engine has the lens now.
+    void drawCircle();
 
 signals:
     void stateChanged();
@@ -155,7 +160,6 @@ private:
     void drawOutlines();
     void drawFrames();
     void drawBox(const CellWidget* cell, QPointF from, QPointF to);
-    void drawCircle();
 
     SourcePicture sourcePicture(const RvLens& lens) const;
 
@@ -201,6 +205,7 @@ private:
     bool m_live = false;
     bool m_pictureless = false;
     bool m_outlined = true;
+    int m_dropped = 0;
     double m_position = 0.0;  ///< seconds, at which a file begins
     bool m_paused = false;
     bool m_loop = true;

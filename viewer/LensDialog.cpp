@@ -1,5 +1,8 @@
 #include "viewer/LensDialog.h"
 
+#include <cmath>
+#include <tuple>
+
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QDoubleSpinBox>
@@ -9,6 +12,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSignalBlocker>
+#include <QTimer>
 
 #include "viewer/CameraSettings.h"
 #include "viewer/CameraWidget.h"
@@ -20,6 +24,7 @@ namespace viewer {
 namespace {
 
 constexpr int CONST_KANNALA_BRANDT = 4;
+constexpr int CONST_FOLLOW_MS = 200;  ///< between looks at what the engine has found
 constexpr double CONST_LARGEST_PIXEL = 16384.0;
 
 }  // namespace
@@ -82,6 +87,9 @@ LensDialog::LensDialog(CameraWidget& camera)
         }
         apply();
     });
+    auto* const timer = new QTimer(this);
+    connect(timer, &QTimer::timeout, this, &LensDialog::follow);
+    timer->start(CONST_FOLLOW_MS);
     m_camera.editCircle(true);
     fill(extras::LensOf(m_camera.player()).value_or(UnknownLens()));
 }
@@ -145,6 +153,21 @@ void LensDialog::findIt()
 {
     m_camera.chooseLens(std::nullopt);
     fill(extras::LensOf(m_camera.player()).value_or(m_lens));
+}
+
+/// The engine finds a lens some pictures after it was asked to.
+void LensDialog::follow()
+{
+    const std::optional<RvLens> lens = extras::LensOf(m_camera.player());
+    if (m_camera.settings().lens || !lens || std::isnan(lens->dCentreX))
+        return;
+    const auto numbers = [](const RvLens& of) {
+        return std::tie(of.iModel, of.dFieldOfView, of.dCentreX, of.dCentreY, of.dCircleRadius);
+    };
+    if (numbers(*lens) == numbers(m_lens))
+        return;  // else what is being typed would be lost
+    fill(*lens);
+    m_camera.drawCircle();
 }
 
 void LensDialog::accept()

@@ -31,6 +31,7 @@ private:
     void apply();
     void importFile();
     void findIt();
+    void follow();
 
     CameraWidget& m_camera;
     const std::optional<RvLens> m_before;

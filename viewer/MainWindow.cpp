@@ -8,6 +8,7 @@
 #include <QDateTime>
 #include <QDockWidget>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QGridLayout>
 #include <QInputDialog>
 #include <QLabel>
@@ -23,6 +24,7 @@
 #include <QStatusBar>
 #include <QTimer>
 #include <QToolButton>
+#include <QUrl>
 #include <QWindow>
 
 #include "viewer/CameraArea.h"
@@ -77,16 +79,16 @@ QToolButton* MakeButton(const QString& text, const QString& tip)
 
 }  // namespace
 
-MainWindow::MainWindow(const Options& options, std::unique_ptr<QSettings> store)
-    : m_options(options), m_store(std::move(store)), m_area(new CameraArea(this)),
-      m_patrolTimer(new QTimer(this)), m_snapshotTimer(new QTimer(this))
+MainWindow::MainWindow(std::unique_ptr<QSettings> store)
+    : m_store(std::move(store)), m_area(new CameraArea(this)), m_patrolTimer(new QTimer(this)),
+      m_snapshotTimer(new QTimer(this))
 {
     setCentralWidget(m_area);
     makeFileMenu();
+    makePad();
     makeViewMenu();
     makeCameraMenu();
     makePlaybackMenu();
-    makePad();
     makeSteeringActions();
     makeStatusLine();
     connect(m_area, &CameraArea::activeChanged, this, &MainWindow::showState);
@@ -106,15 +108,19 @@ CameraWidget* MainWindow::active() const
     return m_area->active();
 }
 
-void MainWindow::openSource(const QString& source)
+void MainWindow::openSource(const QString& source, const Options& options)
 {
-    CameraSettings settings = m_store ? LoadCamera(*m_store, source) : CameraSettings{};
-    settings.layout = m_options.layout.value_or(settings.layout);
-    settings.mount = m_options.mount.value_or(settings.mount);
-    settings.overlay = m_options.overlay.value_or(settings.overlay);
-    if (m_options.lens)
-        settings.lens = m_options.lens;
-    auto* const camera = new CameraWidget(source, settings, m_area);
+    const QUrl url(source);
+    QString name = url.isLocalFile() ? url.toLocalFile() : source;  // desktops give URLs
+    if (Scene::name() != name && QFileInfo(name).isFile())
+        name = QFileInfo(name).absoluteFilePath();  // remembered wherever it is opened from
+    CameraSettings settings = m_store ? LoadCamera(*m_store, name) : CameraSettings{};
+    settings.layout = options.layout.value_or(settings.layout);
+    settings.mount = options.mount.value_or(settings.mount);
+    settings.overlay = options.overlay.value_or(settings.overlay);
+    if (options.lens)
+        settings.lens = options.lens;
+    auto* const camera = new CameraWidget(name, settings, m_area);
     follow(camera);
     camera->setLoop(m_loop->isChecked());
     m_area->add(camera);
@@ -125,7 +131,7 @@ void MainWindow::follow(CameraWidget* camera)
     connect(camera, &CameraWidget::stateChanged, this, &MainWindow::showState);
     connect(camera, &CameraWidget::selectionChanged, this, &MainWindow::showState);
     connect(camera, &CameraWidget::settingsChanged, this, [this, camera] {
-        if (m_store)
+        if (m_store && !camera->editsCircle())  // else once the lens is confirmed or taken back
             SaveCamera(*m_store, camera->source(), camera->settings());
         showState();
     });
@@ -204,6 +210,9 @@ void MainWindow::makeViewMenu()
     QAction* const grid = add(menu, tr("All cameras in a &grid"), tr("G"), {});
     grid->setCheckable(true);
     connect(grid, &QAction::toggled, m_area, &CameraArea::setGrid);
+    QAction* const pad = findChild<QDockWidget*>("pad")->toggleViewAction();
+    pad->setText(tr("Steering &pad"));
+    menu->addAction(pad);
     QAction* const status = add(menu, tr("&Status line"), {}, {});
     status->setCheckable(true);
     status->setChecked(true);
@@ -419,7 +428,7 @@ void MainWindow::showFigures()
                            .arg(figures->iWidth)
                            .arg(figures->iHeight)
                            .arg(stream.rate > 0.0 ? stream.rate : figures->dFrameRate, 0, 'f', 1)
-                           .arg(figures->llDropped)
+                           .arg(figures->llDropped + camera->dropped())
                            .arg(figures->dDecodeMs, 0, 'f', 1)
                            .arg(figures->dDrawMs, 0, 'f', 1)
                            .arg(figures->dLatencyMs, 0, 'f', 0));
@@ -516,12 +525,13 @@ void MainWindow::takeSnapshot(bool ofView)
         return;
     const QString name = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation) +
                          QDateTime::currentDateTime().toString("'/fisheye-'yyyyMMdd-HHmmss'.png'");
-    QString path =
-        QFileDialog::getSaveFileName(this, tr("Write a picture"), name, tr("PNG (*.png)"));
-    if (path.isEmpty() || nullptr == active())
+    QFileDialog dialog(this, tr("Write a picture"), name, tr("PNG (*.png)"));
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setDefaultSuffix("png");  // the question whether to overwrite is about the whole name
+    dialog.selectFile(name);
+    if (QDialog::Accepted != dialog.exec() || nullptr == active())
         return;
-    if (!path.endsWith(".png"))
-        path += ".png";
+    const QString path = dialog.selectedFiles().first();
     if (ofView)
         active()->snapshotView(path);
     else
@@ -533,6 +543,11 @@ void MainWindow::editLens()
     CameraWidget* const camera = active();
     if (nullptr == camera || !camera->showsPictures())
         return;
+    if (auto* const open = camera->findChild<LensDialog*>()) {
+        open->raise();
+        open->activateWindow();
+        return;
+    }
     auto* const dialog = new LensDialog(*camera);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setModal(false);

@@ -27,10 +27,11 @@ class MainWindow : public QMainWindow
 
 public:
     /// @param store  what is remembered of the cameras; null: nothing is
-    MainWindow(const Options& options, std::unique_ptr<QSettings> store);
+    explicit MainWindow(std::unique_ptr<QSettings> store);
     ~MainWindow() override;
 
-    void openSource(const QString& source);
+    /// @param options  what the command line wants of this camera, whatever is remembered of it
+    void openSource(const QString& source, const Options& options = {});
     CameraArea& cameras() { return *m_area; }
 
     /// Writes the window to a PNG file once pictures have been shown for a while, and ends the
@@ -67,7 +68,6 @@ private:
     void toggleFullScreen();
     void checkSnapshot();
 
-    const Options m_options;
     const std::unique_ptr<QSettings> m_store;
     CameraArea* m_area;
     QActionGroup* m_layouts = nullptr;

@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QStandardPaths>
+#include <QUuid>
 
 #include "viewer/CameraSettings.h"
 
@@ -32,7 +33,7 @@ Scene::~Scene()
     m_process->disconnect(this);
     m_process->kill();
     m_process->waitForFinished();
-    QFile::remove(m_path + ".part.mkv");
+    QFile::remove(m_part);
 }
 
 QString Scene::name()
@@ -55,22 +56,33 @@ void Scene::make()
         return;
     }
     cache.mkpath(".");
+    // Of its own: another viewer, or another camera of this one, may be making it too.
+    m_part = m_path + "." + QUuid::createUuid().toString(QUuid::WithoutBraces) + ".part.mkv";
     m_process = new QProcess(this);
     connect(m_process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this,
             [this](int code, QProcess::ExitStatus status) {
                 finish(QProcess::NormalExit == status && 0 == code);
             });
+    connect(m_process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
+        if (QProcess::FailedToStart == error)  // then it does not finish
+            finish(false);
+    });
     emit progress(tr("Making the built-in scene; this happens once ..."));
-    m_process->start(maker, {"--mount", WordOf(m_mount), "--size", "1280", "--seconds", "6", "-o",
-                             m_path + ".part.mkv"});
+    m_process->start(
+        maker, {"--mount", WordOf(m_mount), "--size", "1280", "--seconds", "6", "-o", m_part});
 }
 
 void Scene::finish(bool made)
 {
-    const QString said = QString::fromLocal8Bit(m_process->readAllStandardError()).trimmed();
+    QString said = QString::fromLocal8Bit(m_process->readAllStandardError()).trimmed();
+    if (said.isEmpty())
+        said = m_process->errorString();
     m_process->deleteLater();
     m_process = nullptr;
-    if (made && QFile::rename(m_path + ".part.mkv", m_path))
+    // Where the other one was first, its scene is as good.
+    const bool there = (made && QFile::rename(m_part, m_path)) || QFile::exists(m_path);
+    QFile::remove(m_part);
+    if (there)
         emit ready(m_path);
     else
         emit failed(tr("The scene could not be made in %1: %2").arg(m_path, said));

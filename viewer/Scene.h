@@ -35,6 +35,7 @@ private:
 
     const Mount m_mount;
     QString m_path;
+    QString m_part;  ///< what becomes m_path when it is whole
     QProcess* m_process = nullptr;
 };
 

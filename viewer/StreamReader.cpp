@@ -9,6 +9,7 @@
 #include <QFileInfo>
 
 extern "C" {
+#include <libavcodec/avcodec.h>
 #include <libavdevice/avdevice.h>
 #include <libavformat/avformat.h>
 }
@@ -24,12 +25,15 @@ constexpr double CONST_SILENCE_SECONDS = 10.0;  ///< after which a source counts
 constexpr double CONST_FIRST_RETRY_SECONDS = 1.0;
 constexpr double CONST_LAST_RETRY_SECONDS = 8.0;
 constexpr double CONST_FULL_RETRY_SECONDS = 0.005;
+constexpr double CONST_NO_PICTURE_YET_SECONDS = 0.005;
 constexpr double CONST_FULL_LIVE_SECONDS = 0.2;  ///< a live block that finds no room is dropped
 constexpr double CONST_DEFAULT_PERIOD = 1.0 / 25.0;
 constexpr int CONST_OUTPUT_BUFFER = 64 * 1024;
 
 QString ErrorText(int code)
 {
+    if (AVERROR_EXIT == code)  // the silence has been too long
+        return QObject::tr("Nothing has come from it for %1 seconds.").arg(CONST_SILENCE_SECONDS);
     char text[AV_ERROR_MAX_STRING_SIZE] = {};
     av_strerror(code, text, sizeof(text));
     return QString::fromLocal8Bit(text);
@@ -64,10 +68,23 @@ QString OpeningErrorText(const QString& source, int code)
 {
     if (IsDevice(source) && AVERROR(ENOENT) == code)
         return QObject::tr("There is no such device.");
-    if (IsDevice(source) && (AVERROR(ENOTTY) == code || AVERROR(EINVAL) == code ||
-                             AVERROR(ENODEV) == code || AVERROR(EISDIR) == code))
+    if (IsDevice(source) &&
+        (AVERROR(ENOTTY) == code || AVERROR(ENODEV) == code || AVERROR(EISDIR) == code))
         return QObject::tr("It is no camera.");
+    if (IsDevice(source) && AVERROR(EINVAL) == code)
+        return QObject::tr("It is a camera whose kind of pictures is not known, or none.");
     return ErrorText(code);
+}
+
+/// Why the engine does not play a codec; empty where it does.
+QString WhyNotPlayed(const QString& source, AVCodecID codec)
+{
+    if (AV_CODEC_ID_H264 == codec || AV_CODEC_ID_HEVC == codec || AV_CODEC_ID_MJPEG == codec)
+        return {};
+    if (IsDevice(source) && AV_CODEC_ID_RAWVIDEO == codec)
+        return QObject::tr("The camera gives uncompressed pictures alone, which cannot be shown.");
+    return QObject::tr("Its video is %1; H.264, H.265 and Motion JPEG can be shown.")
+        .arg(QString::fromLatin1(avcodec_get_name(codec)));
 }
 
 struct PacketFree
@@ -82,7 +99,7 @@ using Packet = std::unique_ptr<AVPacket, PacketFree>;
 class StreamReader::Input
 {
 public:
-    explicit Input(const std::atomic<bool>& stop) : m_stop(stop) {}
+    explicit Input(StreamReader& reader) : m_reader(reader) {}
     ~Input() { avformat_close_input(&m_context); }
     Input(const Input&) = delete;
     Input& operator=(const Input&) = delete;
@@ -90,18 +107,10 @@ public:
     /// Empty on success, else why not.
     QString open(const QString& source)
     {
-        m_context = avformat_alloc_context();
-        m_context->interrupt_callback = {interrupted, this};
-        alive();
-        AVDictionary* options = nullptr;
-        av_dict_set(&options, "rtsp_transport", "tcp", 0);
-        // What has been read in order to probe a live stream is late; a file needs it.
-        if (IsTriedAgain(source) && !source.startsWith("http"))
-            av_dict_set(&options, "fflags", "nobuffer", 0);
-        const AVInputFormat* const format =
-            IsDevice(source) ? av_find_input_format("v4l2") : nullptr;
-        int code = avformat_open_input(&m_context, source.toUtf8().constData(), format, &options);
-        av_dict_free(&options);
+        int code = AVERROR(EINVAL);  // which is what a camera says of a format that it has not
+        for (const char* const pictures : {"h264", "mjpeg", ""})
+            if (AVERROR(EINVAL) == code && (IsDevice(source) || '\0' == *pictures))
+                code = tryToOpen(source, pictures);
         if (code < 0)
             return OpeningErrorText(source, code);
         alive();
@@ -162,16 +171,45 @@ public:
     /// The next packet of the video, or FFmpeg's error.
     int read(AVPacket* packet)
     {
+        alive();
         for (;;) {
-            alive();
             const int code = av_read_frame(m_context, packet);
+            if (AVERROR(EAGAIN) == code) {  // a device that has none yet
+                if (!m_reader.waitFor(CONST_NO_PICTURE_YET_SECONDS) || 0 != interrupted(this))
+                    return AVERROR_EXIT;
+                continue;
+            }
             if (code < 0 || packet->stream_index == m_index)
                 return code;
             av_packet_unref(packet);
+            alive();
         }
     }
 
 private:
+    /// @param pictures  a device's format, "" for whichever it has first; FFmpeg's error
+    int tryToOpen(const QString& source, const char* pictures)
+    {
+        m_context = avformat_alloc_context();
+        m_context->interrupt_callback = {interrupted, this};
+        if (IsDevice(source))
+            m_context->flags |= AVFMT_FLAG_NONBLOCK;  // its driver asks nobody while it waits
+        alive();
+        AVDictionary* options = nullptr;
+        av_dict_set(&options, "rtsp_transport", "tcp", 0);
+        // What has been read in order to probe a live stream is late; a file needs it.
+        if (IsTriedAgain(source) && !source.startsWith("http"))
+            av_dict_set(&options, "fflags", "+nobuffer", 0);
+        if ('\0' != *pictures)
+            av_dict_set(&options, "input_format", pictures, 0);
+        const AVInputFormat* const format =
+            IsDevice(source) ? av_find_input_format("v4l2") : nullptr;
+        const int code =
+            avformat_open_input(&m_context, source.toUtf8().constData(), format, &options);
+        av_dict_free(&options);
+        return code;
+    }
+
     void alive()
     {
         m_deadline = Clock::now() +
@@ -181,10 +219,10 @@ private:
     static int interrupted(void* self)
     {
         const Input& input = *static_cast<Input*>(self);
-        return input.m_stop || Clock::now() > input.m_deadline ? 1 : 0;
+        return input.m_reader.m_stop || Clock::now() > input.m_deadline ? 1 : 0;
     }
 
-    const std::atomic<bool>& m_stop;
+    StreamReader& m_reader;
     Clock::time_point m_deadline;
     AVFormatContext* m_context = nullptr;
     int m_index = -1;
@@ -335,8 +373,9 @@ void StreamReader::setPaused(bool paused)
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_paused != paused)
+            m_steps = 0;
         m_paused = paused;
-        m_steps = 0;
     }
     m_changed.notify_all();
 }
@@ -406,11 +445,13 @@ void StreamReader::run()
 /// Finished is said of files alone: a live stream that ends has broken.
 StreamReader::End StreamReader::playOnce(QString* why)
 {
-    Input input(m_stop);
+    Input input(*this);
     Output output;
     *why = WhyNotOpened(m_source);
     if (why->isEmpty())
         *why = input.open(m_source);
+    if (why->isEmpty())
+        *why = WhyNotPlayed(m_source, input.stream().codecpar->codec_id);
     if (why->isEmpty())
         *why = output.open(input.stream());
     if (m_stop)

@@ -7,6 +7,8 @@
 #include <QSettings>
 #include <QStyleFactory>
 
+#include <xcb/xcb.h>
+
 #include "viewer/CommandLine.h"
 #include "viewer/MainWindow.h"
 #include "viewer/Scene.h"
@@ -26,6 +28,15 @@ viewer::CommandLine Read(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
     return viewer::ReadCommandLine(QCoreApplication::arguments());
+}
+
+/// Qt aborts where there is none.
+bool DisplayAnswers()
+{
+    xcb_connection_t* const connection = xcb_connect(nullptr, nullptr);
+    const bool answers = 0 == xcb_connection_has_error(connection);
+    xcb_disconnect(connection);
+    return answers;
 }
 
 QPalette DarkPalette()
@@ -60,6 +71,11 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "%s: there is no X11 display (DISPLAY is not set).\n", CONST_NAME);
         return viewer::CONST_EXIT_FAILED;
     }
+    if (!DisplayAnswers()) {
+        std::fprintf(stderr, "%s: the X11 display %s does not answer.\n", CONST_NAME,
+                     qgetenv("DISPLAY").constData());
+        return viewer::CONST_EXIT_FAILED;
+    }
     qputenv("QT_QPA_PLATFORM", "xcb");
     qputenv("QT_XCB_GL_INTEGRATION", "none");  // nothing here draws with it, and it starts slowly
     if (!qEnvironmentVariableIsSet("FISHEYE_VIEWER_LOG"))
@@ -79,11 +95,11 @@ int main(int argc, char** argv)
                      ? std::make_unique<QSettings>(QSettings::IniFormat, QSettings::UserScope,
                                                    CONST_NAME, CONST_NAME)
                      : nullptr;
-    viewer::MainWindow window(options, std::move(store));
+    viewer::MainWindow window(std::move(store));
     window.show();
     for (const QString& source :
          options.sources.isEmpty() ? QStringList{viewer::Scene::name()} : options.sources)
-        window.openSource(source);
+        window.openSource(source, options);
     if (!options.snapshot.isEmpty())
         window.leaveWithSnapshot(options.snapshot, options.after);
     return QApplication::exec();

@@ -1,5 +1,6 @@
 // What stands round the pictures: the pad, the patrol, playback, full screen, the lens dialog.
 #include <array>
+#include <cmath>
 
 #include <gtest/gtest.h>
 
@@ -11,9 +12,11 @@
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QSettings>
 #include <QSlider>
 #include <QStatusBar>
 #include <QTemporaryDir>
@@ -99,6 +102,34 @@ TEST(Pad, ZoomsAndGoesHome)
     EXPECT_EQ(Now(viewer, 0).zoom, 10000);
 }
 
+TEST(Pad, ComesBackFromTheMenuWhenItHasBeenClosed)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    auto* const pad = viewer.window().findChild<QDockWidget*>("pad");
+    pad->close();
+    ASSERT_FALSE(pad->isVisible());
+    for (QMenu* const menu : viewer.window().menuBar()->findChildren<QMenu*>())
+        if (menu->actions().contains(pad->toggleViewAction()))
+            pad->toggleViewAction()->trigger();
+    EXPECT_TRUE(pad->isVisible());
+}
+
+TEST(Snapshots, AreWrittenUnderTheNameThatWasAskedFor)
+{
+    const QTemporaryDir folder;
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    QString written;
+    QObject::connect(&viewer.camera(), &viewer::CameraWidget::snapshotTaken,
+                     [&](const QString& path, bool good) { written = good ? path : "failed"; });
+    stage::WhenOpen<QFileDialog>([&](QFileDialog& files) {
+        files.findChild<QLineEdit*>("fileNameEdit")->setText(folder.filePath("room"));
+        QMetaObject::invokeMethod(&files, "accept", Qt::QueuedConnection);
+    });
+    stage::ActionOf(viewer, "Snapshot of the view...").trigger();
+    ASSERT_TRUE(Await([&] { return !written.isEmpty(); }));
+    EXPECT_EQ(written, folder.filePath("room.png"));
+}
+
 TEST(Pad, MovesFartherAtAHigherSpeed)
 {
     stage::Viewer viewer(Mount::Wall, "quad");
@@ -152,6 +183,21 @@ TEST(Playing, AFileGoesOnWhereItWasWhenItsMountChanges)
     EXPECT_TRUE(viewer.camera().paused());
     EXPECT_GT(viewer.camera().position(), before - 1.5);
     EXPECT_LT(viewer.camera().position(), 9.0);
+}
+
+TEST(Playing, AFileThatHasEndedIsReopenedFromItsStart)
+{
+    const QString clip = stage::Made(
+        "three-seconds.mkv", {"-f", "lavfi", "-i", "testsrc=size=320x320:rate=25:duration=3",
+                              "-c:v", "libx264", "-g", "5", "-pix_fmt", "yuv420p"});
+    stage::Viewer viewer(clip, "fisheye");
+    viewer.camera().setLoop(false);
+    const auto ended = [&] { return viewer.camera().state() == viewer::StreamState::Ended; };
+    ASSERT_TRUE(Await(ended));
+    viewer.camera().setSpeed(0.25);
+    viewer.camera().reopen();
+    EXPECT_LT(viewer.camera().position(), 1.0);
+    EXPECT_TRUE(Await([&] { return viewer.camera().showsPictures(); }));
 }
 
 TEST(FullScreen, ShowsThePicturesAloneAndComesBackAsItWas)
@@ -307,6 +353,53 @@ TEST(LensDialogs, TellOfAFileThatIsNoCalibrationAndChangeNothing)
     dialog.reject();
 }
 
+TEST(LensDialogs, ShowTheLensThatIsFoundInsteadOfARememberedOne)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    RvLens lens = *viewer::extras::LensOf(viewer.camera().player());
+    const double right = lens.dCircleRadius;
+    lens.dCircleRadius = 200.0;
+    ASSERT_TRUE(viewer.camera().chooseLens(lens));
+    viewer::LensDialog dialog(viewer.camera());
+    dialog.show();
+    const QDoubleSpinBox* const radius = dialog.findChildren<QDoubleSpinBox*>()[3];
+    ASSERT_EQ(radius->value(), 200.0);
+    ButtonOf(dialog, "Find it").click();
+    EXPECT_TRUE(Await([&] { return std::abs(radius->value() - right) < 6.0; })) << radius->value();
+    // The engine finds another one later.
+    lens.dCircleRadius = 250.0;
+    ASSERT_TRUE(viewer::extras::SetLens(viewer.camera().player(), lens));
+    EXPECT_TRUE(Await([&] { return radius->value() == 250.0; })) << radius->value();
+    dialog.reject();
+}
+
+TEST(LensDialogs, AreOneForACameraAndKeepNothingUnconfirmed)
+{
+    const QTemporaryDir folder;
+    const QString file = folder.filePath("viewer.ini");
+    const QString clip = stage::RoomClip(Mount::Ceiling);
+    const auto remembered = [&] {
+        QSettings store(file, QSettings::IniFormat);
+        return viewer::LoadCamera(store, clip).lens.has_value();
+    };
+    for (const bool confirms : {false, true}) {
+        viewer::MainWindow window(std::make_unique<QSettings>(file, QSettings::IniFormat));
+        window.show();
+        window.openSource(clip);
+        viewer::CameraWidget& camera = *window.cameras().active();
+        ASSERT_TRUE(Await([&] { return camera.showsPictures(); }));
+        for (int i = 0; i < 2; ++i)
+            stage::ActionOf(window, "Lens...").trigger();
+        const auto dialogs = camera.findChildren<viewer::LensDialog*>();
+        ASSERT_EQ(dialogs.size(), 1);
+        ASSERT_TRUE(camera.chooseLens(viewer::extras::LensOf(camera.player())));
+        if (confirms)
+            dialogs.first()->accept();
+        window.cameras().closeActive();
+        EXPECT_EQ(remembered(), confirms);
+    }
+}
+
 struct Turned
 {
     bool mirrored;
@@ -332,7 +425,7 @@ TEST_P(LensCircles, FollowTheMouseHoweverTheCameraHangs)
     EXPECT_NEAR(lens().dCentreY - before.dCentreY,
                 (GetParam().flipped ? 0.05 : -0.05) * before.iHeight, 4.0);
     // The cross in the circle's middle is where the hand has taken it.
-    EXPECT_TRUE(Await([&] {
+    const auto crossIsThere = [&] {
         const QImage image = stage::Grab(picture);
         const QPointF place = picture.fromSquare(to);
         const QPoint pixel(int(place.x() * image.width()), int(place.y() * image.height()));
@@ -341,7 +434,10 @@ TEST_P(LensCircles, FollowTheMouseHoweverTheCameraHangs)
                 if (image.pixelColor(pixel + QPoint(dx, dy)) == QColor(Qt::yellow))
                     return true;
         return false;
-    }));
+    };
+    EXPECT_TRUE(Await(crossIsThere));
+    viewer.window().resize(700, 900);
+    EXPECT_TRUE(Await(crossIsThere));
     const QPointF edge = to + QPointF(0.0, 0.45);
     stage::Drag(picture, picture.fromSquare(edge), picture.fromSquare(edge - QPointF(0.0, 0.05)));
     EXPECT_NEAR(lens().dCircleRadius, 0.4 * before.iHeight, 6.0);

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <QAction>
+#include <QDir>
+#include <QFile>
 #include <QSettings>
 #include <QTemporaryDir>
 
@@ -329,6 +331,17 @@ TEST(Gestures, ADoubleClickEnlargesACellAndPutsItBack)
     EXPECT_TRUE(viewer.cell("view", 0).isVisible());
 }
 
+TEST(Gestures, AnEnlargedCellThatTheNewMountLacksLeavesTheOthers)
+{
+    stage::Viewer viewer(Mount::Ceiling, "double180");
+    stage::DoubleClick(viewer.cell("other-half"), {0.5, 0.5});
+    ASSERT_TRUE(Await([&] { return !viewer.cell("half").isVisible(); }));
+    viewer.camera().chooseMount(Mount::Wall);
+    ASSERT_TRUE(Await([&] { return viewer.camera().showsPictures(); }));
+    EXPECT_TRUE(viewer.cell("half").isVisible());
+    EXPECT_FALSE(viewer.cell("other-half").isVisible());
+}
+
 TEST(Keys, TurnAndSelectViews)
 {
     stage::Viewer viewer(Mount::Ceiling, "quad");
@@ -446,6 +459,27 @@ TEST(Settings, OfACameraComeBackAsTheyWere)
     EXPECT_EQ(viewer::LoadCamera(store, "rtsp://another").mount, Mount::Ceiling);
 }
 
+TEST(Settings, AreThoseOfTheFileWhereverItIsOpenedFromAndNotOfTheCommandLineBefore)
+{
+    const QTemporaryDir folder;
+    const QString file = folder.filePath("viewer.ini");
+    const QString clip = stage::RoomClip(Mount::Ceiling);
+    const QString other = folder.filePath("other.mkv");
+    ASSERT_TRUE(QFile::copy(clip, other));
+    viewer::MainWindow window(std::make_unique<QSettings>(file, QSettings::IniFormat));
+    viewer::Options options;
+    options.layout = "quad";
+    options.mount = Mount::Floor;
+    window.openSource(QDir::current().relativeFilePath(clip), options);
+    EXPECT_EQ(window.cameras().active()->settings().layout, "quad");
+    window.cameras().active()->chooseOverlay(OverlayKind::Square);
+    window.openSource(other);
+    EXPECT_EQ(window.cameras().active()->settings().layout, "fisheye+8");
+    EXPECT_EQ(window.cameras().active()->settings().mount, Mount::Ceiling);
+    window.openSource(clip);
+    EXPECT_EQ(window.cameras().active()->settings().overlay, OverlayKind::Square);
+}
+
 TEST(Lenses, AreMovedWithTheMouseAndPutBackByCancel)
 {
     stage::Viewer viewer(Mount::Ceiling, "quad");
@@ -469,6 +503,7 @@ TEST(Cameras, StandInTabsAndInAGrid)
     stage::Viewer viewer(Mount::Ceiling, "quad");
     viewer::CameraWidget& first = viewer.camera();
     viewer.window().openSource(stage::RoomClip(Mount::Ceiling));
+    viewer.camera().chooseLayout("quad");
     viewer::CameraWidget& second = viewer.camera();
     ASSERT_NE(&first, &second);
     EXPECT_FALSE(first.isVisible());

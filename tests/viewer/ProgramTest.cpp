@@ -1,10 +1,13 @@
 // The program itself, as a script runs it: a picture of its window, and how it leaves.
 #include <gtest/gtest.h>
 
+#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 
 #include "tests/viewer/Stage.h"
+
+#include "viewer/Scene.h"
 
 namespace {
 
@@ -57,6 +60,45 @@ TEST(Program, FailsAndSaysWhyWhereThereIsNothingToShowOrNowhereToWrite)
         EXPECT_TRUE(run.said.contains(one.words)) << run.said.toStdString();
         EXPECT_FALSE(QFile::exists(one.out));
     }
+}
+
+/// What comes of the built-in scene where this script is the program that makes it.
+QString SceneMadeBy(const QByteArray& script)
+{
+    const QTemporaryDir folder;
+    QFile program(folder.filePath("fisheye-clip"));
+    EXPECT_TRUE(program.open(QIODevice::WriteOnly));
+    program.write(script);
+    program.close();
+    program.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", QFile::encodeName(folder.path()) + ":" + path);
+    qputenv("XDG_CACHE_HOME", QFile::encodeName(folder.path()));
+    viewer::Scene scene(viewer::Mount::Ceiling);
+    QString outcome;
+    QObject::connect(&scene, &viewer::Scene::ready,
+                     [&](const QString& clip) { outcome = "ready " + clip; });
+    QObject::connect(&scene, &viewer::Scene::failed, [&](const QString& why) { outcome = why; });
+    scene.make();
+    EXPECT_TRUE(stage::Await([&] { return !outcome.isEmpty(); }));
+    qputenv("PATH", path);
+    qunsetenv("XDG_CACHE_HOME");
+    return outcome;
+}
+
+TEST(Scenes, AreThoseOfAnotherViewerThatWasFirst)
+{
+    const QString outcome = SceneMadeBy("#!/bin/sh\n"
+                                        "for part; do :; done\n"
+                                        ": >\"$part\"; : >\"${part%.mkv.*}.mkv\"\n");
+    EXPECT_TRUE(outcome.startsWith("ready ")) << outcome.toStdString();
+    EXPECT_TRUE(outcome.endsWith("scene-ceiling.mkv")) << outcome.toStdString();
+}
+
+TEST(Scenes, WhoseMakerCannotBeStartedAreTold)
+{
+    const QString outcome = SceneMadeBy("#!/nowhere/sh\n");
+    EXPECT_TRUE(outcome.startsWith("The scene could not be made in")) << outcome.toStdString();
 }
 
 }  // namespace

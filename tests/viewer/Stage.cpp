@@ -233,10 +233,10 @@ void Viewer::open(viewer::Mount mount, const QString& source, const QString& lay
     options.mount = mount;
     options.layout = layout;
     options.overlay = overlay;
-    m_window = std::make_unique<viewer::MainWindow>(options, nullptr);
+    m_window = std::make_unique<viewer::MainWindow>(nullptr);
     m_window->move(0, 0);
     m_window->show();
-    m_window->openSource(source);
+    m_window->openSource(source, options);
 }
 
 viewer::CameraWidget& Viewer::camera()
@@ -254,7 +254,12 @@ viewer::CellWidget& Viewer::cell(const QString& name, int number)
 
 QAction& ActionOf(Viewer& viewer, const QString& text)
 {
-    for (QAction* const action : viewer.window().actions())
+    return ActionOf(viewer.window(), text);
+}
+
+QAction& ActionOf(viewer::MainWindow& window, const QString& text)
+{
+    for (QAction* const action : window.actions())
         if (QString(action->text()).remove('&') == text)
             return *action;
     throw std::runtime_error("no such action");

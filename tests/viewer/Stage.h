@@ -65,6 +65,7 @@ private:
 
 /// The entry of a menu, by its text without "&".
 QAction& ActionOf(Viewer& viewer, const QString& text);
+QAction& ActionOf(viewer::MainWindow& window, const QString& text);
 
 /// Waits for a dialog to open, lets it be handled, and goes on waiting. For what opens one and
 /// comes back when it is closed: to be called before.

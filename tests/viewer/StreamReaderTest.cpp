@@ -227,6 +227,17 @@ TEST(StreamReader, LetsAPausedFileGoOnByOnePictureForAStep)
     EXPECT_EQ(reading.pictures(), 10U);
 }
 
+TEST(StreamReader, LosesNoStepToAPauseThatIsThereAlready)
+{
+    Reading reading(Clip());
+    for (int i = 0; i < 3; ++i) {
+        reading.reader().setPaused(true);
+        reading.reader().step();
+    }
+    reading.reader().start();
+    reading.awaitPictures(3);
+}
+
 TEST(StreamReader, BeginsAtTheKeyFrameBeforeItsPosition)
 {
     Reading reading(Clip());
@@ -273,6 +284,29 @@ TEST(StreamReader, TellsOfSoundWithoutPictures)
     Reading reading(sound);
     reading.reader().start();
     EXPECT_THAT(reading.await(StreamState::Failed).toStdString(), HasSubstr("no video"));
+}
+
+TEST(StreamReader, TellsOfVideoThatCannotBeShown)
+{
+    const QTemporaryDir folder;
+    for (const char* const codec : {"mpeg4", "rawvideo"}) {
+        const QString clip = folder.filePath(QString(codec) + ".nut");
+        QProcess::execute("ffmpeg", {"-v", "error", "-f", "lavfi", "-i",
+                                     "testsrc=size=64x64:duration=0.2", "-c:v", codec, clip});
+        Reading reading(clip);
+        reading.reader().start();
+        EXPECT_THAT(reading.await(StreamState::Failed).toStdString(),
+                    HasSubstr(std::string("Its video is ") + codec + "; H.264"));
+        EXPECT_EQ(reading.pictures(), 0U);
+    }
+}
+
+TEST(StreamReader, TellsOfAnAddressFromWhichNothingComes)
+{
+    Reading reading("udp://127.0.0.1:0");
+    reading.reader().start();
+    EXPECT_THAT(reading.await(StreamState::Reconnecting).toStdString(),
+                HasSubstr("Nothing has come from it for 10 seconds"));
 }
 
 TEST(StreamReader, TellsOfACameraDeviceThatIsNotThereAndTriesItAgain)

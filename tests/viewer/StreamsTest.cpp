@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QUrl>
 
 #include "tests/viewer/Server.h"
 #include "tests/viewer/Stage.h"
@@ -128,6 +129,16 @@ TEST(FilesOnAServer, ArePlayedAsFiles)
     EXPECT_FALSE(viewer.camera().stream().live);
     viewer.camera().setPaused(true);
     EXPECT_TRUE(viewer.camera().paused());
+}
+
+TEST(Files, AreOpenedByTheirUrlsAsDesktopsGiveThem)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QString::fromUtf8("the k\u00fcche.mkv"));
+    ASSERT_TRUE(QFile::copy(stage::RoomClip(viewer::Mount::Ceiling), path));
+    stage::Viewer viewer(QString::fromLatin1(QUrl::fromLocalFile(path).toEncoded()), "quad");
+    EXPECT_TRUE(viewer.camera().showsPictures());
+    EXPECT_EQ(viewer.camera().source(), path);
 }
 
 TEST(Streams, WithoutPicturesAreToldAndWatched)
