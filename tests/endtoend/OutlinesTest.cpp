@@ -12,18 +12,19 @@
 #include "engine/player/ViewMapping.h"
 #include "optics/FisheyePicture.h"
 #include "tests/endtoend/Stream.h"
+#include "tests/support/Lines.h"
 
 namespace {
 
 using endtoend::Stream;
+using lines::Distance;
+using lines::Line;
 using optics::Point;
 
 constexpr int CONST_PICTURE = 2048;
 constexpr double CONST_EXACT = 0.5;       // pixels of it
 constexpr double CONST_LONG_STEP = 0.05;  // of the picture that the outline is drawn on
 constexpr int CONST_SIDE = 400;           // points of a side of the border
-
-using Line = std::vector<Point>;
 
 CLS_FishPlayer& Manager()
 {
@@ -33,31 +34,6 @@ CLS_FishPlayer& Manager()
 Point PixelOf(const Point& stFraction)
 {
     return {stFraction.x * CONST_PICTURE - 0.5, stFraction.y * CONST_PICTURE - 0.5};
-}
-
-double Distance(const Point& a, const Point& b)
-{
-    return std::hypot(a.x - b.x, a.y - b.y);
-}
-
-double Distance(const Point& st, const Point& stFrom, const Point& stTo)
-{
-    const double dX = stTo.x - stFrom.x;
-    const double dY = stTo.y - stFrom.y;
-    const double dSquare = dX * dX + dY * dY;
-    const double dAlong =
-        dSquare > 0 ? ((st.x - stFrom.x) * dX + (st.y - stFrom.y) * dY) / dSquare : 0;
-    const double dHeld = std::clamp(dAlong, 0.0, 1.0);
-    return Distance(st, {stFrom.x + dX * dHeld, stFrom.y + dY * dHeld});
-}
-
-double Distance(const Point& st, const std::vector<Line>& vecLines)
-{
-    double dNearest = HUGE_VAL;
-    for (const Line& vecLine : vecLines)
-        for (std::size_t i = 1; i < vecLine.size(); ++i)
-            dNearest = std::min(dNearest, Distance(st, vecLine[i - 1], vecLine[i]));
-    return dNearest;
 }
 
 /// Installation type and the kind of view on which the outline is drawn.

@@ -21,9 +21,12 @@
 #include "optics/View.h"
 #include "tests/correction/Library.h"
 #include "tests/engine/EngineUnderTest.h"
+#include "tests/support/Lines.h"
 
 namespace {
 
+using lines::Distance;
+using lines::Line;
 using optics::Point;
 using test::Images;
 
@@ -33,33 +36,6 @@ constexpr int CONST_SIDE = 512;          // of a pan/tilt/zoom picture
 constexpr double CONST_AMPLITUDE = 100;  // of the waves, in grey levels
 constexpr double CONST_FINE = 32;        // wavelengths, in pixels: for the digits behind the point
 constexpr double CONST_COARSE = 2560;    // for those before it; longer than the picture
-
-using Line = std::vector<Point>;
-
-double Distance(const Point& a, const Point& b)
-{
-    return std::hypot(a.x - b.x, a.y - b.y);
-}
-
-double Distance(const Point& st, const Point& stFrom, const Point& stTo)
-{
-    const double dX = stTo.x - stFrom.x;
-    const double dY = stTo.y - stFrom.y;
-    const double dSquare = dX * dX + dY * dY;
-    const double dAlong =
-        dSquare > 0 ? ((st.x - stFrom.x) * dX + (st.y - stFrom.y) * dY) / dSquare : 0;
-    const double dHeld = std::clamp(dAlong, 0.0, 1.0);
-    return Distance(st, {stFrom.x + dX * dHeld, stFrom.y + dY * dHeld});
-}
-
-double Distance(const Point& st, const std::vector<Line>& vecLines)
-{
-    double dNearest = HUGE_VAL;
-    for (const Line& line : vecLines)
-        for (std::size_t i = 1; i < line.size(); ++i)
-            dNearest = std::min(dNearest, Distance(st, line[i - 1], line[i]));
-    return dNearest;
-}
 
 /// Behind the first of two points as far as the second lies before it, times `dFactor`.
 Point Beyond(const Point& stFirst, const Point& stSecond, double dFactor)
