@@ -23,6 +23,7 @@ public:
         std::unique_lock lock(m_lock);
         m_function = function;
         m_user = user;
+        m_unheard = function != nullptr;
         if (m_runner == std::this_thread::get_id())
             return;
         const std::uint64_t run = m_run;
@@ -35,6 +36,13 @@ public:
         return m_function != nullptr;
     }
 
+    /// Whether one is set that has not been called yet.
+    bool IsUnheard() const
+    {
+        std::lock_guard lock(m_lock);
+        return m_unheard;
+    }
+
     void Call(Args... args)
     {
         Function function = nullptr;
@@ -45,6 +53,7 @@ public:
                 return;
             function = m_function;
             user = m_user;
+            m_unheard = false;
             ++m_run;
             m_runner = std::this_thread::get_id();
         }
@@ -61,6 +70,7 @@ private:
     std::condition_variable m_done;
     Function m_function = nullptr;
     void* m_user = nullptr;
+    bool m_unheard = false;
     std::thread::id m_runner;  ///< the thread that runs the callback; none when default
     std::uint64_t m_run = 0;
 };

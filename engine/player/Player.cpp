@@ -42,6 +42,7 @@ struct Player::Job
     ViewState state;
     Extent size;
     std::uint8_t* pixels;
+    bool called;  ///< the callback gets it
 };
 
 std::shared_ptr<Player> Player::Create(int id, int mainViewId, const RvPlayerCreation& record)
@@ -470,10 +471,11 @@ bool Player::Draw(const Picture& picture, bool fresh)
         const bool dirty = view->TakeDirty();
         if ((!fresh && !dirty) || !view->IsWanted())
             continue;
-        Job job = {view, view->ShownWindow(), view->State(), view->RenderSize(), nullptr};
+        Job job = {view, view->ShownWindow(), view->State(), view->RenderSize(), nullptr, false};
         if (job.window && !job.window->IsFree())
             job.window = nullptr;  // shown when it is free
-        if (!job.window && !view->OnImage().IsSet())
+        job.called = view->TakeNews(fresh, {job.state.revision, m_drawCamera.revision, job.size});
+        if (!job.window && !job.called)
             continue;
         job.pixels = job.window ? job.window->Pixels(job.size) : nullptr;
         if (!job.pixels)
@@ -487,9 +489,10 @@ bool Player::Draw(const Picture& picture, bool fresh)
     m_drawer.Draw(picture, m_targets);
     std::shared_ptr<Window> shown;
     for (Job& job : m_jobs) {
-        job.view->OnImage().Call(m_id, job.view->Id(), job.pixels,
-                                 static_cast<unsigned int>(job.size.width),
-                                 static_cast<unsigned int>(job.size.height));
+        if (job.called)
+            job.view->OnImage().Call(m_id, job.view->Id(), job.pixels,
+                                     static_cast<unsigned int>(job.size.width),
+                                     static_cast<unsigned int>(job.size.height));
         if (!job.window || !job.view->IsWanted())
             continue;
         DrawOverlay(job.pixels, job.size, job.state.lines, job.state.texts);

@@ -198,6 +198,14 @@ Extent View::RenderSize() const
     return {std::min(window.width, LARGEST_VIEW), std::min(window.height, LARGEST_VIEW)};
 }
 
+bool View::TakeNews(bool fresh, const Rendering& rendering)
+{
+    if (!m_onImage.IsSet())
+        return false;
+    const bool other = std::exchange(m_rendering, rendering) != rendering;
+    return fresh || other || m_onImage.IsUnheard();
+}
+
 bool View::IsWanted() const
 {
     return !m_retired && (m_onImage.IsSet() || ShownWindow());

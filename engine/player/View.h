@@ -29,6 +29,18 @@ struct ViewState
     std::uint64_t revision = 1;  ///< grows whenever `settings` changes
 };
 
+/// What a view's picture is made with, besides the decoded picture.
+struct Rendering
+{
+    std::uint64_t settings = 0;  ///< revision
+    std::uint64_t camera = 0;    ///< revision
+    Extent size;
+    bool operator!=(const Rendering& other) const
+    {
+        return settings != other.settings || camera != other.camera || size != other.size;
+    }
+};
+
 /// A view. The functions of the client's side may be called from any thread.
 class View
 {
@@ -76,6 +88,9 @@ public:
     /// The window, when it can be seen, else null.
     std::shared_ptr<Window> ShownWindow() const;
     ImageCallback& OnImage() { return m_onImage; }
+    /// Whether the callback is to get this picture: one is set, and has not had the same already.
+    /// Asked once for each drawing; `fresh`: the decoded picture is another than at the last one.
+    bool TakeNews(bool fresh, const Rendering& rendering);
     ViewImage& Image() { return m_image; }
 
 private:
@@ -84,7 +99,8 @@ private:
     const int m_id;
     const std::function<void()> m_changed;
     ImageCallback m_onImage;
-    ViewImage m_image;  ///< the render thread's
+    ViewImage m_image;      ///< the render thread's
+    Rendering m_rendering;  ///< the render thread's: of the last picture for the callback
     std::atomic<bool> m_dirty{true};
     std::atomic<bool> m_retired{false};
 
