@@ -487,20 +487,23 @@ bool Player::Draw(const Picture& picture, bool fresh)
         m_jobs.push_back(std::move(job));
     }
     m_drawer.Draw(picture, m_targets);
-    std::shared_ptr<Window> shown;
     for (Job& job : m_jobs) {
         if (job.called)
             job.view->OnImage().Call(m_id, job.view->Id(), job.pixels,
                                      static_cast<unsigned int>(job.size.width),
                                      static_cast<unsigned int>(job.size.height));
-        if (!job.window || !job.view->IsWanted())
+        if (!job.window || !job.view->IsWanted()) {
+            job.window = nullptr;
             continue;
+        }
         DrawOverlay(job.pixels, job.size, job.state.lines, job.state.texts);
         job.window->Show();
-        shown = job.window;
     }
-    if (shown)
-        shown->Flush();
+    // Only now, so that the views change together; each, for they may be on different connections.
+    for (const Job& job : m_jobs) {
+        if (job.window)
+            job.window->Flush();
+    }
     const bool drawn = !m_jobs.empty();
     m_jobs.clear();
     m_targets.clear();

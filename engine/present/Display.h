@@ -42,7 +42,7 @@ public:
     virtual std::uint8_t* Pixels(Extent size) = 0;
     /// Puts the picture in Pixels into the middle of the window and blackens what it leaves.
     virtual void Show() = 0;
-    /// Sends what was shown, in this window or another, without waiting for it to be taken.
+    /// Sends what was shown in this window without waiting for it to be taken.
     virtual void Flush() = 0;
 };
 

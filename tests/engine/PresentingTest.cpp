@@ -169,5 +169,15 @@ TEST_F(Presenting, PictureThatASlowWindowLeftOutIsShownLaterAndCalledBackOnce)
     m_player->Shutdown();
 }
 
+TEST_F(Presenting, EveryWindowThatWasDrawnIntoIsSent)
+{
+    for (int id = 2; id < 5; ++id)
+        AddView(id, 10 * id);
+    Feed();
+    m_player->Step();
+    for (int id = 2; id < 5; ++id)
+        EXPECT_TRUE(FakeWindow::Find(10 * id)->AwaitFlushed(1)) << id;
+}
+
 }  // namespace
 }  // namespace test
