@@ -15,6 +15,7 @@
 #include <memory>
 #include <mutex>
 #include <set>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -91,6 +92,7 @@ private:
 class Display : public std::enable_shared_from_this<Display>
 {
 public:
+    /// Null without a display, and while a server does not let anybody in.
     static std::shared_ptr<Display> Get();
 
     explicit Display(xcb_connection_t* connection);
@@ -105,9 +107,11 @@ public:
     /// Registers a window and asks for its state, in one go, so that no event overtakes the answer.
     void Add(XWindow& window);
     void Remove(XWindow& window);
-    void Listen();
 
 private:
+    static void Live(const std::string& name);
+    static std::shared_ptr<Display> Connect(const std::string& name);
+    void Listen();
     void Dispatch(const xcb_generic_event_t& event);
     void DispatchTaken(std::uint32_t sequence);
     void FollowLocked(XWindow& window);
@@ -244,25 +248,62 @@ Watchdog::Wait::~Wait()
 
 // ---- Display
 
+/// The connection of the process, or the attempt to make it.
+struct Desk
+{
+    std::mutex lock;
+    std::condition_variable news;
+    std::shared_ptr<Display> display;
+    bool connecting = false;  ///< by the one thread that does
+    std::chrono::steady_clock::time_point since;
+};
+
+/// Never destroyed: the event thread may outlive the objects of the process's end.
+Desk& TheDesk()
+{
+    static Desk& desk = *new Desk;
+    return desk;
+}
+
 std::shared_ptr<Display> Display::Get()
 {
-    // Never destroyed: the event thread may outlive the objects of the process's end.
-    static std::mutex& lock = *new std::mutex;
-    static std::shared_ptr<Display>& display = *new std::shared_ptr<Display>;
-    std::lock_guard guard(lock);
-    if (display && display->IsAlive())
-        return display;
-    display.reset();
-    if (!std::getenv("DISPLAY"))
-        return nullptr;
-    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
-    if (xcb_connection_has_error(connection)) {
-        xcb_disconnect(connection);
-        return nullptr;
+    Desk& desk = TheDesk();
+    std::unique_lock lock(desk.lock);
+    if (!desk.connecting && !(desk.display && desk.display->IsAlive())) {
+        desk.display.reset();
+        const char* name = std::getenv("DISPLAY");
+        if (!name)
+            return nullptr;
+        std::thread(Live, std::string(name)).detach();
+        desk.connecting = true;
+        desk.since = std::chrono::steady_clock::now();
     }
-    display = std::make_shared<Display>(connection);
-    std::thread([kept = display] { kept->Listen(); }).detach();
-    return display;
+    desk.news.wait_until(lock, desk.since + PATIENCE, [&] { return !desk.connecting; });
+    return desk.connecting ? nullptr : desk.display;
+}
+
+/// The event thread: connects, which a server that hangs may never let it, and listens.
+void Display::Live(const std::string& name)
+{
+    const std::shared_ptr<Display> display = Connect(name);
+    Desk& desk = TheDesk();
+    {
+        std::lock_guard lock(desk.lock);
+        desk.display = display;
+        desk.connecting = false;
+    }
+    desk.news.notify_all();
+    if (display)
+        display->Listen();
+}
+
+std::shared_ptr<Display> Display::Connect(const std::string& name)
+{
+    xcb_connection_t* connection = xcb_connect(name.c_str(), nullptr);
+    if (!xcb_connection_has_error(connection))
+        return std::make_shared<Display>(connection);
+    xcb_disconnect(connection);
+    return nullptr;
 }
 
 Display::Display(xcb_connection_t* connection)
