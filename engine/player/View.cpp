@@ -59,6 +59,8 @@ void View::SetWindow(std::uint64_t window)
         m_window.swap(opened);
         m_windowId = m_window ? window : 0;
     }
+    if (opened)
+        opened->Close();  // the render thread may hold it still
     Touch();
 }
 

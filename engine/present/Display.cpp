@@ -159,11 +159,15 @@ public:
     ~XWindow() override;
 
     Extent Size() const override;
-    bool IsShown() const override { return m_mapped && m_display && m_display->IsAlive(); }
+    bool IsShown() const override
+    {
+        return !m_closed && m_mapped && m_display && m_display->IsAlive();
+    }
     std::uint8_t* Pixels(Extent size) override;
     void Show() override;
     bool IsFree() override;
     void Flush() override;
+    void Close() override { m_closed = true; }
 
     xcb_window_t Id() const { return m_id; }
     void Ask();
@@ -180,6 +184,7 @@ private:
     std::shared_ptr<Display> m_display;  ///< null: headless
     xcb_window_t m_id;
     std::function<void()> m_changed;
+    std::atomic<bool> m_closed{false};
     std::atomic<bool> m_mapped{false};
     std::atomic<std::uint32_t> m_size{0};  ///< width << 16 | height
     std::uint8_t m_depth = 0;              ///< written before m_gc
@@ -622,7 +627,8 @@ void XWindow::Flush()
     xcb_flush(m_display->Connection());
 }
 
-/// Through the socket: that the server is slow is felt here. It is given its time for each strip.
+/// Through the socket: that the server is slow is felt here. It is given its time for each strip,
+/// and whoever closes the window waits for one strip at most.
 void XWindow::PutStrips(int x, int y)
 {
     constexpr std::size_t STRIP = std::size_t{256} << 10;
@@ -632,7 +638,7 @@ void XWindow::PutStrips(int x, int y)
                                 sizeof(xcb_put_image_request_t);
     const std::size_t room = std::min(longest, std::max(STRIP, line));
     const int rows = static_cast<int>(std::clamp<std::size_t>(room / line, 1, 65535));
-    for (int row = 0; row < m_picture.height; row += rows) {
+    for (int row = 0; row < m_picture.height && !m_closed; row += rows) {
         const int count = std::min(rows, m_picture.height - row);
         const Watchdog::Wait wait(m_display->Dog());
         xcb_put_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_id, m_gc,

@@ -24,7 +24,7 @@ struct Extent
 /// A client's window, as far as showing pictures in it goes. The window belongs to the client: it
 /// may not exist, be unmapped or destroyed at any time; it is then simply not shown in.
 ///
-/// Size and IsShown may be asked from any thread. The others belong to one thread.
+/// Size, IsShown and Close may be called from any thread. The others belong to one thread.
 class Window
 {
 public:
@@ -44,6 +44,8 @@ public:
     virtual void Show() = 0;
     /// Sends what was shown in this window without waiting for it to be taken.
     virtual void Flush() = 0;
+    /// Nothing is shown any more, also the rest of a picture that is on its way.
+    virtual void Close() = 0;
 };
 
 /// The window with an X11 window id. `changed` is called from the event thread when the window was

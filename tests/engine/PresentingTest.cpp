@@ -91,6 +91,7 @@ public:
     }
     void Show() override { m_window->Show(); }
     void Flush() override { m_window->Flush(); }
+    void Close() override {}
 
 private:
     std::shared_ptr<FakeWindow> m_window;

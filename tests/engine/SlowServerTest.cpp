@@ -181,5 +181,24 @@ TEST_F(SlowServer, ThatLetsNobodyInHoldsUpNobodyAndIsFoundLater)
     EXPECT_EQ(width, 100);
 }
 
+TEST_F(SlowServer, DoesNotGetTheRestOfADeletedViewsPicture)
+{
+    constexpr std::int64_t MEGABYTE = 1 << 20;
+    s_gate->Allow(EVERYTHING);
+    const xcb_window_t window = Create(100, 100);
+    TestPlayer player;
+    const int view = player.AddView(RV_MODE_SOURCE, 0, 0, 0, 0, Handle(window));
+    ASSERT_EQ(RV(RV_SetPlayRectEx)(player.Id(), view, 2048, 2048), 0);
+    s_gate->Allow(MEGABYTE);
+    const std::int64_t before = s_gate->Passed();
+    Feed(player);
+    ASSERT_TRUE(s_gate->AwaitClosed()) << "one of 16 megabytes";
+    EXPECT_EQ(RV(RV_DeleteFishEyeCorrect)(player.Id(), view), 0);
+    s_gate->Allow(EVERYTHING);
+    EXPECT_EQ(player.Delete(), 0);
+    // The rest of a strip, and what the engine's side of the connection holds.
+    EXPECT_LT(s_gate->Passed() - before, 8 * MEGABYTE);
+}
+
 }  // namespace
 }  // namespace test
