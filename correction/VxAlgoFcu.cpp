@@ -1,7 +1,7 @@
 #include "correction/VxAlgoFcu.h"
 
 #include <cmath>
-#include <new>
+#include <exception>
 
 #include "correction/Handles.h"
 #include "correction/LineWriter.h"
@@ -23,6 +23,17 @@ Handles& LiveHandles()
 {
     static Handles* const s_handles = new Handles;
     return *s_handles;
+}
+
+/// What an entry point does: no exception goes out to a caller in C.
+template <typename Result, typename Function>
+Result Guarded(Result failure, Function&& function) noexcept
+{
+    try {
+        return function();
+    } catch (const std::exception&) {
+        return failure;
+    }
 }
 
 bool IsFinite(const tagFcuPoint& st)
@@ -74,74 +85,77 @@ int CheckOutline(const tagFcuOutline* pstRequest, const tagFcuOutlineResult* pst
 
 void* VxAlgo_FCU_Creat(void*, void*)
 {
-    try {
-        return LiveHandles().Create();
-    } catch (const std::bad_alloc&) {
-        return nullptr;
-    }
+    return Guarded<void*>(nullptr, [] { return LiveHandles().Create(); });
 }
 
 int VxAlgo_FCU_Init(void* pHandle, const tagFcuInit* pstInit)
 {
-    const int iReady = LiveHandles().Check(pHandle);
-    if (iReady == FCU_BAD_HANDLE)
-        return iReady;
-    if (pstInit == nullptr)
-        return FCU_NULL_RECORD;
-    if (pstInit->iSize != int{sizeof(*pstInit)})
-        return FCU_BAD_SIZE;
-    if (!IsCanonical(*pstInit))
-        return FCU_BAD_VALUE;
-    return LiveHandles().Initialise(pHandle) ? FCU_OK : FCU_BAD_HANDLE;
+    return Guarded<int>(FCU_NO_MEMORY, [&]() -> int {
+        const int iReady = LiveHandles().Check(pHandle);
+        if (iReady == FCU_BAD_HANDLE)
+            return iReady;
+        if (pstInit == nullptr)
+            return FCU_NULL_RECORD;
+        if (pstInit->iSize != int{sizeof(*pstInit)})
+            return FCU_BAD_SIZE;
+        if (!IsCanonical(*pstInit))
+            return FCU_BAD_VALUE;
+        return LiveHandles().Initialise(pHandle) ? FCU_OK : FCU_BAD_HANDLE;
+    });
 }
 
 int VxAlgo_FCU_Process(void* pHandle, int iKind, const tagFcuOutline* pstRequest,
                        tagFcuOutlineResult* pstResult)
 {
-    const int iReady = LiveHandles().Check(pHandle);
-    if (iReady != FCU_OK)
-        return iReady;
-    const int iGood = CheckOutline(pstRequest, pstResult);
-    if (iGood != FCU_OK)
-        return iGood;
-    if (iKind != 0)
-        return FCU_BAD_VALUE;
+    return Guarded<int>(FCU_NO_MEMORY, [&]() -> int {
+        const int iReady = LiveHandles().Check(pHandle);
+        if (iReady != FCU_OK)
+            return iReady;
+        const int iGood = CheckOutline(pstRequest, pstResult);
+        if (iGood != FCU_OK)
+            return iGood;
+        if (iKind != 0)
+            return FCU_BAD_VALUE;
 
-    const View border = BorderOf(*pstRequest);
-    const View space =
-        correction::ViewOfOutline(pstRequest->iCorrectMode, border.Parameters().eMount);
-    correction::LineWriter writer(pstResult->pstTable->astLines[0].pstPoints);
-    correction::Tracer(border, space, writer)
-        .Trace(std::min(pstRequest->iSamplesAcross, FCU_MAX_SAMPLES),
-               std::min(pstRequest->iSamplesDown, FCU_MAX_SAMPLES));
-    writer.Finish(*pstResult->pstTable);
-    return FCU_OK;
+        const View border = BorderOf(*pstRequest);
+        const View space =
+            correction::ViewOfOutline(pstRequest->iCorrectMode, border.Parameters().eMount);
+        correction::LineWriter writer(pstResult->pstTable->astLines[0].pstPoints);
+        correction::Tracer(border, space, writer)
+            .Trace(std::min(pstRequest->iSamplesAcross, FCU_MAX_SAMPLES),
+                   std::min(pstRequest->iSamplesDown, FCU_MAX_SAMPLES));
+        writer.Finish(*pstResult->pstTable);
+        return FCU_OK;
+    });
 }
 
 int VxAlgo_FCU_Point_Transform(void* pHandle, const tagFcuTransform* pstRequest,
                                tagFcuPoint* pstResult)
 {
-    const int iReady = LiveHandles().Check(pHandle);
-    if (iReady != FCU_OK)
-        return iReady;
-    if (pstRequest == nullptr || pstResult == nullptr)
-        return FCU_NULL_RECORD;
-    if (pstRequest->iSize != int{sizeof(*pstRequest)})
-        return FCU_BAD_SIZE;
-    const optics::Mount eMount = optics::MountOf(pstRequest->iInstallation);
-    const auto space = [&](std::int32_t iSpace) {
-        return correction::ViewOfSpace(iSpace, pstRequest->iCorrectMode, eMount);
-    };
-    const std::optional<View> source = space(pstRequest->iSourceSpace);
-    const std::optional<View> target = space(pstRequest->iTargetSpace);
-    if (!source || !target || !IsFinite(pstRequest->stPoint))
-        return FCU_BAD_VALUE;
+    return Guarded<int>(FCU_NO_MEMORY, [&]() -> int {
+        const int iReady = LiveHandles().Check(pHandle);
+        if (iReady != FCU_OK)
+            return iReady;
+        if (pstRequest == nullptr || pstResult == nullptr)
+            return FCU_NULL_RECORD;
+        if (pstRequest->iSize != int{sizeof(*pstRequest)})
+            return FCU_BAD_SIZE;
+        const optics::Mount eMount = optics::MountOf(pstRequest->iInstallation);
+        const auto space = [&](std::int32_t iSpace) {
+            return correction::ViewOfSpace(iSpace, pstRequest->iCorrectMode, eMount);
+        };
+        const std::optional<View> source = space(pstRequest->iSourceSpace);
+        const std::optional<View> target = space(pstRequest->iTargetSpace);
+        if (!source || !target || !IsFinite(pstRequest->stPoint))
+            return FCU_BAD_VALUE;
 
-    const std::optional<Point> point = target->Fraction(DirectionIn(*source, pstRequest->stPoint));
-    if (!point)
-        return FCU_NOT_SHOWN;
-    *pstResult = {static_cast<float>(point->x), static_cast<float>(point->y)};
-    return FCU_OK;
+        const std::optional<Point> point =
+            target->Fraction(DirectionIn(*source, pstRequest->stPoint));
+        if (!point)
+            return FCU_NOT_SHOWN;
+        *pstResult = {static_cast<float>(point->x), static_cast<float>(point->y)};
+        return FCU_OK;
+    });
 }
 
 int VxAlgo_FCU_GetLibInfo(tagFcuLibInfo* pstInfo)
@@ -156,5 +170,6 @@ int VxAlgo_FCU_GetLibInfo(tagFcuLibInfo* pstInfo)
 
 int VxAlgo_FCU_Release(void* pHandle)
 {
-    return LiveHandles().Release(pHandle) ? FCU_OK : FCU_BAD_HANDLE;
+    return Guarded<int>(FCU_NO_MEMORY,
+                        [&] { return LiveHandles().Release(pHandle) ? FCU_OK : FCU_BAD_HANDLE; });
 }

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/correction/Library.h"
+#include "tests/support/Shortage.h"
 
 namespace correction_test {
 namespace {
@@ -33,6 +34,30 @@ TEST(CorrectionLibrary, TellsItsNameAndVersion)
     info.Put(0, 47);
     EXPECT_EQ(TheLibrary().GetLibInfo(info.Data()), -3);
     EXPECT_EQ(TheLibrary().GetLibInfo(nullptr), -2);
+}
+
+/// The first test that asks for a handle: the library has taken no memory yet.
+TEST(CorrectionHandle, WithoutMemoryEveryEntryPointSaysSo)
+{
+    const Library& library = TheLibrary();
+    const auto starved = [](auto&& call) {
+        const shortage::Shortage shortage(shortage::Of::Memory, shortage::On::ThisThread, 0);
+        return call();
+    };
+    int iLocal = 0;
+    TransformRecord transform = Transform(3, 0x300, {0.5f, 0.5f}, 0x40000, 0x40000);
+    InitRecord init = GoodInit();
+    Pair stResult = {};
+    EXPECT_EQ(starved([&] { return library.Creat(nullptr, nullptr); }), nullptr);
+    EXPECT_EQ(starved([&] { return library.Init(&iLocal, init.Data()); }), -7);
+    EXPECT_EQ(starved([&] { return library.Process(&iLocal, 0, nullptr, nullptr); }), -7);
+    EXPECT_EQ(
+        starved([&] { return library.Point_Transform(&iLocal, transform.Data(), &stResult); }), -7);
+    EXPECT_EQ(starved([&] { return library.Release(&iLocal); }), -7);
+    void* const pHandle = library.Creat(nullptr, nullptr);
+    EXPECT_NE(pHandle, nullptr);
+    EXPECT_EQ(starved([&] { return library.Creat(nullptr, nullptr); }), nullptr);
+    EXPECT_EQ(library.Release(pHandle), 0);
 }
 
 TEST(CorrectionHandle, NullUnknownAndReleasedHandlesAreRefusedByEveryEntryPoint)
