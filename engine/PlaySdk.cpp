@@ -5,8 +5,9 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
+#include <exception>
 #include <memory>
-#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -96,16 +97,30 @@ std::uint64_t WindowId(const void* window)
     return reinterpret_cast<std::uintptr_t>(window);
 }
 
-/// Runs a function on a player; -1 where there is none.
+/// What an entry point does that may need memory or threads: there may be none, and no exception
+/// goes out to a client in C.
+template <typename Function>
+int Guarded(Function&& function) noexcept
+{
+    try {
+        return function();
+    } catch (const std::exception&) {
+        return RV_REFUSED;
+    }
+}
+
+/// Runs a function on a player, guarded; -1 where there is none.
 template <typename Function>
 int With(int player, Function&& function)
 {
-    const std::shared_ptr<Player> found = FindPlayer(player);
-    return found ? function(*found) : RV_REFUSED;
+    return Guarded([&]() -> int {
+        const std::shared_ptr<Player> found = FindPlayer(player);
+        return found ? function(*found) : RV_REFUSED;
+    });
 }
 
-/// Runs a function on a view; -1 where there is none. The player is held as well: its views call
-/// it.
+/// Runs a function on a view, guarded; -1 where there is none. The player is held as well: its
+/// views call it.
 template <typename Function>
 int WithView(int player, int correct, Function&& function)
 {
@@ -158,9 +173,11 @@ int RV_CreateSystem(int)
 
 int RV_DeleteSystem()
 {
-    for (const auto& player : engine::RemoveAllPlayers())
-        player->Shutdown();
-    return 0;
+    return Guarded([] {
+        for (const auto& player : engine::RemoveAllPlayers())
+            player->Shutdown();
+        return 0;
+    });
 }
 
 int RV_GetVersion()
@@ -175,16 +192,18 @@ int RV_CreatePlayerForSpecialNeeds(int kind, void* record, int size, int)
     RvPlayerCreation creation;
     if (kind != 2 || !ReadSized(record, size, creation))
         return RV_REFUSED;
-    return engine::AddPlayer(creation);
+    return Guarded([&] { return engine::AddPlayer(creation); });
 }
 
 int RV_DeletePlayer(int player)
 {
-    const std::shared_ptr<Player> removed = engine::RemovePlayer(player);
-    if (!removed)
-        return RV_REFUSED;
-    removed->Shutdown();
-    return 0;
+    return Guarded([&]() -> int {
+        const std::shared_ptr<Player> removed = engine::RemovePlayer(player);
+        if (!removed)
+            return RV_REFUSED;
+        removed->Shutdown();
+        return 0;
+    });
 }
 
 int RV_Play(int player)
@@ -444,20 +463,23 @@ int RV_CapturePicture(int player, int correct, const char* file)
 {
     if (!file)
         return RV_REFUSED;
-    Extent size;
-    const std::vector<std::uint8_t> pixels = CapturePixels(player, correct, size);
-    const bool written =
-        !pixels.empty() && engine::WritePicture(file, pixels.data(), size.width, size.height);
-    return written ? 0 : RV_REFUSED;
+    return Guarded([&] {
+        Extent size;
+        const std::vector<std::uint8_t> pixels = CapturePixels(player, correct, size);
+        const bool written =
+            !pixels.empty() && engine::WritePicture(file, pixels.data(), size.width, size.height);
+        return written ? 0 : RV_REFUSED;
+    });
 }
 
 int RV_CaptureBmpPic(int player, const char* file)
 {
     if (!file)
         return RV_REFUSED;
-    const std::string name = file;
-    const bool bmp = name.size() > 4 && (name.compare(name.size() - 4, 4, ".bmp") == 0 ||
-                                         name.compare(name.size() - 4, 4, ".BMP") == 0);
+    const std::string_view name = file;
+    const std::string_view ending =
+        name.substr(name.size() - std::min<std::size_t>(name.size(), 4));
+    const bool bmp = name.size() > 4 && (ending == ".bmp" || ending == ".BMP");
     return bmp ? RV_CapturePicture(player, 0, file) : RV_REFUSED;
 }
 
@@ -465,16 +487,18 @@ int RV_CapturePic(int player, int correct, void* bgra, int capacity, int* width,
 {
     if (!width || !height)
         return RV_REFUSED;
-    Extent size;
-    const std::vector<std::uint8_t> pixels = CapturePixels(player, correct, size);
-    if (pixels.empty())
-        return RV_REFUSED;
-    *width = size.width;
-    *height = size.height;
-    if (!bgra || capacity < 0 || static_cast<std::size_t>(capacity) < pixels.size())
-        return RV_REFUSED;
-    std::memcpy(bgra, pixels.data(), pixels.size());
-    return 0;
+    return Guarded([&]() -> int {
+        Extent size;
+        const std::vector<std::uint8_t> pixels = CapturePixels(player, correct, size);
+        if (pixels.empty())
+            return RV_REFUSED;
+        *width = size.width;
+        *height = size.height;
+        if (!bgra || capacity < 0 || static_cast<std::size_t>(capacity) < pixels.size())
+            return RV_REFUSED;
+        std::memcpy(bgra, pixels.data(), pixels.size());
+        return 0;
+    });
 }
 
 // ---- Drawing on a window
@@ -483,14 +507,14 @@ int RV_DrawText(int player, int correct, const RvText* texts, int count)
 {
     if (count < 0 || count > LARGEST_OVERLAY || (count > 0 && !texts))
         return RV_REFUSED;
-    std::vector<engine::OverlayText> copy;
-    for (int i = 0; i < count; ++i) {
-        if (!texts[i].pcText)
-            return RV_REFUSED;
-        copy.push_back({texts[i].pcText, texts[i].fX, texts[i].fY,
-                        std::clamp(texts[i].iHeight, 8, 256), texts[i].uiColour});
-    }
-    return WithView(player, correct, [&](View& view) {
+    return WithView(player, correct, [&](View& view) -> int {
+        std::vector<engine::OverlayText> copy;
+        for (int i = 0; i < count; ++i) {
+            if (!texts[i].pcText)
+                return RV_REFUSED;
+            copy.push_back({texts[i].pcText, texts[i].fX, texts[i].fY,
+                            std::clamp(texts[i].iHeight, 8, 256), texts[i].uiColour});
+        }
         view.SetTexts(std::move(copy));
         return 0;
     });
@@ -500,15 +524,15 @@ int RV_DrawPolyOnLocalVideo(int player, int correct, const RvPolyline* lines, in
 {
     if (count < 0 || count > LARGEST_OVERLAY || (count > 0 && !lines))
         return RV_REFUSED;
-    std::vector<engine::OverlayLine> copy;
-    for (int i = 0; i < count; ++i) {
-        if (!lines[i].pfPoints || lines[i].iCount < 0 || lines[i].iCount > LARGEST_OVERLAY)
-            return RV_REFUSED;
-        copy.push_back({{lines[i].pfPoints, lines[i].pfPoints + 2 * lines[i].iCount},
-                        std::clamp(lines[i].iWidth, 1, 32),
-                        lines[i].uiColour});
-    }
-    return WithView(player, correct, [&](View& view) {
+    return WithView(player, correct, [&](View& view) -> int {
+        std::vector<engine::OverlayLine> copy;
+        for (int i = 0; i < count; ++i) {
+            if (!lines[i].pfPoints || lines[i].iCount < 0 || lines[i].iCount > LARGEST_OVERLAY)
+                return RV_REFUSED;
+            copy.push_back({{lines[i].pfPoints, lines[i].pfPoints + 2 * lines[i].iCount},
+                            std::clamp(lines[i].iWidth, 1, 32),
+                            lines[i].uiColour});
+        }
         view.SetLines(std::move(copy));
         return 0;
     });

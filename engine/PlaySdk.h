@@ -3,8 +3,9 @@
  * A player decodes one stream of bytes and renders it into any number of views: its main window
  * (the picture as it is, or the fisheye picture) and corrected views, each into an X11 window, to a
  * callback, or both. Every function may be called from any thread, from the callbacks as well.
- * Results are 0 or a non-negative value for success and RV_REFUSED (-1) for a bad argument: an
- * unknown id, a null pointer, a record of the wrong size. Positions are ten-thousandths of the
+ * Results are 0 or a non-negative value for success and RV_REFUSED (-1) for a bad argument (an
+ * unknown id, a null pointer, a record of the wrong size) or where memory or threads run out; a
+ * player that lacks memory for a picture loses that picture. Positions are ten-thousandths of the
  * fisheye picture; pixels are BGRA, four bytes each, rows without gaps.
  */
 #pragma once
@@ -23,7 +24,7 @@ extern "C" {
 
 enum
 {
-    RV_REFUSED = -1,        /* bad argument */
+    RV_REFUSED = -1,        /* bad argument, or no memory */
     RV_OUTSIDE_CIRCLE = -2, /* RV_SetFishEyeCorrectPara: the centre lies outside the image circle */
     RV_BUFFER_FULL = -3     /* RV_PutStreamToPlayer: nothing was taken, try again */
 };

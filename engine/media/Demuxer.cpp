@@ -2,6 +2,8 @@
 // the first packet of a video stream decides.
 #include "engine/media/Demuxer.h"
 
+#include <exception>
+
 namespace engine {
 
 namespace {
@@ -73,7 +75,12 @@ bool Demuxer::Open(Container container)
 int Demuxer::ReadBytes(void* self, std::uint8_t* target, int size)
 {
     Input& input = static_cast<Demuxer*>(self)->m_input;
-    const std::size_t read = input.Read(target, static_cast<std::size_t>(size));
+    std::size_t read = 0;
+    try {
+        read = input.Read(target, static_cast<std::size_t>(size));
+    } catch (const std::exception&) {
+        return AVERROR(ENOMEM);  // the caller is C
+    }
     if (read > 0)
         return static_cast<int>(read);
     return input.StopReason() == Input::Stop::Idle ? AVERROR(EAGAIN) : AVERROR_EOF;

@@ -61,7 +61,7 @@ std::size_t Input::Read(std::uint8_t* target, std::size_t size)
         m_atHeader = m_atHeader && history == m_next;
         m_bytes.erase(m_bytes.begin(),
                       m_bytes.begin() + static_cast<std::ptrdiff_t>(m_next - history));
-        m_next = history;
+        m_next = m_limit = history;
         const Clock::duration patience =
             m_allowIdle ? m_pictureEnd.Patience(m_period) : Clock::duration::max();
         const bool forEver = patience == Clock::duration::max();

@@ -43,7 +43,8 @@ public:
         return m_unheard;
     }
 
-    void Call(Args... args)
+    /// What the callback throws has nowhere to go.
+    void Call(Args... args) noexcept
     {
         Function function = nullptr;
         void* user = nullptr;

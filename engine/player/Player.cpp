@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <exception>
 #include <utility>
 
 namespace engine {
@@ -32,6 +33,9 @@ ViewSettings SourceView()
 /// may be dark, or show what only looks like one.
 constexpr int LAST_SEARCH = 64;
 
+/// How long decoding rests when there is no memory.
+constexpr std::chrono::milliseconds BREATH{5};
+
 }  // namespace
 
 /// One view to draw. The view is named first: it outlives its window.
@@ -48,10 +52,15 @@ struct Player::Job
 std::shared_ptr<Player> Player::Create(int id, int mainViewId, const RvPlayerCreation& record)
 {
     std::shared_ptr<Player> player(new Player(id, mainViewId, record));
-    player->m_mainView->SetWindow(reinterpret_cast<std::uintptr_t>(record.pWindow));
-    // The threads own the player too, so that a callback may delete it.
-    player->m_decodeThread = std::thread([player] { player->DecodeLoop(); });
-    player->m_drawThread = std::thread([player] { player->DrawLoop(); });
+    try {
+        player->m_mainView->SetWindow(reinterpret_cast<std::uintptr_t>(record.pWindow));
+        // The threads own the player too, so that a callback may delete it.
+        player->m_decodeThread = std::thread([player] { player->DecodeLoop(); });
+        player->m_drawThread = std::thread([player] { player->DrawLoop(); });
+    } catch (...) {
+        player->Shutdown();  // ends the thread that there is
+        throw;
+    }
     return player;
 }
 
@@ -301,31 +310,42 @@ void Player::Describe(RvVideoParam& param) const
 
 void Player::DecodeLoop()
 {
-    Picture picture;
     while (true) {
-        switch (m_decoder.Next(picture)) {
-        case StreamDecoder::Event::Picture:
-            ++m_decoded;
-            KeepTime(picture);
-            picture = {};
-            break;
-        case StreamDecoder::Event::End:
-            AwaitDrawn();
-            SearchAgain();
-            m_onEnd.Call(m_id);
-            break;
-        case StreamDecoder::Event::Cleared:
-            SearchAgain();
-            m_hasLast = false;
-            m_playTime = 0.0;
-            {
-                std::lock_guard lock(m_playLock);
-                m_discard = false;
-            }
-            break;
-        case StreamDecoder::Event::Closed:
-            return;
+        try {
+            if (!DecodeNext())
+                return;
+        } catch (const std::exception&) {
+            // No memory: the picture is lost. Perhaps others give some back.
+            std::unique_lock lock(m_playLock);
+            m_playNews.wait_for(lock, BREATH, [this] { return m_stopped; });
         }
+    }
+}
+
+/// False: the player goes away.
+bool Player::DecodeNext()
+{
+    Picture picture;
+    switch (m_decoder.Next(picture)) {
+    case StreamDecoder::Event::Picture:
+        ++m_decoded;
+        KeepTime(picture);
+        return true;
+    case StreamDecoder::Event::End:
+        AwaitDrawn();
+        SearchAgain();
+        m_onEnd.Call(m_id);
+        return true;
+    case StreamDecoder::Event::Cleared: {
+        SearchAgain();
+        m_hasLast = false;
+        m_playTime = 0.0;
+        std::lock_guard lock(m_playLock);
+        m_discard = false;
+        return true;
+    }
+    default:
+        return false;
     }
 }
 
@@ -408,36 +428,52 @@ void Player::Wake()
 void Player::DrawLoop()
 {
     while (true) {
-        Picture picture;
-        bool fresh = false;
-        {
-            std::unique_lock lock(m_drawLock);
-            m_drawing = false;
-            m_drawnNews.notify_all();
-            m_drawNews.wait(lock, [this] {
-                return m_drawStopped || (m_picture.frame && (m_fresh || m_redraw));
-            });
-            if (m_drawStopped)
+        try {
+            if (!DrawNext())
                 return;
-            m_drawing = true;
-            picture = m_picture;
-            fresh = std::exchange(m_fresh, false);
-            m_redraw = false;
-            for (const auto& entry : m_views)
-                m_drawViews.push_back(entry.second);
+        } catch (const std::exception&) {
+            // No memory or threads: this picture is lost, with all that was begun for it.
+            for (const std::shared_ptr<View>& view : m_drawViews)
+                view->ForgetImage();
+            m_drawer = PictureDrawer();
         }
-        const auto begin = Clock::now();
-        UpdateLens(picture, fresh);
-        if (fresh)
-            ++m_shown;  // before the callbacks get it, who may ask
-        const bool drawn = Draw(picture, fresh);
+        m_jobs.clear();
+        m_targets.clear();
         m_drawViews.clear();
-        const auto end = Clock::now();
-        if (drawn)
-            Average(m_drawMs, Milliseconds(end - begin));
-        if (fresh)
-            Average(m_latencyMs, Milliseconds(end - picture.putAt));
     }
+}
+
+/// False: the player goes away.
+bool Player::DrawNext()
+{
+    Picture picture;
+    bool fresh = false;
+    {
+        std::unique_lock lock(m_drawLock);
+        m_drawing = false;
+        m_drawnNews.notify_all();
+        m_drawNews.wait(
+            lock, [this] { return m_drawStopped || (m_picture.frame && (m_fresh || m_redraw)); });
+        if (m_drawStopped)
+            return false;
+        m_drawing = true;
+        picture = m_picture;
+        fresh = std::exchange(m_fresh, false);
+        m_redraw = false;
+        for (const auto& entry : m_views)
+            m_drawViews.push_back(entry.second);
+    }
+    const auto begin = Clock::now();
+    UpdateLens(picture, fresh);
+    if (fresh)
+        ++m_shown;  // before the callbacks get it, who may ask
+    Draw(picture, fresh);
+    const auto end = Clock::now();
+    if (!m_jobs.empty())
+        Average(m_drawMs, Milliseconds(end - begin));
+    if (fresh)
+        Average(m_latencyMs, Milliseconds(end - picture.putAt));
+    return true;
 }
 
 /// Follows the picture's size, looks for the circle, and takes a copy of the lens in force.
@@ -464,8 +500,7 @@ void Player::UpdateLens(const Picture& picture, bool fresh)
         m_drawCamera = m_lens.InForce();
 }
 
-/// Whether there was anything to draw.
-bool Player::Draw(const Picture& picture, bool fresh)
+void Player::Draw(const Picture& picture, bool fresh)
 {
     for (const std::shared_ptr<View>& view : m_drawViews) {
         const bool dirty = view->TakeDirty();
@@ -504,10 +539,6 @@ bool Player::Draw(const Picture& picture, bool fresh)
         if (job.window)
             job.window->Flush();
     }
-    const bool drawn = !m_jobs.empty();
-    m_jobs.clear();
-    m_targets.clear();
-    return drawn;
 }
 
 }  // namespace engine

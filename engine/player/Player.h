@@ -77,15 +77,17 @@ private:
     Player(int id, int mainViewId, const RvPlayerCreation& record);
 
     void DecodeLoop();
+    bool DecodeNext();
     void KeepTime(const Picture& picture);
     void Publish(const Picture& picture);
     void AwaitDrawn();
     void SearchAgain();
 
     void DrawLoop();
+    bool DrawNext();
     void MarkAllDirtyLocked();
     void UpdateLens(const Picture& picture, bool fresh);
-    bool Draw(const Picture& picture, bool fresh);
+    void Draw(const Picture& picture, bool fresh);
     void Wake();
     static void Leave(std::thread& thread);
 

@@ -43,7 +43,14 @@ int AddPlayer(const RvPlayerCreation& record)
         registry.players.emplace(id, nullptr);  // the id is taken
     }
     // Outside the lock: opening the window may wait for the display.
-    std::shared_ptr<Player> player = Player::Create(id, NextViewId(), record);
+    std::shared_ptr<Player> player;
+    try {
+        player = Player::Create(id, NextViewId(), record);
+    } catch (...) {
+        std::lock_guard lock(registry.lock);
+        registry.players.erase(id);
+        throw;
+    }
     std::lock_guard lock(registry.lock);
     registry.players[id] = std::move(player);
     return id;
@@ -74,6 +81,7 @@ std::vector<std::shared_ptr<Player>> RemoveAllPlayers()
     Registry& registry = TheRegistry();
     std::vector<std::shared_ptr<Player>> players;
     std::lock_guard lock(registry.lock);
+    players.reserve(registry.players.size());  // all or none
     for (auto entry = registry.players.begin(); entry != registry.players.end();) {
         if (entry->second) {
             players.push_back(std::move(entry->second));

@@ -92,6 +92,8 @@ public:
     /// Asked once for each drawing; `fresh`: the decoded picture is another than at the last one.
     bool TakeNews(bool fresh, const Rendering& rendering);
     ViewImage& Image() { return m_image; }
+    /// Making it broke off.
+    void ForgetImage() { m_image = ViewImage(); }
 
 private:
     void Touch();

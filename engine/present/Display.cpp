@@ -10,11 +10,11 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
+#include <exception>
 #include <iterator>
 #include <map>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <string>
 #include <thread>
 #include <utility>
@@ -49,6 +49,12 @@ constexpr std::chrono::seconds PATIENCE{5};
 /// A watchdog that wakes so late has slept itself: in a debugger, or on a stopped machine.
 constexpr std::chrono::seconds OVERSLEPT{1};
 
+struct Disconnect
+{
+    void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
+};
+using ConnectionPtr = std::unique_ptr<xcb_connection_t, Disconnect>;
+
 /// Shuts a connection down, which ends all waiting for it, when no wait comes to its end for too
 /// long. A slow server is none that hangs: what queues behind a large picture has time as long as
 /// the picture gets on.
@@ -60,7 +66,7 @@ public:
     Watchdog(const Watchdog&) = delete;
     Watchdog& operator=(const Watchdog&) = delete;
 
-    /// Around what may wait for the server.
+    /// Around what may wait for the server. Needs no memory: destructors wait as well.
     class Wait
     {
     public:
@@ -70,8 +76,11 @@ public:
         Wait& operator=(const Wait&) = delete;
 
     private:
+        friend class Watchdog;
         Watchdog& m_dog;
-        std::multiset<std::chrono::steady_clock::time_point>::iterator m_entry;
+        std::chrono::steady_clock::time_point m_deadline;
+        Wait* m_older;
+        Wait* m_newer = nullptr;
     };
 
 private:
@@ -80,7 +89,8 @@ private:
     const int m_socket;
     std::mutex m_lock;
     std::condition_variable m_news;
-    std::multiset<std::chrono::steady_clock::time_point> m_deadlines;
+    Wait* m_oldest = nullptr;  ///< of those that wait, each linked to the next
+    Wait* m_newest = nullptr;
     std::chrono::steady_clock::time_point m_progress;  ///< when a wait last came to its end
     bool m_idle = false;                               ///< sleeps until there is a deadline
     bool m_stopped = false;
@@ -95,12 +105,11 @@ public:
     /// Null without a display, and while a server does not let anybody in.
     static std::shared_ptr<Display> Get();
 
-    explicit Display(xcb_connection_t* connection);
-    ~Display();
+    explicit Display(ConnectionPtr connection);
 
-    xcb_connection_t* Connection() const { return m_connection; }
+    xcb_connection_t* Connection() const { return m_connection.get(); }
     Watchdog& Dog() { return m_dog; }
-    bool IsAlive() const { return m_alive && xcb_connection_has_error(m_connection) == 0; }
+    bool IsAlive() const { return m_alive && xcb_connection_has_error(Connection()) == 0; }
     bool HasShm() const { return m_hasShm; }
     bool IsLittleEndian() const { return m_littleEndian; }
 
@@ -117,7 +126,7 @@ private:
     void FollowLocked(XWindow& window);
     void RemoveLocked(const XWindow& window);
 
-    xcb_connection_t* m_connection;
+    const ConnectionPtr m_connection;
     Watchdog m_dog;
     std::atomic<bool> m_alive{true};
     bool m_hasShm = false;
@@ -215,13 +224,13 @@ void Watchdog::Watch()
 {
     std::unique_lock lock(m_lock);
     while (!m_stopped) {
-        if (m_deadlines.empty()) {
+        if (!m_oldest) {
             m_idle = true;
             m_news.wait(lock);
             m_idle = false;
             continue;
         }
-        const auto due = std::max(*m_deadlines.begin(), m_progress + PATIENCE);
+        const auto due = std::max(m_oldest->m_deadline, m_progress + PATIENCE);
         const auto now = std::chrono::steady_clock::now();
         if (now < due) {
             m_news.wait_until(lock, due);
@@ -239,7 +248,9 @@ void Watchdog::Watch()
 Watchdog::Wait::Wait(Watchdog& dog) : m_dog(dog)
 {
     std::lock_guard lock(m_dog.m_lock);
-    m_entry = m_dog.m_deadlines.insert(std::chrono::steady_clock::now() + PATIENCE);
+    m_deadline = std::chrono::steady_clock::now() + PATIENCE;
+    m_older = std::exchange(m_dog.m_newest, this);
+    (m_older ? m_older->m_newer : m_dog.m_oldest) = this;
     if (m_dog.m_idle)
         m_dog.m_news.notify_one();
 }
@@ -247,7 +258,8 @@ Watchdog::Wait::Wait(Watchdog& dog) : m_dog(dog)
 Watchdog::Wait::~Wait()
 {
     std::lock_guard lock(m_dog.m_lock);
-    m_dog.m_deadlines.erase(m_entry);
+    (m_older ? m_older->m_newer : m_dog.m_oldest) = m_newer;
+    (m_newer ? m_newer->m_older : m_dog.m_newest) = m_older;
     m_dog.m_progress = std::chrono::steady_clock::now();
 }
 
@@ -290,7 +302,11 @@ std::shared_ptr<Display> Display::Get()
 /// The event thread: connects, which a server that hangs may never let it, and listens.
 void Display::Live(const std::string& name)
 {
-    const std::shared_ptr<Display> display = Connect(name);
+    std::shared_ptr<Display> display;
+    try {
+        display = Connect(name);
+    } catch (const std::exception&) {  // no memory or threads: as without a display
+    }
     Desk& desk = TheDesk();
     {
         std::lock_guard lock(desk.lock);
@@ -304,16 +320,16 @@ void Display::Live(const std::string& name)
 
 std::shared_ptr<Display> Display::Connect(const std::string& name)
 {
-    xcb_connection_t* connection = xcb_connect(name.c_str(), nullptr);
-    if (!xcb_connection_has_error(connection))
-        return std::make_shared<Display>(connection);
-    xcb_disconnect(connection);
-    return nullptr;
+    ConnectionPtr connection(xcb_connect(name.c_str(), nullptr));
+    if (xcb_connection_has_error(connection.get()))
+        return nullptr;
+    return std::make_shared<Display>(std::move(connection));
 }
 
-Display::Display(xcb_connection_t* connection)
-    : m_connection(connection), m_dog(xcb_get_file_descriptor(connection))
+Display::Display(ConnectionPtr owned)
+    : m_connection(std::move(owned)), m_dog(xcb_get_file_descriptor(Connection()))
 {
+    xcb_connection_t* connection = Connection();
     const Watchdog::Wait wait(m_dog);
     xcb_get_maximum_request_length(connection);  // asks the server the first time
     m_littleEndian = xcb_get_setup(connection)->image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST;
@@ -328,15 +344,15 @@ Display::Display(xcb_connection_t* connection)
                            (version->major_version == 1 && version->minor_version >= 2));
 }
 
-Display::~Display()
-{
-    xcb_disconnect(m_connection);
-}
-
 void Display::Add(XWindow& window)
 {
     std::lock_guard guard(m_lock);
-    FollowLocked(window);
+    try {
+        FollowLocked(window);
+    } catch (...) {
+        RemoveLocked(window);
+        throw;
+    }
 }
 
 void Display::Remove(XWindow& window)
@@ -360,9 +376,9 @@ void Display::FollowLocked(XWindow& window)
     for (int depth = 0; depth < DEEPEST; ++depth) {
         m_windows.emplace(id, &window);
         // Before asking for the parent, so that a change of it is heard.
-        xcb_change_window_attributes(m_connection, id, XCB_CW_EVENT_MASK, &EVENTS);
+        xcb_change_window_attributes(Connection(), id, XCB_CW_EVENT_MASK, &EVENTS);
         const Reply<xcb_query_tree_reply_t> tree(
-            xcb_query_tree_reply(m_connection, xcb_query_tree(m_connection, id), nullptr));
+            xcb_query_tree_reply(Connection(), xcb_query_tree(Connection(), id), nullptr));
         if (!tree || tree->parent == XCB_NONE || tree->parent == tree->root)
             break;
         id = tree->parent;
@@ -373,8 +389,12 @@ void Display::FollowLocked(XWindow& window)
 void Display::Listen()
 {
     // Errors of requests come as events too and mean that the window has gone.
-    while (const Reply<xcb_generic_event_t> event{xcb_wait_for_event(m_connection)})
-        Dispatch(*event);
+    while (const Reply<xcb_generic_event_t> event{xcb_wait_for_event(Connection())}) {
+        try {
+            Dispatch(*event);
+        } catch (const std::exception&) {  // no memory: this event is lost
+        }
+    }
     m_alive = false;
 }
 
