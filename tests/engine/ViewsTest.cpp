@@ -392,6 +392,47 @@ TEST_F(Views, LensMeasuredOnALargerPictureIsScaled)
         Near(m_images.Await(1).At(0.9, 0.5), ColourOf(optics::FisheyeDirection({0.9, 0.5})), 6));
 }
 
+TEST_F(Views, LensMeasuredOnAnotherSizeFollowsAChangeOfResolution)
+{
+    RvLens lens{};
+    lens.iSize = sizeof(lens);
+    lens.iWidth = lens.iHeight = 1024;
+    lens.dCentreX = lens.dCentreY = 511.5;
+    lens.dCircleRadius = 512;
+    ASSERT_EQ(RV(RV_PlayerControl)(m_player.Id(), RV_CONTROL_SET_LENS, &lens, sizeof(lens)), 0);
+    ASSERT_EQ(m_player.Listen(m_player.Fisheye(), m_images), 0);
+    ClipOptions narrow = FisheyeClip();
+    narrow.width = 192;
+    narrow.height = 256;
+    narrow.firstPicture = narrow.pictures;
+    narrow.paint = [paint = narrow.paint](int picture, int x, int y) {
+        return paint(picture, x * 512 / 192, y * 512 / 256);
+    };
+    ASSERT_EQ(m_player.Put(Clip()), 0);
+    ASSERT_EQ(m_player.Put(MakeClip(narrow)), 0);
+    ASSERT_EQ(m_player.End(), 0);
+    for (const auto& [width, height] : {std::pair{512, 512}, {192, 256}}) {
+        for (int i = 0; i < narrow.pictures; ++i) {  // paused: a step shows one more
+            const int before = m_images.Count();
+            ASSERT_EQ(RV(RV_StepForward)(m_player.Id()), 0);
+            ASSERT_EQ(m_images.Await(before + 1).width, 256);
+        }
+        RvLens read{};
+        ASSERT_EQ(RV(RV_PlayerControl)(m_player.Id(), RV_CONTROL_GET_LENS, &read, sizeof(read)), 0);
+        EXPECT_EQ(read.iWidth, width);
+        EXPECT_EQ(read.iHeight, height);
+        EXPECT_NEAR(read.dCentreX, (width - 1) / 2.0, 1e-9);
+        EXPECT_NEAR(read.dCentreY, (height - 1) / 2.0, 1e-9);
+        EXPECT_NEAR(read.dFocalY / read.dFocalX, double(height) / width, 1e-9);
+        const Images::Image image = m_images.Await(1);
+        for (const optics::Point& point : {optics::Point{0.9, 0.5}, {0.5, 0.9}, {0.3, 0.2}})
+            EXPECT_TRUE(
+                Near(image.At(point.x, point.y), ColourOf(optics::FisheyeDirection(point)), 8))
+                << width << ": " << point.x << " " << point.y;
+    }
+    m_player.Delete();
+}
+
 TEST_F(Views, MirroredAndFlippedCamerasAreShownTheRightWayRound)
 {
     Images sourceImages;
