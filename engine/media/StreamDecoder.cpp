@@ -79,6 +79,11 @@ std::optional<StreamDecoder::Event> StreamDecoder::Advance()
     switch (m_demuxer->Next(*m_packet)) {
     case Demuxer::Result::Packet: {
         const AVStream* stream = m_demuxer->Stream();
+        if (std::exchange(m_streamPlayed, stream) != stream) {
+            FlushParser();
+            Decode(nullptr);  // another programme: its pictures do not go on from these
+            m_codec.reset();
+        }
         if (Ready(stream->codecpar->codec_id, stream->codecpar, stream->time_base))
             TakePacket(*m_packet, m_container == Container::MpegTs);
         av_packet_unref(m_packet.get());
@@ -147,6 +152,7 @@ std::optional<StreamDecoder::Event> StreamDecoder::AfterStop()
 void StreamDecoder::Reset()
 {
     m_demuxer.reset();
+    m_streamPlayed = nullptr;
     m_parser.reset();
     m_codec.reset();
     m_container = Container::Unknown;

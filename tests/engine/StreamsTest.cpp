@@ -8,6 +8,7 @@
 
 #include <gmock/gmock.h>
 
+#include "engine/media/StreamDecoder.h"
 #include "tests/engine/EngineUnderTest.h"
 
 namespace test {
@@ -414,6 +415,31 @@ INSTANTIATE_TEST_SUITE_P(All, NalStreams,
                                          NalCase{"H265ShortCodes", "hevc", 3, true},
                                          NalCase{"H265SetsInFront", "hevc", 3, false}),
                          [](const auto& info) { return std::string(info.param.name); });
+
+// ---- What else lies in a stream, and its time
+
+TEST(Streams, OneOfTwoProgrammesIsShownAndTheOtherWhenItEnds)
+{
+    std::vector<ClipOptions> programmes(2, Numbered("mpegts", 10));
+    programmes[1].pictures = 100;
+    programmes[0].paint = [](int, int, int) { return Colour{50, 50, 50}; };
+    programmes[1].paint = [](int, int, int) { return Colour{200, 200, 200}; };
+    const Bytes stream = MakeProgrammes(programmes);
+    engine::ByteQueue queue;
+    engine::StreamDecoder decoder(queue, engine::Container::Unknown);
+    ASSERT_TRUE(queue.Put(stream.data(), stream.size()));
+    queue.MarkEnd();
+    int pictures[2] = {};
+    engine::Picture picture;
+    while (decoder.Next(picture) == engine::StreamDecoder::Event::Picture) {
+        const bool second = picture.frame->data[0][0] > 128;
+        EXPECT_TRUE(second || pictures[1] == 0) << "not in turn";
+        ++pictures[second];
+    }
+    // That its last picture is whole, the first programme never tells.
+    EXPECT_EQ(pictures[0], 9);
+    EXPECT_GE(pictures[1], 20);
+}
 
 TEST(Streams, ContainerMayChangeWithoutAnEndMark)
 {

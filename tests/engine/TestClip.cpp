@@ -107,9 +107,9 @@ engine::CodecContextPtr OpenEncoder(const ClipOptions& options, bool globalHeade
 class Muxer
 {
 public:
-    Muxer(const ClipOptions& options)
+    explicit Muxer(const std::string& format)
     {
-        Check(avformat_alloc_output_context2(&m_context, nullptr, options.format.c_str(), "") >= 0,
+        Check(avformat_alloc_output_context2(&m_context, nullptr, format.c_str(), "") >= 0,
               "no muxer");
         Check(avio_open_dyn_buf(&m_context->pb) >= 0, "no buffer");
         m_context->flags |= AVFMT_FLAG_FLUSH_PACKETS;
@@ -124,12 +124,38 @@ public:
 
     bool WantsGlobalHeader() const { return m_context->oformat->flags & AVFMT_GLOBALHEADER; }
 
-    void Begin(const AVCodecContext& encoder)
+    /// The number of a stream of pictures, in a programme of its own where `programme` is above 0.
+    int AddPictures(const AVCodecContext& encoder, int programme = 0)
     {
-        m_stream = avformat_new_stream(m_context, nullptr);
-        avcodec_parameters_from_context(m_stream->codecpar, &encoder);
-        m_stream->time_base = encoder.time_base;
-        m_stream->avg_frame_rate = encoder.framerate;
+        AVStream* stream = Add();
+        avcodec_parameters_from_context(stream->codecpar, &encoder);
+        stream->time_base = encoder.time_base;
+        stream->avg_frame_rate = encoder.framerate;
+        if (programme > 0) {
+            Check(av_new_program(m_context, programme), "no memory");
+            av_program_add_stream_index(m_context, programme, stream->index);
+        }
+        return stream->index;
+    }
+
+    void AddSound()
+    {
+        AVCodecParameters* sound = Add()->codecpar;
+        sound->codec_type = AVMEDIA_TYPE_AUDIO;
+        sound->codec_id = AV_CODEC_ID_MP2;
+        sound->sample_rate = 48000;
+        sound->frame_size = 1152;
+        av_channel_layout_default(&sound->ch_layout, 2);
+        AVCodecParameters* text = Add()->codecpar;
+        text->codec_type = AVMEDIA_TYPE_SUBTITLE;
+        text->codec_id = std::string(m_context->oformat->name) == "mpegts"
+                             ? AV_CODEC_ID_DVB_SUBTITLE
+                             : AV_CODEC_ID_SUBRIP;
+        m_sounds = 2;
+    }
+
+    void Begin()
+    {
         AVDictionary* settings = nullptr;
         av_dict_set(&settings, "movflags", "frag_every_frame+empty_moov+default_base_moof", 0);
         av_dict_set(&settings, "live", "1", 0);
@@ -141,12 +167,25 @@ public:
         Check(result >= 0, "the muxer does not begin");
     }
 
-    void Write(AVPacket& packet, AVRational timeBase)
+    void Write(AVPacket& packet, AVRational timeBase, int stream)
     {
-        av_packet_rescale_ts(&packet, timeBase, m_stream->time_base);
-        packet.stream_index = 0;
+        av_packet_rescale_ts(&packet, timeBase, m_context->streams[stream]->time_base);
+        packet.stream_index = stream;
         Check(av_write_frame(m_context, &packet) >= 0, "the muxer refuses");
         av_write_frame(m_context, nullptr);
+    }
+
+    /// Something for each stream of AddSound.
+    void WriteSound(std::int64_t time, AVRational timeBase)
+    {
+        for (int stream = 0; stream < m_sounds; ++stream) {
+            const engine::PacketPtr packet(av_packet_alloc());
+            Check(av_new_packet(packet.get(), 384) >= 0, "no memory");
+            std::fill_n(packet->data, packet->size, std::uint8_t{0x20});
+            packet->pts = packet->dts = time;
+            packet->duration = 1;
+            Write(*packet, timeBase, stream);
+        }
     }
 
     void End() { av_write_trailer(m_context); }
@@ -164,46 +203,62 @@ public:
     }
 
 private:
+    AVStream* Add()
+    {
+        AVStream* stream = avformat_new_stream(m_context, nullptr);
+        Check(stream, "no memory");
+        return stream;
+    }
+
     AVFormatContext* m_context = nullptr;
-    AVStream* m_stream = nullptr;
+    int m_sounds = 0;  ///< the first streams
 };
+
+/// Encodes a picture, or what is left after the last one, and hands on the packets.
+template <typename Sink>
+void Encode(AVCodecContext& encoder, const ClipOptions& options, int picture, Sink&& sink)
+{
+    const bool last = picture == options.pictures;
+    const engine::FramePtr frame(av_frame_alloc());
+    if (!last) {
+        frame->width = options.width;
+        frame->height = options.height;
+        frame->format = options.pixels;
+        frame->color_range = options.range;
+        frame->colorspace = options.matrix;
+        Check(av_frame_get_buffer(frame.get(), 0) >= 0, "no memory");
+        Paint(*frame, options, picture);
+        frame->pts = options.firstPicture + picture;
+        frame->quality = 2 * FF_QP2LAMBDA;
+    }
+    Check(avcodec_send_frame(&encoder, last ? nullptr : frame.get()) >= 0, "the encoder refuses");
+    const engine::PacketPtr packet(av_packet_alloc());
+    while (avcodec_receive_packet(&encoder, packet.get()) >= 0) {
+        sink(*packet);
+        av_packet_unref(packet.get());
+    }
+}
 
 }  // namespace
 
 std::vector<Bytes> MakeClipPieces(const ClipOptions& options)
 {
-    Muxer muxer(options);
+    Muxer muxer(options.format);
     const engine::CodecContextPtr encoder = OpenEncoder(options, muxer.WantsGlobalHeader());
-    muxer.Begin(*encoder);
-    engine::FramePtr frame(av_frame_alloc());
-    frame->width = options.width;
-    frame->height = options.height;
-    frame->format = options.pixels;
-    frame->color_range = options.range;
-    frame->colorspace = options.matrix;
-    engine::PacketPtr packet(av_packet_alloc());
+    if (options.tracks != Tracks::Pictures)
+        muxer.AddSound();
+    const bool shown = options.tracks != Tracks::Sound;
+    const int stream = shown ? muxer.AddPictures(*encoder) : -1;
+    muxer.Begin();
     std::vector<Bytes> pieces;
     for (int picture = 0; picture <= options.pictures; ++picture) {
-        const bool last = picture == options.pictures;
-        if (!last) {
-            av_frame_unref(frame.get());
-            frame->width = options.width;
-            frame->height = options.height;
-            frame->format = options.pixels;
-            frame->color_range = options.range;
-            frame->colorspace = options.matrix;
-            Check(av_frame_get_buffer(frame.get(), 0) >= 0, "no memory");
-            Paint(*frame, options, picture);
-            frame->pts = options.firstPicture + picture;
-            frame->quality = 2 * FF_QP2LAMBDA;
-        }
-        Check(avcodec_send_frame(encoder.get(), last ? nullptr : frame.get()) >= 0,
-              "the encoder refuses");
-        while (avcodec_receive_packet(encoder.get(), packet.get()) >= 0) {
-            muxer.Write(*packet, encoder->time_base);
-            av_packet_unref(packet.get());
+        if (picture < options.pictures)
+            muxer.WriteSound(options.firstPicture + picture, encoder->time_base);
+        Encode(*encoder, options, picture, [&](AVPacket& packet) {
+            if (shown)
+                muxer.Write(packet, encoder->time_base, stream);
             pieces.push_back(muxer.Take());
-        }
+        });
     }
     muxer.End();
     const Bytes rest = muxer.Take();
@@ -218,6 +273,29 @@ Bytes MakeClip(const ClipOptions& options)
     for (const Bytes& piece : MakeClipPieces(options))
         clip.insert(clip.end(), piece.begin(), piece.end());
     return clip;
+}
+
+Bytes MakeProgrammes(const std::vector<ClipOptions>& programmes)
+{
+    Muxer muxer("mpegts");
+    std::vector<engine::CodecContextPtr> encoders;
+    int longest = 0;
+    for (const ClipOptions& options : programmes) {
+        encoders.push_back(OpenEncoder(options, muxer.WantsGlobalHeader()));
+        muxer.AddPictures(*encoders.back(), static_cast<int>(encoders.size()));
+        longest = std::max(longest, options.pictures);
+    }
+    muxer.Begin();
+    for (int picture = 0; picture <= longest; ++picture) {
+        for (std::size_t i = 0; i < programmes.size(); ++i) {
+            if (picture <= programmes[i].pictures)
+                Encode(*encoders[i], programmes[i], picture, [&](AVPacket& packet) {
+                    muxer.Write(packet, encoders[i]->time_base, static_cast<int>(i));
+                });
+        }
+    }
+    muxer.End();
+    return muxer.Take();
 }
 
 }  // namespace test

@@ -20,9 +20,17 @@ struct Colour
 
 using Bytes = std::vector<std::uint8_t>;
 
+enum class Tracks
+{
+    Pictures,
+    PicturesAndSound,  // and subtitles
+    Sound              // and subtitles, no pictures
+};
+
 struct ClipOptions
 {
-    std::string format = "mpegts";  // muxer: mpegts, matroska, mp4, h264, hevc, mjpeg
+    std::string format = "mpegts";     // muxer: mpegts, matroska, mp4, h264, hevc, mjpeg
+    Tracks tracks = Tracks::Pictures;  // all but the first: mpegts, matroska
     AVCodecID codec = AV_CODEC_ID_H264;
     AVPixelFormat pixels = AV_PIX_FMT_YUV420P;
     AVColorRange range = AVCOL_RANGE_MPEG;
@@ -45,5 +53,8 @@ struct ClipOptions
 std::vector<Bytes> MakeClipPieces(const ClipOptions& options);
 
 Bytes MakeClip(const ClipOptions& options);
+
+/// A transport stream of several programmes, which begin together and need not be of one length.
+Bytes MakeProgrammes(const std::vector<ClipOptions>& programmes);
 
 }  // namespace test
