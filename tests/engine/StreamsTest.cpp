@@ -105,7 +105,9 @@ ClipOptions Numbered(const char* format, int pictures)
 {
     ClipOptions options;
     options.format = format;
-    if (std::string(format) == "hevc")
+    if (options.format == "mp4h265")
+        options.format = "mp4";
+    if (std::string(format) == "hevc" || std::string(format) == "mp4h265")
         options.codec = AV_CODEC_ID_HEVC;
     if (std::string(format) == "mjpeg") {
         options.codec = AV_CODEC_ID_MJPEG;
@@ -292,7 +294,8 @@ TEST_P(EveryFormat, ShowsALivePictureBeforeTheNextOneComes)
 }
 
 INSTANTIATE_TEST_SUITE_P(All, EveryFormat,
-                         testing::Values("mpegts", "matroska", "mp4", "h264", "hevc", "mjpeg"),
+                         testing::Values("mpegts", "matroska", "mp4", "mp4h265", "h264", "hevc",
+                                         "mjpeg"),
                          [](const auto& info) { return std::string(info.param); });
 
 // ---- What a client hands over that takes RTP packets apart
@@ -301,7 +304,7 @@ struct NalCase
 {
     const char* name;
     const char* format;
-    int startCode;      ///< bytes
+    int startCode;      ///< bytes; 0: three and four in turn
     bool setsRepeated;  ///< parameter sets before every key picture, else only in front
 };
 
@@ -344,6 +347,7 @@ protected:
         options.keyInterval = 4;
         std::vector<std::vector<Bytes>> pictures;
         int sets = 0;
+        int count = 0;
         for (const Bytes& piece : MakeClipPieces(options)) {
             std::vector<Bytes> units;
             for (const Bytes& unit : NalUnits(piece)) {
@@ -351,7 +355,8 @@ protected:
                 sets += set;
                 if (set && !pictures.empty() && !GetParam().setsRepeated)
                     continue;
-                Bytes coded(static_cast<std::size_t>(GetParam().startCode - 1), 0);
+                const int code = GetParam().startCode ? GetParam().startCode : 3 + ++count % 2;
+                Bytes coded(static_cast<std::size_t>(code - 1), 0);
                 coded.push_back(1);
                 coded.insert(coded.end(), unit.begin(), unit.end());
                 units.push_back(coded);
@@ -410,13 +415,50 @@ TEST_P(NalStreams, GiveEveryPictureWhenPutUnitByUnit)
 INSTANTIATE_TEST_SUITE_P(All, NalStreams,
                          testing::Values(NalCase{"H264LongCodes", "h264", 4, true},
                                          NalCase{"H264ShortCodes", "h264", 3, true},
+                                         NalCase{"H264MixedCodes", "h264", 0, true},
                                          NalCase{"H264SetsInFront", "h264", 4, false},
                                          NalCase{"H265LongCodes", "hevc", 4, true},
                                          NalCase{"H265ShortCodes", "hevc", 3, true},
+                                         NalCase{"H265MixedCodes", "hevc", 0, true},
                                          NalCase{"H265SetsInFront", "hevc", 3, false}),
                          [](const auto& info) { return std::string(info.param.name); });
 
 // ---- What else lies in a stream, and its time
+
+class Companies : public testing::TestWithParam<const char*>
+{};
+
+TEST_P(Companies, PicturesAreFoundAmongSoundAndSubtitles)
+{
+    ClipOptions options = Numbered(GetParam(), 5);
+    options.tracks = Tracks::PicturesAndSound;
+    Source source;
+    source.PutAll(MakeClip(options), 777);
+    ASSERT_TRUE(source.AwaitEnd());
+    EXPECT_EQ(source.player.Describe().llDecoded, 5);
+    EXPECT_TRUE(Near(source.images.Await(1).At(0.5, 0.5), GreyOf(4), 3));
+}
+
+TEST_P(Companies, PicturesBehindAStreamOfSoundAloneAreShown)
+{
+    ClipOptions sound = Numbered(GetParam(), 5);
+    sound.tracks = Tracks::Sound;
+    ClipOptions both = sound;
+    both.tracks = Tracks::PicturesAndSound;
+    Source source;
+    source.PutAll(MakeClip(sound), 777);
+    ASSERT_TRUE(source.AwaitEnd());
+    EXPECT_EQ(source.player.Describe().llDecoded, 0);
+    EXPECT_EQ(source.player.Describe().iBytesBuffered, 0);
+    source.PutAll(MakeClip(sound), 777);
+    source.PutAll(MakeClip(both), 777);
+    ASSERT_TRUE(source.AwaitEnd());
+    ASSERT_EQ(source.player.Describe().llDecoded, 5);
+    EXPECT_TRUE(Near(source.images.Await(1).At(0.5, 0.5), GreyOf(4), 3));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Companies, testing::Values("mpegts", "matroska"),
+                         [](const auto& info) { return std::string(info.param); });
 
 TEST(Streams, OneOfTwoProgrammesIsShownAndTheOtherWhenItEnds)
 {
@@ -440,6 +482,55 @@ TEST(Streams, OneOfTwoProgrammesIsShownAndTheOtherWhenItEnds)
     EXPECT_EQ(pictures[0], 9);
     EXPECT_GE(pictures[1], 20);
 }
+
+struct TimeCase
+{
+    const char* name;
+    int first;   ///< picture whose time the first piece begins with
+    int second;  ///< likewise; the first piece has 10 pictures
+};
+
+void PrintTo(const TimeCase& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class Times : public testing::TestWithParam<TimeCase>
+{};
+
+/// Were the jump taken for time, the second piece would wait for it, or be late and left out.
+TEST_P(Times, PicturesGoOnAtTheirPace)
+{
+    ClipOptions first = Numbered("mpegts", 10);
+    first.firstPicture = GetParam().first;
+    ClipOptions second = first;
+    second.firstPicture = GetParam().second;
+    Source source;
+    RV(RV_FastForward)(source.player.Id(), 1);
+    source.PutAll(MakeClip(first), 4096);
+    source.PutAll(MakeClip(second), 4096);
+    ASSERT_TRUE(source.AwaitEnd());
+    const RvVideoParam param = source.player.Describe();
+    EXPECT_EQ(param.llDecoded, 20);
+    EXPECT_GE(param.llShown, 15);
+    EXPECT_TRUE(Near(source.images.Await(1).At(0.5, 0.5), GreyOf(9), 3));
+    std::int64_t time = 0;
+    EXPECT_EQ(RV(RV_GetPlayTime)(source.player.Id(), &time), 0);
+    EXPECT_NEAR(static_cast<double>(time), 19 * 40, 80);
+}
+
+constexpr int HOUR = 3600 * 25;
+/// Time stamps of transport streams have 33 bits of 1/90000 second.
+constexpr int WRAP = static_cast<int>((std::int64_t{1} << 33) / 3600);
+
+INSTANTIATE_TEST_SUITE_P(All, Times,
+                         testing::Values(TimeCase{"GoingOn", 0, 10},
+                                         TimeCase{"BackByAnHour", HOUR, 0},
+                                         TimeCase{"ForwardByAnHour", 0, HOUR},
+                                         TimeCase{"Wrapping", WRAP - 10, WRAP},
+                                         TimeCase{"WrappingWithinAPiece", WRAP - 5, WRAP + 5},
+                                         TimeCase{"BackFromTheWrap", WRAP - 10, 0}),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 TEST(Streams, ContainerMayChangeWithoutAnEndMark)
 {
