@@ -463,7 +463,8 @@ TEST_F(Views, CaptureGivesWhatTheViewShows)
 {
     const int view = m_player.AddView(RV_MODE_PTZ, 3, 5000, 7500, 5000);
     ASSERT_EQ(m_player.Listen(view, m_images, 64, 48), 0);
-    Feed();
+    ASSERT_EQ(m_player.Put(Clip()), 0);
+    ASSERT_EQ(RV(RV_StepForward)(m_player.Id()), 0);  // no further picture comes between
     const Images::Image image = m_images.Await(1);
     Bytes pixels(64 * 48 * 4);
     int width = 0;
