@@ -75,7 +75,13 @@ public:
             player.Id(),
             [](int, void* promise) { static_cast<std::promise<void>*>(promise)->set_value(); },
             &ended);
-        const bool put = player.Put(stream) == 0 && player.End() == 0;
+        // So that a demuxer asks for more while it reads its header.
+        const std::size_t first = 200;
+        bool put = player.Put(stream.data(), first) == 0;
+        while (player.Describe().iBytesBuffered > 0)
+            std::this_thread::yield();
+        put = put && player.Put(stream.data() + first, stream.size() - first) == 0;
+        put = put && player.End() == 0;
         const bool came = ended.get_future().wait_for(PATIENCE) == std::future_status::ready;
         RV(RV_RegisterNotifyPlayToEnd)(player.Id(), nullptr, nullptr);
         return put && came;
@@ -160,7 +166,10 @@ TEST(Shortages, EveryEntryPointRefusesWithoutMemory)
     }
     EXPECT_EQ(Threads(), threads) << "players that could not be made are gone";
     EXPECT_EQ(watched.player.Delete(), 0);
+    const int without = Threads();
+    const TestPlayer left[3];
     Starve("deletion of what is left", Of::Memory, [&] { return RV(RV_DeleteSystem)(); });
+    EXPECT_EQ(Threads(), without);
 }
 
 TEST(Shortages, DeletionNeedsNoMemory)
@@ -215,8 +224,8 @@ protected:
 
 TEST_F(StarvingDisplay, ShowsItsPicturesLater)
 {
-    const xcb_window_t window = Create(100, 100);
     const xcb_window_t parent = Create(200, 200, true, 0, 300, 0);
+    const xcb_window_t window = Create(100, 100, true, parent);  // both are followed
     for (const Of of : {Of::Threads, Of::Memory}) {
         for (const On on : {On::OtherThreads, On::ThisThread}) {
             bool struck = true;
