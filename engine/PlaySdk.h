@@ -196,9 +196,9 @@ typedef struct RvPolyline
     uint32_t uiColour; /* 0xAARRGGBB */
 } RvPolyline;
 
-/* Called with every rendered picture of a view, from a render thread: once for each decoded picture,
- * and again when the view, its size or the lens changes. The pixels are valid until it returns. It
- * may call any entry point, for its own player too. */
+/* Called with every rendered picture of a view, from a render thread: once for each decoded
+ * picture, and again when the view, its size or the lens changes. The pixels are valid until it
+ * returns. It may call any entry point, for its own player too. */
 typedef void (*RvCorrectCallback)(int player, int correct, void* bgra, unsigned int width,
                                   unsigned int height, void* user);
 
