@@ -219,6 +219,18 @@ bool Aligned(const std::uint8_t* pixels, std::ptrdiff_t line)
     return reinterpret_cast<std::uintptr_t>(pixels) % 64 == 0 && line % 64 == 0;
 }
 
+/// The first and the last cache line of rows that are at most some 64 bytes long; what lies between
+/// them in longer ones follows. (Forced inline: calls of what does nothing but this are left out.)
+HWY_INLINE void PrefetchRows(const std::uint8_t* first, std::ptrdiff_t line, int bytes, int rows)
+{
+    const std::uint8_t* last = first + bytes - 1;
+    const int few = std::min(rows, 4 * kTile);  // sparse samples leave most of more of them unread
+    for (int row = 0; row < few; ++row, first += line, last += line) {
+        hwy::Prefetch(first);
+        hwy::Prefetch(last);
+    }
+}
+
 }  // namespace
 
 int HighestLevelOf(int width, int height)
@@ -273,6 +285,16 @@ Mesh::Bounds Mesh::InsideOf(int level) const
     return {{full(1 + margin), full(1 + margin)},
             {full(LevelSize(m_sourceWidth, level) - 4 - margin),
              full(LevelSize(m_sourceHeight, level) - 3 - margin)}};
+}
+
+Mesh::Box Mesh::BoxOf(const Bounds& bounds, int level) const
+{
+    const auto pixel = [level](std::int32_t full, int size) {
+        return static_cast<std::int16_t>(
+            std::clamp(ToLevel(full, level) >> 16, 0, LevelSize(size, level) - 1));
+    };
+    return {pixel(bounds.least.x, m_sourceWidth), pixel(bounds.least.y, m_sourceHeight),
+            pixel(bounds.most.x, m_sourceWidth), pixel(bounds.most.y, m_sourceHeight)};
 }
 
 /// Whether patches through nodes within these bounds are all inside. A parabola through three
@@ -453,8 +475,11 @@ void Mesh::AddTile(int tileColumn, int tileRow, RowMapping mapping)
     if (bounds.most.Known() &&
         !(bounds.least.Known() && AddPatch(tile, bounds, tileColumn, tileRow, mapping)))
         AddPixels(tile, tileColumn, tileRow, mapping);
-    if (tile.shape != Shape::Black)
+    if (tile.shape != Shape::Black) {
         m_highestLevel = std::max<int>(m_highestLevel, tile.level);
+        if (bounds.least.Known())
+            tile.box = BoxOf(bounds, tile.level);
+    }
     m_tiles.push_back(tile);
 }
 
@@ -665,6 +690,21 @@ void Mesh::Expand(const Kernels& kernels, const Tile& tile, int columns, int row
     }
 }
 
+/// Asks for the source of the tile that is drawn next, while this one is being drawn. A tile's rows
+/// lie in as many cache lines, most of them not where the processor would look for them by itself.
+HWY_INLINE void Mesh::Prefetch(const Level* levels, const Tile& tile)
+{
+    if (tile.shape == Shape::Black)
+        return;
+    const Level& level = levels[tile.level];
+    const auto& [left, top, right, bottom] = tile.box;
+    const int bytes = level.pairs ? 2 : 1;
+    PrefetchRows(level.luma + std::ptrdiff_t{top} * level.lumaLine + left * bytes, level.lumaLine,
+                 (right - left + 2) * bytes, bottom - top + (level.pairs ? 1 : 2));
+    PrefetchRows(level.chroma + std::ptrdiff_t{top / 2} * level.chromaLine + left / 2 * 2,
+                 level.chromaLine, right - left + 4, (bottom - top) / 2 + 2);
+}
+
 void Mesh::DrawTile(const Kernels& kernels, const Level* levels, const ColourTerms& terms,
                     const Tile& tile, int columns, int rows, std::uint8_t* pixels,
                     std::ptrdiff_t line, bool stream) const
@@ -705,10 +745,13 @@ void Mesh::DrawBand(const Kernels& kernels, const Level* levels, const ColourTer
             pixels + std::ptrdiff_t{band} * kTile * line + std::ptrdiff_t{i} * kTile * 4;
         const Tile* const tiles = &m_tiles[static_cast<std::size_t>(band) * m_tileColumns + i];
         const bool through = collect && columns % kTile == 0;
-        for (int j = 0; j < columns; j += kTile)
+        for (int j = 0; j < columns; j += kTile) {
+            if (i + j / kTile + 1 < m_tileColumns)
+                Prefetch(levels, tiles[j / kTile + 1]);
             DrawTile(kernels, levels, terms, tiles[j / kTile], std::min(kTile, columns - j), rows,
                      (through ? strip : out) + std::ptrdiff_t{j} * 4, through ? kStripLine : line,
                      stream && !through);
+        }
         if (through)
             kernels.streamRows(strip, kStripLine, columns * 4, rows, out, line);
     }

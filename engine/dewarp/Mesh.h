@@ -115,12 +115,19 @@ private:
         Pixels
     };
 
+    /// Pixels of a level that a tile is drawn from, more or less: what to have in the cache.
+    struct Box
+    {
+        std::int16_t left, top, right, bottom;
+    };
+
     struct Tile
     {
         Shape shape = Shape::Black;
         std::uint8_t level = 0;
         bool clamped = false;
         std::int32_t index = 0;  // of its first node, its quad or its pixels
+        Box box{};
     };
 
     struct Pixels
@@ -158,6 +165,7 @@ private:
     };
 
     Bounds InsideOf(int level) const;
+    Box BoxOf(const Bounds& bounds, int level) const;
     bool PatchInside(const Bounds& nodes, int level) const;
     void MapNodes(RowMapping mapping);
     void MapNodeRow(RowMapping mapping, int row);
@@ -179,6 +187,7 @@ private:
     void AddPixels(Tile& tile, int tileColumn, int tileRow, RowMapping mapping);
     void Expand(const Kernels& kernels, const Tile& tile, int columns, int rows,
                 TileCoordinates& out) const;
+    static void Prefetch(const Level* levels, const Tile& tile);
     void DrawTile(const Kernels& kernels, const Level* levels, const ColourTerms& terms,
                   const Tile& tile, int columns, int rows, std::uint8_t* pixels,
                   std::ptrdiff_t line, bool stream) const;
