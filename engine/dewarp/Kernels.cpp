@@ -10,6 +10,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "engine/dewarp/FixedPoint.h"
 #include "engine/dewarp/Kernels.h"
 
 #define DEWARP_X86 (HWY_TARGET == HWY_SSE4 || HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3)
@@ -721,6 +722,10 @@ HWY_ATTR void Interleave(const std::uint8_t* u, const std::uint8_t* v, int count
     ReferenceKernels().interleave(u + i, v + i, count - i, out + 2 * i);
 }
 
+// --- rows of a mesh's nodes ---
+
+#include "engine/dewarp/NodeRows-inl.h"
+
 }  // namespace
 
 /// constexpr, because code of this file that merely made the table would run, or fail to, on
@@ -737,6 +742,9 @@ constexpr Kernels TableOf(const char* name)
             HalvePairs,
             JoinPairs,
             HalveChroma,
+            Halfway,
+            MarkRough,
+            FindBounds,
             Interleave};
 }
 

@@ -148,12 +148,14 @@ private:
         std::int32_t x[5 * 5 + 1], y[5 * 5 + 1];  // the last one for Patch
     };
 
+    class Lattice;
+
     /// What building needs for a row of nodes, node by node.
     using Scratch = std::vector<std::int32_t>;
     enum
     {
         kFailed,
-        kCorners,
+        kApart,
         kBetween,
         kLeastX,
         kLeastY,
@@ -165,10 +167,12 @@ private:
     };
 
     Bounds InsideOf(int level) const;
-    Box BoxOf(const Bounds& bounds, int level) const;
+    static Box BoxOf(const Bounds& bounds, int level);
     bool PatchInside(const Bounds& nodes, int level) const;
     void MapNodes(RowMapping mapping);
     void MapNodeRow(RowMapping mapping, int row);
+    void InterpolateNodeRow(RowMapping mapping, int row, int spacing);
+    void InterpolateAcross(std::int32_t* nodes, int known, int spacing);
     void AskFailed(RowMapping mapping, int row, int first, int step, int count);
     double Fraction(double column) const { return (column + 0.5) / m_width; }
     void MapRow(RowMapping mapping, double row, const double* fractions, int count,
@@ -192,6 +196,7 @@ private:
                   const Tile& tile, int columns, int rows, std::uint8_t* pixels,
                   std::ptrdiff_t line, bool stream) const;
 
+    const Kernels& m_kernels = BestKernels();
     int m_width = 0;
     int m_height = 0;
     int m_sourceWidth = 0;
