@@ -32,8 +32,8 @@ struct Place
 /// where these are not within a hundredth of a source pixel of the mapping, patches of half the
 /// size; and where that is not enough, or the picture ends within a tile, the position of every
 /// pixel. The error stays below 0.02 source pixels for mappings that are smooth or break off;
-/// details of the mapping that are narrower than 16 view pixels and lie between the tiles' corners,
-/// such as a hole, are not seen.
+/// details of the mapping that are narrower than 32 view pixels and lie between those it is asked
+/// for first, such as a hole, are not seen.
 ///
 /// Each tile also chooses the size of the prepared picture (full, half, quarter) that it is
 /// sampled from, by how many source pixels a view pixel spans.
