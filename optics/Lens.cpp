@@ -253,22 +253,44 @@ std::optional<Lens> Lens::Make(const LensParameters& stParameters, std::string& 
     return builder.m_lens;
 }
 
-// Works on t = tan(theta / 2), which is rational in the direction and its length: three of the
-// models then need no trigonometry at all, and this is called for every node of every mesh.
 std::optional<Point> Lens::Project(const Vec3& stDirection) const
 {
-    const double dSideSquare = stDirection.x * stDirection.x + stDirection.y * stDirection.y;
-    const double dSide = std::sqrt(dSideSquare);
-    const double dLength = std::sqrt(dSideSquare + stDirection.z * stDirection.z);
-    const double dHalfTangent = dSide / (dLength + stDirection.z);
-    if (!(dHalfTangent <= m_dMaxHalfTangent * (1.0 + CONST_END_TOLERANCE)))
+    Point st;
+    Project(&stDirection, 1, &st);
+    if (std::isnan(st.x))
         return std::nullopt;
-    if (dSide == 0.0)
-        return m_stCentre;
-    const double dMapped = MapOfHalfTangent(std::min(dHalfTangent, m_dMaxHalfTangent));
-    const double dScale = m_dFocal * dMapped / dSide;
-    return Point{m_stCentre.x + dScale * stDirection.x,
-                 m_stCentre.y + dScale * m_dAspect * stDirection.y};
+    return st;
+}
+
+// Works on t = tan(theta / 2), which is rational in the direction and its length: three of the
+// models then need no trigonometry at all, and this is called for every node of every mesh. Step by
+// step for a batch, because roots, quotients and arcs of one direction wait for each other.
+void Lens::Project(const Vec3* pstDirections, int iCount, Point* pstOut) const
+{
+    constexpr int CONST_BATCH = 32;
+    constexpr double dNan = std::numeric_limits<double>::quiet_NaN();
+    double adSide[CONST_BATCH];
+    double adHalfTangent[CONST_BATCH];
+    double adMapped[CONST_BATCH];
+    for (int iDone = 0; iDone < iCount; iDone += CONST_BATCH) {
+        const Vec3* const pst = pstDirections + iDone;
+        const int iBatch = std::min(iCount - iDone, CONST_BATCH);
+        for (int i = 0; i < iBatch; ++i) {
+            const double dSideSquare = pst[i].x * pst[i].x + pst[i].y * pst[i].y;
+            adSide[i] = std::sqrt(dSideSquare);
+            adHalfTangent[i] =
+                adSide[i] / (std::sqrt(dSideSquare + pst[i].z * pst[i].z) + pst[i].z);
+        }
+        for (int i = 0; i < iBatch; ++i)
+            adMapped[i] = MapOfHalfTangent(std::min(adHalfTangent[i], m_dMaxHalfTangent));
+        for (int i = 0; i < iBatch; ++i) {
+            const bool blSeen = adHalfTangent[i] <= m_dMaxHalfTangent * (1.0 + CONST_END_TOLERANCE);
+            const double dScale = adSide[i] > 0.0 ? m_dFocal * adMapped[i] / adSide[i] : 0.0;
+            pstOut[iDone + i] = blSeen ? Point{m_stCentre.x + dScale * pst[i].x,
+                                               m_stCentre.y + dScale * m_dAspect * pst[i].y}
+                                       : Point{dNan, dNan};
+        }
+    }
 }
 
 std::optional<Vec3> Lens::Unproject(const Point& stPixel) const

@@ -1,5 +1,7 @@
 #include "optics/View.h"
 
+#include <limits>
+
 #include "optics/FisheyePicture.h"
 
 namespace optics {
@@ -38,13 +40,6 @@ double Hypotenuse(double a, double b)
 double FiniteOr(double dValue, double dDefault)
 {
     return std::isfinite(dValue) ? dValue : dDefault;
-}
-
-/// Longitude and latitude about the picture's vertical axis, in radians.
-Vec3 LatDirection(double dLongitude, double dLatitude)
-{
-    const double dCos = std::cos(dLatitude);
-    return {dCos * std::sin(dLongitude), -std::sin(dLatitude), dCos * std::cos(dLongitude)};
 }
 
 Point LatFraction(const Vec3& stDirection)
@@ -122,20 +117,43 @@ std::optional<Vec3> View::Direction(const Point& stFraction) const
 {
     if (!std::isfinite(stFraction.x) || !std::isfinite(stFraction.y))
         return std::nullopt;
+    Vec3 stDirection;
+    Directions(&stFraction.x, stFraction.y, 1, &stDirection);
+    if (std::isnan(stDirection.x))
+        return std::nullopt;
+    return Normalised(stDirection);
+}
+
+void View::Directions(const double* pdX, double dY, int iCount, Vec3* pstOut) const
+{
     switch (m_stParameters.eKind) {
-    case ViewKind::PanTiltZoom:
-        return Perspective(stFraction);
+    case ViewKind::PanTiltZoom: {
+        const Vec3 stMiddle = m_stForward + m_stUp * ((1.0 - 2.0 * dY) * m_dHalfHeight);
+        for (int i = 0; i < iCount; ++i)
+            pstOut[i] = stMiddle + m_stRight * ((2.0 * pdX[i] - 1.0) * m_dHalfWidth);
+        return;
+    }
     case ViewKind::Half:
     case ViewKind::Panorama:
-        return IsCylinder() ? Cylinder(stFraction) : RoundTheAxis(stFraction);
-    case ViewKind::Lat:
-        return LatDirection(PI * (stFraction.x - 0.5), PI * (0.5 - stFraction.y));
+        return RoundTheAxis(pdX, dY, iCount, pstOut);
+    case ViewKind::Lat: {
+        // Longitude and latitude about the picture's vertical axis.
+        const double dLatitude = PI * (0.5 - dY);
+        for (int i = 0; i < iCount; ++i) {
+            const double dLongitude = PI * (pdX[i] - 0.5);
+            pstOut[i] = {std::cos(dLatitude) * std::sin(dLongitude), -std::sin(dLatitude),
+                         std::cos(dLatitude) * std::cos(dLongitude)};
+        }
+        return;
+    }
     case ViewKind::Fisheye:
         break;
     }
-    if (!InCircle(stFraction))
-        return std::nullopt;
-    return FisheyeDirection(stFraction);
+    for (int i = 0; i < iCount; ++i) {
+        constexpr double dNan = std::numeric_limits<double>::quiet_NaN();
+        const Point stFraction = {pdX[i], dY};
+        pstOut[i] = InCircle(stFraction) ? FisheyeDirection(stFraction) : Vec3{dNan, dNan, dNan};
+    }
 }
 
 std::optional<Point> View::Fraction(const Vec3& stDirection) const
@@ -162,16 +180,29 @@ Point View::FractionUnbounded(const Vec3& stDirection) const
     return FisheyeFraction(stDirection);
 }
 
-// Bearing across, angle off the axis downwards or upwards. Seen from the ceiling, turning right
-// lowers the bearing; from the floor it raises it.
-Vec3 View::RoundTheAxis(const Point& stFraction) const
+void View::RoundTheAxis(const double* pdX, double dY, int iCount, Vec3* pstOut) const
 {
-    const double dHalfSpan = m_stParameters.eKind == ViewKind::Panorama ? 180.0 : 90.0;
-    const double dFromLeft = dHalfSpan * (1.0 - 2.0 * stFraction.x) + m_stParameters.dAngleDeg;
+    const double dAngle = RadFromDeg(m_stParameters.dAngleDeg);
+    if (IsCylinder()) {
+        // About the vertical: verticals stay straight, which is how a wall camera is watched.
+        for (int i = 0; i < iCount; ++i) {
+            const double dAzimuth = PI * (pdX[i] - 0.5) - dAngle;
+            pstOut[i] = {std::sin(dAzimuth), 2.0 * dY - 1.0, std::cos(dAzimuth)};
+        }
+        return;
+    }
+    // Bearing across, angle off the axis downwards or upwards. Seen from the ceiling, turning right
+    // lowers the bearing; from the floor it raises it.
+    const double dHalfSpan = m_stParameters.eKind == ViewKind::Panorama ? PI : PI / 2.0;
     const bool blFloor = m_stParameters.eMount == Mount::Floor;
-    const double dBearingDeg = blFloor ? -dFromLeft : dFromLeft;
-    const double dThetaDeg = 90.0 * (blFloor ? stFraction.y : 1.0 - stFraction.y);
-    return DirectionOf(RadFromDeg(dBearingDeg), RadFromDeg(dThetaDeg));
+    const double dTheta = PI / 2.0 * (blFloor ? dY : 1.0 - dY);
+    const double dSin = std::sin(dTheta);
+    const double dCos = std::cos(dTheta);
+    for (int i = 0; i < iCount; ++i) {
+        const double dFromLeft = dHalfSpan * (1.0 - 2.0 * pdX[i]) + dAngle;
+        const double dBearing = blFloor ? -dFromLeft : dFromLeft;
+        pstOut[i] = {dSin * std::sin(dBearing), dSin * std::cos(dBearing), dCos};
+    }
 }
 
 Point View::FractionRoundTheAxis(const Vec3& stDirection) const
@@ -187,25 +218,11 @@ Point View::FractionRoundTheAxis(const Vec3& stDirection) const
     return {dX, blFloor ? dTheta : 1.0 - dTheta};
 }
 
-// A cylinder about the vertical: verticals stay straight, which is how a wall camera is watched.
-Vec3 View::Cylinder(const Point& stFraction) const
-{
-    const double dAzimuth = RadFromDeg(180.0 * (stFraction.x - 0.5) - m_stParameters.dAngleDeg);
-    return Normalised({std::sin(dAzimuth), 2.0 * stFraction.y - 1.0, std::cos(dAzimuth)});
-}
-
 Point View::FractionOnCylinder(const Vec3& stDirection) const
 {
     const double dAzimuth = DegFromRad(std::atan2(stDirection.x, stDirection.z));
     const double dTan = -stDirection.y / Hypotenuse(stDirection.x, stDirection.z);
     return {0.5 + WrapDeg(dAzimuth + m_stParameters.dAngleDeg) / 180.0, 0.5 * (1.0 - dTan)};
-}
-
-Vec3 View::Perspective(const Point& stFraction) const
-{
-    const double dRight = (2.0 * stFraction.x - 1.0) * m_dHalfWidth;
-    const double dUp = (1.0 - 2.0 * stFraction.y) * m_dHalfHeight;
-    return Normalised(m_stForward + m_stRight * dRight + m_stUp * dUp);
 }
 
 Point View::FractionInPerspective(const Vec3& stDirection) const

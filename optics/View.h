@@ -62,6 +62,10 @@ public:
     /// beyond 0..1 go on as the formulas do.
     std::optional<Vec3> Direction(const Point& stFraction) const;
 
+    /// The same for a row of fractions (pdX[i], dY), which must be finite: directions of any length
+    /// but zero, not a number where the view itself is black.
+    void Directions(const double* pdX, double dY, int iCount, Vec3* pstOut) const;
+
     /// The fraction, 0..1 each way, at which a direction of any length but zero is shown; nothing
     /// where the view does not show it. A rounding error of 1e-9 beyond the border still counts,
     /// as the border. Where the view shows a direction more than once this is one side of the
@@ -78,11 +82,9 @@ public:
 
 private:
     void AimPanTiltZoom();
-    Vec3 RoundTheAxis(const Point& stFraction) const;
+    void RoundTheAxis(const double* pdX, double dY, int iCount, Vec3* pstOut) const;
     Point FractionRoundTheAxis(const Vec3& stDirection) const;
-    Vec3 Cylinder(const Point& stFraction) const;
     Point FractionOnCylinder(const Vec3& stDirection) const;
-    Vec3 Perspective(const Point& stFraction) const;
     Point FractionInPerspective(const Vec3& stDirection) const;
     bool IsCylinder() const;
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string>
 
 namespace dewarp::bench {
 
@@ -14,25 +15,25 @@ std::uint8_t Byte(double value)
     return static_cast<std::uint8_t>(std::lround(std::clamp(value, 0., 255.)));
 }
 
+/// Equidistant: radius = theta / 90 degrees x size / 2.
+optics::Lens LensOf(int size)
+{
+    optics::LensParameters parameters;
+    parameters.stCentre = {(size - 1) / 2.0, (size - 1) / 2.0};
+    parameters.dCircleRadius = size / 2.0;
+    std::string error;
+    return optics::Lens::Make(parameters, error).value();
+}
+
 }  // namespace
 
 ViewMapping::ViewMapping(const ViewSettings& settings, int size)
     : m_settings(settings), m_size(size), m_centre((size - 1) / 2.0), m_perRadian(size / kPi),
-      m_sinYaw(std::sin(settings.yaw * kPi / 180)), m_cosYaw(std::cos(settings.yaw * kPi / 180)),
+      m_lens(LensOf(size)), m_sinYaw(std::sin(settings.yaw * kPi / 180)),
+      m_cosYaw(std::cos(settings.yaw * kPi / 180)),
       m_sinPitch(std::sin(settings.pitch * kPi / 180)),
       m_cosPitch(std::cos(settings.pitch * kPi / 180))
 {}
-
-/// Equidistant: radius = theta / 90 degrees x size / 2.
-SourcePoint ViewMapping::Project(double x, double y, double z) const
-{
-    if (z < 0)
-        return Mesh::Nowhere();
-    const double across = std::sqrt(x * x + y * y);
-    const double theta = 2 * std::atan(across / (z + std::sqrt(x * x + y * y + z * z)));
-    const double scale = across > 0 ? theta * m_perRadian / across : 0;
-    return {m_centre + scale * x, m_centre + scale * y};
-}
 
 void ViewMapping::MapRow(const double* x, double y, int count, SourcePoint* out) const
 {
@@ -57,9 +58,19 @@ void ViewMapping::MapRow(const double* x, double y, int count, SourcePoint* out)
     const double down = (2 * y - 1) * m_settings.height * half;
     const double py = down * m_cosPitch - m_sinPitch;
     const double pz = m_cosPitch + down * m_sinPitch;
-    for (int i = 0; i < count; ++i) {
-        const double right = (2 * x[i] - 1) * m_settings.width * half;
-        out[i] = Project(right * m_cosYaw + pz * m_sinYaw, py, pz * m_cosYaw - right * m_sinYaw);
+    constexpr int batch = 64;
+    for (int done = 0; done < count; done += batch) {
+        const int points = std::min(count - done, batch);
+        optics::Vec3 directions[batch];
+        optics::Point pixels[batch];
+        for (int i = 0; i < points; ++i) {
+            const double right = (2 * x[done + i] - 1) * m_settings.width * half;
+            directions[i] = {right * m_cosYaw + pz * m_sinYaw, py,
+                             pz * m_cosYaw - right * m_sinYaw};
+        }
+        m_lens.Project(directions, points, pixels);
+        for (int i = 0; i < points; ++i)
+            out[done + i] = {pixels[i].x, pixels[i].y};
     }
 }
 

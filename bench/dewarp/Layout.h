@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "engine/dewarp/Frame.h"
+#include "optics/Lens.h"
 
 namespace dewarp::bench {
 
@@ -24,8 +25,8 @@ struct ViewSettings
     double yaw, pitch;  ///< of a perspective view, 90 degrees across the shorter side; degrees
 };
 
-/// Where a view of a picture of size x size comes from; what does not change from point to point is
-/// calculated once, and the angle off the axis by the half angle's tangent, as the engine does.
+/// Where a view of a picture of size x size comes from: by the directions that the others take, and
+/// through the lens as the engine has it.
 class ViewMapping
 {
 public:
@@ -35,10 +36,9 @@ public:
     void MapRow(const double* x, double y, int count, SourcePoint* out) const;
 
 private:
-    SourcePoint Project(double x, double y, double z) const;
-
     ViewSettings m_settings;
     double m_size, m_centre, m_perRadian;
+    optics::Lens m_lens;
     double m_sinYaw, m_cosYaw, m_sinPitch, m_cosPitch;
 };
 

@@ -10,6 +10,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "engine/dewarp/FixedPoint.h"
 #include "engine/dewarp/Kernels.h"
 
 #define DEWARP_X86 (HWY_TARGET == HWY_SSE4 || HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3)
@@ -72,6 +73,20 @@ HWY_INLINE V16 PairwiseWeighted(V8 weights, V8 samples)
 #endif
 }
 
+/// Bytes of a, then of b, block by block of 16 bytes; what is no byte becomes the nearest one.
+HWY_INLINE V8 PackToBytes(V16 a, V16 b)
+{
+#if HWY_TARGET == HWY_AVX3
+    return V8{_mm512_packus_epi16(a.raw, b.raw)};
+#elif HWY_TARGET == HWY_AVX2
+    return V8{_mm256_packus_epi16(a.raw, b.raw)};
+#elif HWY_TARGET == HWY_SSE4
+    return V8{_mm_packus_epi16(a.raw, b.raw)};
+#else
+    return V8{vcombine_u8(vqmovun_s16(a.raw), vqmovun_s16(b.raw))};
+#endif
+}
+
 // --- loads from scattered places ---
 
 HWY_INLINE int Word(const std::uint8_t* from)
@@ -89,25 +104,43 @@ HWY_INLINE int HalfWord(const std::uint8_t* from)
 }
 
 #if DEWARP_X86
+/// Two offsets with one load, because loads are what the kernels have most of.
+struct TwoOffsets
+{
+    HWY_INLINE explicit TwoOffsets(const std::uint32_t* at)
+    {
+        std::uint64_t both;
+        std::memcpy(&both, at, 8);
+        first = static_cast<std::uint32_t>(both);
+        second = both >> 32;
+    }
+
+    std::uint64_t first, second;
+};
+
 HWY_INLINE __m128i FourWords(const std::uint8_t* base, const std::uint32_t* at)
 {
-    __m128i words = _mm_cvtsi32_si128(Word(base + at[0]));
-    words = _mm_insert_epi32(words, Word(base + at[1]), 1);
-    words = _mm_insert_epi32(words, Word(base + at[2]), 2);
-    return _mm_insert_epi32(words, Word(base + at[3]), 3);
+    const TwoOffsets a(at);
+    const TwoOffsets b(at + 2);
+    __m128i words = _mm_cvtsi32_si128(Word(base + a.first));
+    words = _mm_insert_epi32(words, Word(base + a.second), 1);
+    words = _mm_insert_epi32(words, Word(base + b.first), 2);
+    return _mm_insert_epi32(words, Word(base + b.second), 3);
 }
 
 HWY_INLINE __m128i FourTwoRows(const std::uint8_t* base, const std::uint8_t* below,
                                const std::uint32_t* at)
 {
-    __m128i words = _mm_cvtsi32_si128(HalfWord(base + at[0]));
-    words = _mm_insert_epi16(words, HalfWord(below + at[0]), 1);
-    words = _mm_insert_epi16(words, HalfWord(base + at[1]), 2);
-    words = _mm_insert_epi16(words, HalfWord(below + at[1]), 3);
-    words = _mm_insert_epi16(words, HalfWord(base + at[2]), 4);
-    words = _mm_insert_epi16(words, HalfWord(below + at[2]), 5);
-    words = _mm_insert_epi16(words, HalfWord(base + at[3]), 6);
-    return _mm_insert_epi16(words, HalfWord(below + at[3]), 7);
+    const TwoOffsets a(at);
+    const TwoOffsets b(at + 2);
+    __m128i words = _mm_insert_epi16(_mm_setzero_si128(), HalfWord(base + a.first), 0);
+    words = _mm_insert_epi16(words, HalfWord(below + a.first), 1);
+    words = _mm_insert_epi16(words, HalfWord(base + a.second), 2);
+    words = _mm_insert_epi16(words, HalfWord(below + a.second), 3);
+    words = _mm_insert_epi16(words, HalfWord(base + b.first), 4);
+    words = _mm_insert_epi16(words, HalfWord(below + b.first), 5);
+    words = _mm_insert_epi16(words, HalfWord(base + b.second), 6);
+    return _mm_insert_epi16(words, HalfWord(below + b.second), 7);
 }
 
 /// One vector of quarters, quarter(i) being lanes 4i .. 4i + 3.
@@ -305,47 +338,40 @@ struct Tint
     V8 blueRed, green;
 };
 
-/// Draws two rows of kLanes pixels. Each 32 bits of the 16 bit vectors hold a pixel of the upper
-/// row and the one below it, so that no operation moves anything from lane to lane.
+/// Draws two rows of kLanes pixels. The 16 bit vectors hold four pixels of the upper row and the
+/// four below them in each block of 16 bytes, so that no operation moves anything between blocks.
 template <int Odd>
 HWY_INLINE void StoreTwoRows(const Colours& colours, V32 upper, V32 lower, const Tint& tint,
                              std::uint8_t* out, std::ptrdiff_t line, bool stream)
 {
     const D16 d;
-    const D32 d32;
+    const D8 d8;
     constexpr std::uint8_t o = 4 * Odd;
     alignas(16) static constexpr std::uint8_t lowHalves[16] = {
-        o,     o + 1, o,     o + 1, o,     o + 1, o,     o + 1,
-        o + 8, o + 9, o + 8, o + 9, o + 8, o + 9, o + 8, o + 9};
+        o, o + 1, o, o + 1, o + 8, o + 9, o + 8, o + 9,
+        o, o + 1, o, o + 1, o + 8, o + 9, o + 8, o + 9};
     alignas(16) static constexpr std::uint8_t highHalves[16] = {
-        o + 2,  o + 3,  o + 2,  o + 3,  o + 2,  o + 3,  o + 2,  o + 3,
-        o + 10, o + 11, o + 10, o + 11, o + 10, o + 11, o + 10, o + 11};
-    const V16 both = hn::OddEven(hn::BitCast(d, hn::ShiftLeft<7>(lower)),
-                                 hn::BitCast(d, hn::ShiftRight<9>(upper)));
+        o + 2, o + 3, o + 2, o + 3, o + 10, o + 11, o + 10, o + 11,
+        o + 2, o + 3, o + 2, o + 3, o + 10, o + 11, o + 10, o + 11};
+    const V16 both = hn::ReorderDemote2To(d, hn::ShiftRight<9>(upper), hn::ShiftRight<9>(lower));
     const V16 luma = hn::Add(hn::MulFixedPoint15(both, colours.luma), colours.offset);
-    // In 1/128 grey levels, where 255 is the largest number: what is brighter saturates.
     const auto colour = [&](V8 terms, const std::uint8_t(&order)[16]) HWY_ATTR {
-        const V16 sum =
-            hn::SaturatedAdd(luma, hn::BitCast(d, hn::TableLookupBytes(terms, Order(order))));
-        return hn::Max(hn::SaturatedAdd(sum, sum), hn::Zero(d));
+        return hn::ShiftRight<6>(
+            hn::SaturatedAdd(luma, hn::BitCast(d, hn::TableLookupBytes(terms, Order(order)))));
     };
-    const V16 toByte = hn::Set(d, 512);  // x * 512 >> 16 is x >> 7, but not done by the shuffler
-    const V16 upperByte = hn::Set(d, static_cast<std::int16_t>(0xFF00));
-    const V16 green = colour(tint.green, lowHalves);
-    const V16 blueGreen = hn::Or(hn::MulHigh(colour(tint.blueRed, lowHalves), toByte),
-                                 hn::And(hn::Add(green, green), upperByte));
-    const V16 redAlpha = hn::Or(hn::MulHigh(colour(tint.blueRed, highHalves), toByte), upperByte);
-    const V16 first =
-        hn::OddEven(hn::BitCast(d, hn::ShiftLeft<16>(hn::BitCast(d32, redAlpha))), blueGreen);
-    const V16 second =
-        hn::OddEven(redAlpha, hn::BitCast(d, hn::ShiftRight<16>(hn::BitCast(d32, blueGreen))));
-    const D8 d8;
+    const V8 blueRed =
+        PackToBytes(colour(tint.blueRed, lowHalves), colour(tint.blueRed, highHalves));
+    const V8 greenAlpha = PackToBytes(colour(tint.green, lowHalves), hn::Set(d, 255));
+    const V16 blueGreen = hn::BitCast(d, hn::InterleaveLower(d8, blueRed, greenAlpha));
+    const V16 redAlpha = hn::BitCast(d, hn::InterleaveUpper(d8, blueRed, greenAlpha));
+    const V8 first = hn::BitCast(d8, hn::InterleaveLower(d, blueGreen, redAlpha));
+    const V8 second = hn::BitCast(d8, hn::InterleaveUpper(d, blueGreen, redAlpha));
     if (stream) {
-        hn::Stream(hn::BitCast(d8, first), d8, out);
-        hn::Stream(hn::BitCast(d8, second), d8, out + line);
+        hn::Stream(first, d8, out);
+        hn::Stream(second, d8, out + line);
     } else {
-        hn::StoreU(hn::BitCast(d8, first), d8, out);
-        hn::StoreU(hn::BitCast(d8, second), d8, out + line);
+        hn::StoreU(first, d8, out);
+        hn::StoreU(second, d8, out + line);
     }
 }
 
@@ -358,85 +384,126 @@ HWY_INLINE V32 ChromaCoordinate(const V32 (&rows)[4], std::int32_t bias)
     return hn::Add(hn::ShiftRight<2>(hn::OddEven(odd, even)), hn::Set(d, bias));
 }
 
-/// Where the samples of a tile begin. All of it is written before any of it is read: what has just
-/// been stored in one vector is slow to load in pieces.
-struct TileOffsets
+/// Where the samples of a tile begin, and where its blocks of 2 x 2 pixels are in the chroma plane;
+/// each vector of blocks belongs to four rows of kLanes pixels. All offsets are written before any
+/// of them is read: what has just been stored in one vector is slow to load in pieces.
+struct TilePlaces
 {
     alignas(64) std::uint32_t luma[kTile * kTile];
     alignas(64) std::uint32_t chroma[kTile * kTile / 4];
+    alignas(64) std::int32_t chromaX[kTile * kTile / 4];
+    alignas(64) std::int32_t chromaY[kTile * kTile / 4];
 };
 
-/// The coordinates of four rows of kLanes pixels, and of their kLanes blocks in the chroma plane.
-struct Coordinates
+/// What a tile's blocks add to its luma: Tint, vector by vector.
+struct TileTints
 {
-    V32 x[4], y[4], chromaX, chromaY;
+    alignas(64) std::uint8_t blueRed[kTile * kTile];
+    alignas(64) std::uint8_t green[kTile * kTile];
 };
 
+/// The planes of a level and the colours, ready for use.
+struct Source
+{
+    Plane luma, chroma;
+    Colours colours;
+    std::int32_t chromaBiasX, chromaBiasY;
+};
+
+/// The coordinates of kLanes pixels.
 template <bool Clamp>
-HWY_INLINE Coordinates CoordinatesAt(const Level& level, const Plane& luma, const Plane& chroma,
-                                     const TileCoordinates& coordinates, int at)
+HWY_INLINE V32 CoordinatesAt(const std::int32_t* coordinates, V32 last)
 {
-    const D32 d;
-    const auto atX = [&](int i) HWY_ATTR {
-        return Clamped<Clamp>(hn::Load(d, coordinates.x + at + i * kTile), luma.lastX);
-    };
-    const auto atY = [&](int i) HWY_ATTR {
-        return Clamped<Clamp>(hn::Load(d, coordinates.y + at + i * kTile), luma.lastY);
-    };
-    const V32 x[4] = {atX(0), atX(1), atX(2), atX(3)};
-    const V32 y[4] = {atY(0), atY(1), atY(2), atY(3)};
-    return {{x[0], x[1], x[2], x[3]},
-            {y[0], y[1], y[2], y[3]},
-            Clamped<Clamp>(ChromaCoordinate(x, level.chromaBiasX), chroma.lastX),
-            Clamped<Clamp>(ChromaCoordinate(y, level.chromaBiasY), chroma.lastY)};
+    return Clamped<Clamp>(hn::Load(D32(), coordinates), last);
 }
 
+template <bool Clamp>
+HWY_INLINE void FindPlaces(const Source& source, const TileCoordinates& coordinates, int rows,
+                           TilePlaces& places)
+{
+    const D32 d;
+    for (int row = 0; row < rows; row += 4)
+        for (int column = 0; column < kTile; column += kLanes) {
+            const int at = row * kTile + column;
+            const int block = row * kTile / 4 + column;
+            const auto atX = [&](int i) HWY_ATTR {
+                return CoordinatesAt<Clamp>(coordinates.x + at + i * kTile, source.luma.lastX);
+            };
+            const auto atY = [&](int i) HWY_ATTR {
+                return CoordinatesAt<Clamp>(coordinates.y + at + i * kTile, source.luma.lastY);
+            };
+            const V32 x[4] = {atX(0), atX(1), atX(2), atX(3)};
+            const V32 y[4] = {atY(0), atY(1), atY(2), atY(3)};
+            for (int i = 0; i < 4; ++i)
+                StoreOffsets(source.luma, x[i], y[i], places.luma + at + i * kTile);
+            const V32 chromaX =
+                Clamped<Clamp>(ChromaCoordinate(x, source.chromaBiasX), source.chroma.lastX);
+            const V32 chromaY =
+                Clamped<Clamp>(ChromaCoordinate(y, source.chromaBiasY), source.chroma.lastY);
+            StoreOffsets(source.chroma, chromaX, chromaY, places.chroma + block);
+            hn::Store(chromaX, d, places.chromaX + block);
+            hn::Store(chromaY, d, places.chromaY + block);
+        }
+#if defined(__GNUC__)
+    // Without this the compiler takes each offset out of the vector register instead.
+    asm("" : "+m"(places));
+#endif
+}
+
+template <bool Gather>
+HWY_INLINE void FindTints(const Source& source, const TilePlaces& places, int rows,
+                          TileTints& tints)
+{
+    const D16 d16;
+    const D32 d32;
+    const D8 d8;
+    for (int block = 0; block < rows * kTile / 4; block += kLanes) {
+        const V16 uv = ChromaAt<Gather>(source.chroma, places.chroma + block,
+                                        hn::Load(d32, places.chromaX + block),
+                                        hn::Load(d32, places.chromaY + block));
+        const V16 green = hn::MulFixedPoint15(uv, source.colours.green);
+        const V16 greenHigh = hn::BitCast(d16, hn::ShiftRight<16>(hn::BitCast(DU32(), green)));
+        const V16 blueRed = hn::MulFixedPoint15(uv, source.colours.blueRed);
+        hn::Store(hn::BitCast(d8, blueRed), d8, tints.blueRed + block * 4);
+        hn::Store(hn::BitCast(d8, hn::Add(green, greenHigh)), d8, tints.green + block * 4);
+    }
+}
+
+/// Each step of its own for the whole tile, so that the constants of each fit into registers.
 template <bool Pairs, bool Clamp, bool Gather>
 HWY_INLINE void SampleTile(const Level& level, const ColourTerms& terms,
                            const TileCoordinates& coordinates, const TileTarget& target)
 {
-    const D16 d16;
     const D8 d8;
-    const Plane luma =
-        PlaneOf(level.luma, level.lumaLine, Pairs ? 2 : 1, level.width, level.height);
-    const Plane chroma =
-        PlaneOf(level.chroma, level.chromaLine, 2, level.chromaWidth, level.chromaHeight);
-    const Colours colours = ColoursOf(terms);
+    const Source source = {
+        PlaneOf(level.luma, level.lumaLine, Pairs ? 2 : 1, level.width, level.height),
+        PlaneOf(level.chroma, level.chromaLine, 2, level.chromaWidth, level.chromaHeight),
+        ColoursOf(terms), level.chromaBiasX, level.chromaBiasY};
     const TileTarget to = target;
     // A clamped tile may end with the plane's last bytes, where a gathered word would read on.
     constexpr bool gatherLuma = Gather && (Pairs || !Clamp);
-    TileOffsets offsets;
+    TilePlaces places;
+    FindPlaces<Clamp>(source, coordinates, to.rows, places);
+    TileTints tints;
+    FindTints<Gather>(source, places, to.rows, tints);
     for (int row = 0; row < to.rows; row += 4)
         for (int column = 0; column < kTile; column += kLanes) {
-            const int at = row * kTile + column;
-            const Coordinates c = CoordinatesAt<Clamp>(level, luma, chroma, coordinates, at);
-            for (int i = 0; i < 4; ++i)
-                StoreOffsets(luma, c.x[i], c.y[i], offsets.luma + at + i * kTile);
-            StoreOffsets(chroma, c.chromaX, c.chromaY, offsets.chroma + row * kTile / 4 + column);
-        }
-#if defined(__GNUC__)
-    // Without this the compiler takes each offset out of the vector register instead.
-    asm("" : "+m"(offsets));
-#endif
-    for (int row = 0; row < to.rows; row += 4)
-        for (int column = 0; column < kTile; column += kLanes) {
-            const int at = row * kTile + column;
-            const Coordinates c = CoordinatesAt<Clamp>(level, luma, chroma, coordinates, at);
-            // Written out, so that nothing of it goes through memory.
             const auto lumaAt = [&](int i) HWY_ATTR {
-                return LumaAt<Pairs, gatherLuma>(luma, offsets.luma + at + i * kTile, c.x[i],
-                                                 c.y[i]);
+                const int at = (row + i) * kTile + column;
+                return LumaAt<Pairs, gatherLuma>(
+                    source.luma, places.luma + at,
+                    CoordinatesAt<Clamp>(coordinates.x + at, source.luma.lastX),
+                    CoordinatesAt<Clamp>(coordinates.y + at, source.luma.lastY));
             };
+            // Written out, so that nothing of it goes through memory.
             const V32 l[4] = {lumaAt(0), lumaAt(1), lumaAt(2), lumaAt(3)};
-            const V16 uv = ChromaAt<Gather>(chroma, offsets.chroma + row * kTile / 4 + column,
-                                            c.chromaX, c.chromaY);
-            const V16 green = hn::MulFixedPoint15(uv, colours.green);
-            const V16 greenHigh = hn::BitCast(d16, hn::ShiftRight<16>(hn::BitCast(DU32(), green)));
-            const Tint tint = {hn::BitCast(d8, hn::MulFixedPoint15(uv, colours.blueRed)),
-                               hn::BitCast(d8, hn::Add(green, greenHigh))};
+            const int block = row * kTile + column * 4;
+            const Tint tint = {hn::Load(d8, tints.blueRed + block),
+                               hn::Load(d8, tints.green + block)};
             std::uint8_t* const out = to.pixels + row * to.line + std::ptrdiff_t{column} * 4;
-            StoreTwoRows<0>(colours, l[0], l[1], tint, out, to.line, to.stream);
-            StoreTwoRows<1>(colours, l[2], l[3], tint, out + 2 * to.line, to.line, to.stream);
+            StoreTwoRows<0>(source.colours, l[0], l[1], tint, out, to.line, to.stream);
+            StoreTwoRows<1>(source.colours, l[2], l[3], tint, out + 2 * to.line, to.line,
+                            to.stream);
         }
 }
 
@@ -510,43 +577,62 @@ struct Across
     }
 };
 
-HWY_INLINE void ExpandDown(const Down& down, const Across& across, int rows, int lastRow,
-                           std::int32_t* out)
+template <int Rows>
+HWY_INLINE void ExpandDown(const Down& down, const Across& across, int lastRow, std::int32_t* out)
 {
     const DX d;
     auto value = hn::Add(hn::Set(d, down.start), across(down.by[0]));
     auto first = across(down.by[1]);
     const auto second = across(down.by[2]);
-    int row = 0;
-    for (; row < std::min(rows, lastRow); ++row) {
+    const auto step = [&](int row) HWY_ATTR {
         hn::Store(value, d, out + row * kTile);
         value = hn::Add(value, first);
         first = hn::Add(first, second);
+    };
+    if (lastRow >= Rows - 1) {
+        for (int row = 0; row < Rows; row += 4) {
+            step(row);
+            step(row + 1);
+            step(row + 2);
+            step(row + 3);
+        }
+        return;
     }
-    for (; row < rows; ++row)
+    for (int row = 0; row < lastRow; ++row)
+        step(row);
+    for (int row = lastRow; row < Rows; ++row)
         hn::Store(value, d, out + row * kTile);
 }
 
-HWY_ATTR void Expand(const Patch& patch, int columns, int lastColumn, int lastRow, std::int32_t* x,
-                     std::int32_t* y)
+template <int Spacing>
+HWY_INLINE void ExpandPatch(const Patch& patch, int columns, int lastColumn, int lastRow,
+                            std::int32_t* x, std::int32_t* y)
 {
     const DXF df;
-    const auto step = hn::Set(df, 1.0F / static_cast<float>(patch.spacing));
+    const auto step = hn::Set(df, 1.0F / Spacing);
     const auto one = hn::Set(df, 1.0F);
     const auto two = hn::Set(df, 2.0F);
     const auto half = hn::Set(df, 0.5F);
     const auto last = hn::Set(df, static_cast<float>(lastColumn));
     const Down downX = DownOf(patch, patch.x);
     const Down downY = DownOf(patch, patch.y);
-    const int rows = 2 * patch.spacing;
     for (int i = 0; i < columns; i += static_cast<int>(hn::MaxLanes(df))) {
         const auto s = hn::Mul(hn::Min(hn::Iota(df, static_cast<float>(i)), last), step);
         const auto less = hn::Sub(s, one);
         const Across across = {hn::Mul(hn::Mul(less, hn::Sub(s, two)), half),
                                hn::Mul(s, hn::Sub(two, s)), hn::Mul(hn::Mul(s, less), half)};
-        ExpandDown(downX, across, rows, lastRow, x + i);
-        ExpandDown(downY, across, rows, lastRow, y + i);
+        ExpandDown<2 * Spacing>(downX, across, lastRow, x + i);
+        ExpandDown<2 * Spacing>(downY, across, lastRow, y + i);
     }
+}
+
+HWY_ATTR void Expand(const Patch& patch, int columns, int lastColumn, int lastRow, std::int32_t* x,
+                     std::int32_t* y)
+{
+    if (patch.spacing == 8)
+        ExpandPatch<8>(patch, columns, lastColumn, lastRow, x, y);
+    else
+        ExpandPatch<4>(patch, columns, lastColumn, lastRow, x, y);
 }
 
 // --- the smaller sizes ---
@@ -636,6 +722,10 @@ HWY_ATTR void Interleave(const std::uint8_t* u, const std::uint8_t* v, int count
     ReferenceKernels().interleave(u + i, v + i, count - i, out + 2 * i);
 }
 
+// --- rows of a mesh's nodes ---
+
+#include "engine/dewarp/NodeRows-inl.h"
+
 }  // namespace
 
 /// constexpr, because code of this file that merely made the table would run, or fail to, on
@@ -652,6 +742,9 @@ constexpr Kernels TableOf(const char* name)
             HalvePairs,
             JoinPairs,
             HalveChroma,
+            Halfway,
+            MarkRough,
+            FindBounds,
             Interleave};
 }
 

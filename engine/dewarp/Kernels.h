@@ -57,6 +57,21 @@ struct Patch
     int level;    ///< the size that the coordinates are for
 };
 
+/// How far a mesh's patches may be from the mapping, in source pixels.
+constexpr double kPatchError = 0.01;
+/// Between nodes that belong together: 1024 pixels.
+constexpr std::int32_t kLargestStep = 1 << 26;
+
+/// Eight lines of places of equal distance from line to line, 16.16, to find what lies half-way
+/// between the middle two.
+struct HalfwayLines
+{
+    const std::int32_t* line[8];  ///< those that are not used may be null
+    bool six;     ///< a polynomial through the middle six lines, else through the middle four
+    bool before;  ///< one more line before these is there to tell how near that is
+    bool behind;  ///< one more behind
+};
+
 /// Source coordinates of a tile's pixels, row by row: what the sampling functions read.
 struct TileCoordinates
 {
@@ -107,6 +122,20 @@ struct Kernels
     /// Half-size chroma of interleaved rows: count (U, V) pairs.
     void (*halveChroma)(const std::uint8_t* above, const std::uint8_t* below, int count,
                         std::uint8_t* out);
+    /// Sets out[0..count) half-way between the two middle lines, and failed to -1 where the
+    /// polynomial is not within a fifth of kPatchError of the mapping as far as one more line
+    /// tells, where none is there to tell, and where places are too far apart or unknown; elsewhere
+    /// failed stays.
+    void (*halfway)(const HalfwayLines& between, int count, std::int32_t* out,
+                    std::int32_t* failed);
+    /// Sets rough[i] to -1 where parabolas through three of the four nodes from i on, `step` apart,
+    /// are not within kPatchError of the mapping, or where one of the nodes is too far or unknown;
+    /// elsewhere rough stays.
+    void (*markRough)(const std::int32_t* nodes, std::ptrdiff_t step, int count,
+                      std::int32_t* rough);
+    /// The least and the greatest of three lines, place by place.
+    void (*findBounds)(const std::int32_t* nodes, std::ptrdiff_t line, std::int32_t* least,
+                       std::int32_t* most);
     /// out[2i] = u[i], out[2i + 1] = v[i].
     void (*interleave)(const std::uint8_t* u, const std::uint8_t* v, int count, std::uint8_t* out);
 };

@@ -7,14 +7,15 @@
 
 #include <hwy/cache_control.h>
 
+#include "engine/dewarp/FixedPoint.h"
+
 namespace dewarp {
 
 namespace {
 
 constexpr int kNodeSpacing = kTile / 2;
-constexpr double kFarthest = 24000;             // pixels; the coordinates' integer part has 15 bits
-constexpr double kPatchError = 0.01;            // source pixels
-constexpr std::int32_t kLargestStep = 1 << 26;  // between nodes that belong together: 1024 pixels
+constexpr int kPost = 4;             // nodes from one that the mapping is asked for to the next
+constexpr double kFarthest = 24000;  // pixels; the coordinates' integer part has 15 bits
 constexpr std::int32_t kLargestPatch = 1 << 28;  // as Patch says
 constexpr int kMapped = 64;                      // places asked for at once
 constexpr std::int32_t kFarOff = 32767 << 16;
@@ -29,114 +30,34 @@ constexpr int kCompeting = 2048;
 constexpr int kStripTiles = 8;
 constexpr int kStripLine = (kStripTiles * kTile * 4) + 64;
 
-/// To the nearest 16.16 fixed point number; |value| is at most 32767. (The library's rounding is a
-/// call.)
-constexpr std::int32_t Fixed(double value)
-{
-    constexpr std::int64_t offset = std::int64_t{1} << 40;
-    return static_cast<std::int32_t>(
-        static_cast<std::int64_t>(value * 65536 + (static_cast<double>(offset) + 0.5)) - offset);
-}
-
 /// Full-size coordinates to those of a level, whose pixels are means of 2^level across.
 std::int32_t ToLevel(std::int32_t full, int level)
 {
     return ((full + 0x8000) >> level) - 0x8000;
 }
 
-/// a - b, wrapping around: a difference from what is unknown is never small.
-std::int32_t Less(std::int32_t a, std::int32_t b)
+/// What there is to interpolate with between the known lines `first` and first + 1 of `known` ones,
+/// which are `spacing` nodes apart: six lines between those that are far apart, else four.
+struct Halfway
 {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
-}
+    Halfway(int first, int known, int spacing)
+        : reach(spacing == kPost ? 3 : 2), before(first >= reach),
+          behind(first + 1 + reach < known),
+          enough(first + 1 >= reach && first + reach < known && (before || behind))
+    {}
 
-/// All bits where |value| is larger than the limit. (No branch: the loops below are
-/// vectorised.)
-std::int32_t Exceeds(std::int32_t value, std::int32_t limit)
-{
-    return -static_cast<std::int32_t>((value > limit) | (value < -limit));
-}
-
-/// The middle one's change: c - b less b - a.
-std::int32_t Bend(std::int32_t a, std::int32_t b, std::int32_t c)
-{
-    return Less(Less(c, b), Less(b, a));
-}
-
-/// Six lines of places, of equal distance from line to line.
-using SixLines = const std::int32_t* [6];
-
-/// Sets `out` half-way between the third and the fourth line, and marks where a cubic does not
-/// follow the mapping or a place is unknown; the cubic's error is 3/128 of the fourth difference,
-/// which is taken with the first line if Before and with the last one if Behind.
-template <bool Before, bool Behind>
-void Interpolate(const SixLines& lines, int count, std::int32_t* __restrict out,
-                 std::int32_t* __restrict failed)
-{
-    constexpr std::int32_t limit = Fixed(kPatchError / 5 * 128 / 3);
-    for (int i = 0; i < count; ++i) {
-        const std::int32_t b = Less(lines[2][i], lines[1][i]);
-        const std::int32_t c = Less(lines[3][i], lines[2][i]);
-        const std::int32_t d = Less(lines[4][i], lines[3][i]);
-        std::int32_t wrong =
-            Exceeds(b, kLargestStep) | Exceeds(c, kLargestStep) | Exceeds(d, kLargestStep);
-        if constexpr (Before) {
-            const std::int32_t a = Less(lines[1][i], lines[0][i]);
-            wrong |= Exceeds(a, kLargestStep) | Exceeds(Less(Bend(b, c, d), Bend(a, b, c)), limit);
-        }
-        if constexpr (Behind) {
-            const std::int32_t e = Less(lines[5][i], lines[4][i]);
-            wrong |= Exceeds(e, kLargestStep) | Exceeds(Less(Bend(c, d, e), Bend(b, c, d)), limit);
-        }
-        failed[i] |= wrong;
-        // 9/16 of the neighbours' sum less 1/16 of the outer ones'.
-        const std::uint32_t sixteenths =
-            8U * static_cast<std::uint32_t>(c) + static_cast<std::uint32_t>(Less(b, d)) + 8U;
-        out[i] = static_cast<std::int32_t>(
-            static_cast<std::uint32_t>(lines[2][i]) +
-            static_cast<std::uint32_t>(static_cast<std::int32_t>(sixteenths) >> 4));
+    HalfwayLines Lines(const std::int32_t* line, std::ptrdiff_t step) const
+    {
+        HalfwayLines lines{{}, reach == 3, before, behind};
+        for (int i = 4 - reach - (before ? 1 : 0); i < 4 + reach + (behind ? 1 : 0); ++i)
+            lines.line[i] = line + (i - 3) * step;
+        return lines;
     }
-}
 
-void Interpolate(bool before, bool behind, const SixLines& lines, int count, std::int32_t* out,
-                 std::int32_t* failed)
-{
-    if (before && behind)
-        Interpolate<true, true>(lines, count, out, failed);
-    else if (before)
-        Interpolate<true, false>(lines, count, out, failed);
-    else if (behind)
-        Interpolate<false, true>(lines, count, out, failed);
-    else
-        std::fill_n(failed, count, -1);  // nothing tells how near it is
-}
-
-/// Marks where a parabola through three of four nodes, `step` apart, does not follow the mapping
-/// or one of them is unknown. Its error is at most h^3 |f'''| / (9 sqrt 3) for nodes h apart, and
-/// their third difference is h^3 f'''.
-void MarkRough(const std::int32_t* nodes, std::ptrdiff_t step, int count,
-               std::int32_t* __restrict rough)
-{
-    constexpr std::int32_t limit = Fixed(kPatchError * 0.8 * 15.588 / 2);  // half per direction
-    for (int i = 0; i < count; ++i) {
-        const std::int32_t a = Less(nodes[i + step], nodes[i]);
-        const std::int32_t b = Less(nodes[i + 2 * step], nodes[i + step]);
-        const std::int32_t c = Less(nodes[i + 3 * step], nodes[i + 2 * step]);
-        rough[i] |= Exceeds(a, kLargestStep) | Exceeds(b, kLargestStep) | Exceeds(c, kLargestStep) |
-                    Exceeds(Bend(a, b, c), limit);
-    }
-}
-
-/// The least and the greatest of three lines, place by place.
-void FindBounds(const std::int32_t* nodes, std::ptrdiff_t line, std::int32_t* __restrict least,
-                std::int32_t* __restrict most)
-{
-    for (std::ptrdiff_t i = 0; i < line; ++i) {
-        const std::int32_t a = nodes[i], b = nodes[i + line], c = nodes[i + 2 * line];
-        least[i] = std::min(a, std::min(b, c));
-        most[i] = std::max(a, std::max(b, c));
-    }
-}
+    int reach;  ///< lines on each side
+    bool before, behind;
+    bool enough;
+};
 
 /// A biquadratic patch, column and row in steps between its nodes.
 double ValueAt(const std::int32_t* nodes, int line, double column, double row)
@@ -219,6 +140,18 @@ bool Aligned(const std::uint8_t* pixels, std::ptrdiff_t line)
     return reinterpret_cast<std::uintptr_t>(pixels) % 64 == 0 && line % 64 == 0;
 }
 
+/// The first and the last cache line of rows that are at most some 64 bytes long; what lies between
+/// them in longer ones follows. (Forced inline: calls of what does nothing but this are left out.)
+HWY_INLINE void PrefetchRows(const std::uint8_t* first, std::ptrdiff_t line, int bytes, int rows)
+{
+    const std::uint8_t* last = first + bytes - 1;
+    const int few = std::min(rows, 4 * kTile);  // sparse samples leave most of more of them unread
+    for (int row = 0; row < few; ++row, first += line, last += line) {
+        hwy::Prefetch(first);
+        hwy::Prefetch(last);
+    }
+}
+
 }  // namespace
 
 int HighestLevelOf(int width, int height)
@@ -251,7 +184,7 @@ void Mesh::BuildRows(int width, int height, int sourceWidth, int sourceHeight, R
     m_nodeColumns = 2 * m_tileColumns + 1;
     m_nodeRows = 2 * m_tileRows + 1;
     m_highestLevel = 0;
-    m_tiles.clear();
+    m_tiles.resize(static_cast<std::size_t>(m_tileRows) * m_tileColumns);
     m_quads.clear();
     m_pixels.clear();
     for (int level = 0; level < 3; ++level)
@@ -275,6 +208,15 @@ Mesh::Bounds Mesh::InsideOf(int level) const
              full(LevelSize(m_sourceHeight, level) - 3 - margin)}};
 }
 
+Mesh::Box Mesh::BoxOf(const Bounds& bounds, int level)
+{
+    const auto pixel = [level](std::int32_t full) {
+        return static_cast<std::int16_t>(ToLevel(full, level) >> 16);
+    };
+    return {pixel(bounds.least.x), pixel(bounds.least.y), pixel(bounds.most.x),
+            pixel(bounds.most.y)};
+}
+
 /// Whether patches through nodes within these bounds are all inside. A parabola through three
 /// values strays at most 1/8 of their range from it on either side, a biquadratic patch 9/32.
 bool Mesh::PatchInside(const Bounds& nodes, int level) const
@@ -289,10 +231,10 @@ bool Mesh::PatchInside(const Bounds& nodes, int level) const
            nodes.least.y - y >= inside.least.y && nodes.most.y + y <= inside.most.y;
 }
 
-// The mapping is asked for the corners of the tiles. A node half-way between them is interpolated
-// through the four next corners of its line where that is as good, which spares three quarters of
-// the trigonometry of an ordinary view; else it is asked for as well. So are all nodes next to the
-// view's border.
+// The mapping is asked for every fourth node each way. Those half-way between them are interpolated
+// through the six next ones of their line where that is as good, then those between these through
+// four, which spares nine tenths of the trigonometry of an ordinary view; where it is not as good,
+// and next to the view's border, they are asked for as well.
 void Mesh::MapNodes(RowMapping mapping)
 {
     for (Scratch& scratch : m_scratch)
@@ -300,60 +242,71 @@ void Mesh::MapNodes(RowMapping mapping)
     const std::size_t nodes = static_cast<std::size_t>(m_nodeRows) * m_nodeColumns;
     m_nodeX.resize(nodes + 1);  // one more for Patch
     m_nodeY.resize(nodes + 1);
-    for (int row = 0; row < m_nodeRows; ++row)
-        if (row % 2 == 0 || row == 1 || row == m_nodeRows - 2)
-            MapNodeRow(mapping, row);
+    for (int row = 0; row < m_nodeRows; row += kPost)
+        MapNodeRow(mapping, row);
+    if (const int last = m_nodeRows - 1; last % kPost != 0)
+        MapNodeRow(mapping, last);
+    for (int spacing = kPost; spacing > 1; spacing /= 2)
+        for (int row = spacing / 2; row + spacing / 2 < m_nodeRows; row += spacing)
+            InterpolateNodeRow(mapping, row, spacing);
+}
+
+/// Maps a row of nodes half-way between two known ones, which are `spacing` apart.
+void Mesh::InterpolateNodeRow(RowMapping mapping, int row, int spacing)
+{
+    const Halfway halfway(row / spacing, (m_nodeRows - 1) / spacing + 1, spacing);
+    if (!halfway.enough)
+        return MapNodeRow(mapping, row);
+    std::int32_t* const failed = m_scratch[kFailed].data();
+    std::fill_n(failed, m_nodeColumns, 0);
     const std::ptrdiff_t line = m_nodeColumns;
-    for (int row = 3; row < m_nodeRows - 2; row += 2) {
-        const bool before = row >= 5;
-        const bool behind = row + 5 < m_nodeRows;
-        std::int32_t* const failed = m_scratch[kFailed].data();
-        std::fill_n(failed, m_nodeColumns, 0);
-        for (std::int32_t* const nodesOf : {m_nodeX.data(), m_nodeY.data()}) {
-            std::int32_t* const out = nodesOf + row * line;
-            const SixLines lines = {out - (before ? 5 : 3) * line,
-                                    out - 3 * line,
-                                    out - line,
-                                    out + line,
-                                    out + 3 * line,
-                                    out + (behind ? 5 : 3) * line};
-            Interpolate(before, behind, lines, m_nodeColumns, out, failed);
-        }
-        AskFailed(mapping, row, 0, 1, m_nodeColumns);
+    for (std::int32_t* const nodes : {m_nodeX.data(), m_nodeY.data()}) {
+        std::int32_t* const out = nodes + row * line;
+        m_kernels.halfway(halfway.Lines(out - spacing / 2 * line, spacing * line), m_nodeColumns,
+                          out, failed);
+    }
+    AskFailed(mapping, row, 0, 1, m_nodeColumns);
+}
+
+/// Maps a row of nodes: every fourth one, the last one, and from these the others.
+void Mesh::MapNodeRow(RowMapping mapping, int row)
+{
+    std::int32_t* const failed = m_scratch[kFailed].data();
+    std::fill_n(failed, m_nodeColumns, -1);
+    AskFailed(mapping, row, 0, kPost, (m_nodeColumns - 1) / kPost + 1);
+    if (const int last = m_nodeColumns - 1; last % kPost != 0)
+        AskFailed(mapping, row, last, 1, 1);
+    const std::size_t start = static_cast<std::size_t>(row) * m_nodeColumns;
+    for (int spacing = kPost; spacing > 1; spacing /= 2) {
+        const int known = (m_nodeColumns - 1) / spacing + 1;
+        std::fill_n(failed, known, 0);
+        for (std::int32_t* const nodes : {&m_nodeX[start], &m_nodeY[start]})
+            InterpolateAcross(nodes, known, spacing);
+        AskFailed(mapping, row, spacing / 2, spacing, known - 1);
     }
 }
 
-/// Maps a row of nodes from the corners in it and the nodes beside the first and last one.
-void Mesh::MapNodeRow(RowMapping mapping, int row)
+/// Sets the nodes of a row half-way between known ones, and marks those that cannot be.
+void Mesh::InterpolateAcross(std::int32_t* nodes, int known, int spacing)
 {
-    const int corners = m_tileColumns + 1;
-    const std::size_t start = static_cast<std::size_t>(row) * m_nodeColumns;
     std::int32_t* const failed = m_scratch[kFailed].data();
-    std::fill_n(failed, m_nodeColumns, -1);
-    AskFailed(mapping, row, 0, 2, corners);
-    std::fill_n(failed + 1, std::max(m_tileColumns - 2, 0), 0);
-    for (std::int32_t* const nodes : {&m_nodeX[start], &m_nodeY[start]}) {
-        std::int32_t* const corner = m_scratch[kCorners].data();
-        std::int32_t* const between = m_scratch[kBetween].data();
-        for (int i = 0; i < corners; ++i)
-            corner[i] = nodes[2 * i];
-        const auto interpolate = [&](int first, int count, bool before, bool behind) {
-            const std::int32_t* const at = corner + first;
-            const SixLines lines = {at - (before ? 2 : 1), at - 1, at, at + 1, at + 2,
-                                    at + (behind ? 3 : 2)};
-            Interpolate(before, behind, lines, count, between + first, failed + first);
-        };
-        const int last = corners - 3;  // the last corner that has two behind it
-        if (last >= 1)
-            interpolate(1, 1, false, last > 1);
-        if (last > 2)
-            interpolate(2, last - 2, true, true);
-        if (last >= 2)
-            interpolate(last, 1, true, false);
-        for (int i = 1; i < corners - 2; ++i)
-            nodes[2 * i + 1] = between[i];
+    std::int32_t* const apart = m_scratch[kApart].data();
+    std::int32_t* const between = m_scratch[kBetween].data();
+    for (int i = 0; i < known; ++i)
+        apart[i] = nodes[spacing * i];
+    for (int first = 0; first + 1 < known;) {
+        const Halfway halfway(first, known, spacing);
+        // In the middle of the row all is there for each of them.
+        const int last = halfway.before && halfway.behind ? known - 2 - halfway.reach : first;
+        if (halfway.enough)
+            m_kernels.halfway(halfway.Lines(apart + first, 1), last - first + 1, between + first,
+                              failed + first);
+        else
+            failed[first] = -1;
+        first = last + 1;
     }
-    AskFailed(mapping, row, 1, 2, m_tileColumns);
+    for (int i = 0; i + 1 < known; ++i)
+        nodes[spacing * i + spacing / 2] = between[i];
 }
 
 /// Maps those of the nodes first, first + step ... of a row that are marked as failed.
@@ -398,19 +351,21 @@ void Mesh::LookAtNodes(int tileRow)
 {
     const std::ptrdiff_t line = m_nodeColumns;
     const std::ptrdiff_t start = 2 * tileRow * line;
-    FindBounds(&m_nodeX[start], m_nodeColumns, m_scratch[kLeastX].data(), m_scratch[kMostX].data());
-    FindBounds(&m_nodeY[start], m_nodeColumns, m_scratch[kLeastY].data(), m_scratch[kMostY].data());
+    m_kernels.findBounds(&m_nodeX[start], m_nodeColumns, m_scratch[kLeastX].data(),
+                         m_scratch[kMostX].data());
+    m_kernels.findBounds(&m_nodeY[start], m_nodeColumns, m_scratch[kLeastY].data(),
+                         m_scratch[kMostY].data());
     std::int32_t* const across = m_scratch[kRoughAcross].data();
     std::int32_t* const down = m_scratch[kRoughDown].data();
     std::fill_n(across, m_nodeColumns, 0);
     std::fill_n(down, m_nodeColumns, 0);
     for (const std::int32_t* const nodes : {m_nodeX.data(), m_nodeY.data()}) {
         for (int row = 0; row < 3; ++row)
-            MarkRough(nodes + start + row * line, 1, m_nodeColumns - 3, across);
+            m_kernels.markRough(nodes + start + row * line, 1, m_nodeColumns - 3, across);
         if (tileRow > 0)
-            MarkRough(nodes + start - line, line, m_nodeColumns, down);
+            m_kernels.markRough(nodes + start - line, line, m_nodeColumns, down);
         if (tileRow + 1 < m_tileRows)
-            MarkRough(nodes + start, line, m_nodeColumns, down);
+            m_kernels.markRough(nodes + start, line, m_nodeColumns, down);
     }
 }
 
@@ -453,9 +408,12 @@ void Mesh::AddTile(int tileColumn, int tileRow, RowMapping mapping)
     if (bounds.most.Known() &&
         !(bounds.least.Known() && AddPatch(tile, bounds, tileColumn, tileRow, mapping)))
         AddPixels(tile, tileColumn, tileRow, mapping);
-    if (tile.shape != Shape::Black)
+    if (tile.shape != Shape::Black) {
         m_highestLevel = std::max<int>(m_highestLevel, tile.level);
-    m_tiles.push_back(tile);
+        if (bounds.least.Known())
+            tile.box = BoxOf(bounds, tile.level);
+    }
+    m_tiles[static_cast<std::size_t>(tileRow) * m_tileColumns + tileColumn] = tile;
 }
 
 /// False where patches do not follow the mapping.
@@ -539,57 +497,119 @@ bool Mesh::AddQuad(Tile& tile, int tileColumn, int tileRow, RowMapping mapping)
     return true;
 }
 
+/// Every fourth pixel of a tile, and patches between them: each of 2 x 2 cells, and expanded when a
+/// cell of it is asked for.
+class Mesh::Lattice
+{
+public:
+    Lattice(const Mesh& mesh, RowMapping mapping, double left, double top)
+        : m_mesh(mesh), m_mapping(mapping), m_left(left), m_top(top)
+    {
+        double fractions[5];
+        for (int j = 0; j < 5; ++j)
+            fractions[j] = mesh.Fraction(left + 4 * j);
+        for (int i = 0; i < 5; ++i) {
+            Place places[5];
+            mesh.MapRow(mapping, top + 4 * i, fractions, 5, places);
+            for (int j = 0; j < 5; ++j) {
+                m_nodes.x[i * 5 + j] = places[j].x;
+                m_nodes.y[i * 5 + j] = places[j].y;
+            }
+        }
+    }
+
+    /// How many corners of a cell are known.
+    int Known(int column, int row) const
+    {
+        const std::int32_t* const corner = &m_nodes.x[row * 5 + column];
+        int known = 0;
+        for (const int i : {0, 1, 5, 6})
+            known += corner[i] != Place::kUnknown ? 1 : 0;
+        return known;
+    }
+
+    /// Sets the pixels of a cell from a patch that holds it; false where none is near enough.
+    bool Fill(int column, int row, Place (&out)[kTile][kTile])
+    {
+        for (int i = std::max(row - 1, 0); i <= std::min(row, 2); ++i)
+            for (int j = std::max(column - 1, 0); j <= std::min(column, 2); ++j) {
+                Part& part = m_parts[i][j];
+                if (!part.tried)
+                    Try(part, j, i);
+                if (!part.near)
+                    continue;
+                for (int y = 0; y < 4; ++y)
+                    for (int x = 0; x < 4; ++x) {
+                        const int at = ((row - i) * 4 + y) * kTile + (column - j) * 4 + x;
+                        out[row * 4 + y][column * 4 + x] = {part.places.x[at], part.places.y[at]};
+                    }
+                return true;
+            }
+        return false;
+    }
+
+private:
+    struct Part
+    {
+        bool tried = false;
+        bool near = false;
+        TileCoordinates places;
+    };
+
+    void Try(Part& part, int column, int row) const
+    {
+        part.tried = true;
+        const int first = row * 5 + column;
+        const Patch patch = {m_nodes.x + first, m_nodes.y + first, 5, 4, 0};
+        for (int i = 0; i < 9; ++i)
+            if (patch.x[i / 3 * 5 + i % 3] == Place::kUnknown)
+                return;
+        part.near = WithinReach(patch) &&
+                    m_mesh.NearEverywhere(patch, m_left + 4 * column, m_top + 4 * row, m_mapping);
+        if (part.near)
+            m_mesh.m_kernels.expand(patch, 8, 7, 7, part.places.x, part.places.y);
+    }
+
+    const Mesh& m_mesh;
+    RowMapping m_mapping;
+    double m_left, m_top;
+    Quad m_nodes{};
+    Part m_parts[3][3];
+};
+
 /// Asks for the pixels of a tile, of which `columns` and `rows` are in the view; the others repeat
-/// the last ones. A quarter of the tile is a patch through every fourth pixel where that is as
-/// near; four by four pixels between unknown ones are black.
+/// the last ones. Cells of four by four pixels are taken from patches between known pixels where
+/// these are as near; between unknown ones they are black.
 void Mesh::MapPixels(RowMapping mapping, int tileColumn, int tileRow, int columns, int rows,
                      Place (&out)[kTile][kTile]) const
 {
     const double left = tileColumn * kTile;
     const double top = tileRow * kTile;
-    Quad lattice{};
-    Place asked[5];
-    double every4th[5];
-    for (int j = 0; j < 5; ++j)
-        every4th[j] = Fraction(left + 4 * j);
-    for (int i = 0; i < 5; ++i) {
-        MapRow(mapping, top + 4 * i, every4th, 5, asked);
-        for (int j = 0; j < 5; ++j) {
-            lattice.x[i * 5 + j] = asked[j].x;
-            lattice.y[i * 5 + j] = asked[j].y;
+    Lattice lattice(*this, mapping, left, top);
+    for (int row = 0; row < kTile; row += 4) {
+        int asked[kTile];
+        double fractions[kTile];
+        int count = 0;
+        for (int column = 0; column < kTile; column += 4) {
+            const int known = lattice.Known(column / 4, row / 4);
+            if (known == 4 && lattice.Fill(column / 4, row / 4, out))
+                continue;
+            for (int j = column; j < column + 4; ++j) {
+                if (known > 0) {
+                    asked[count] = j;
+                    fractions[count++] = Fraction(left + std::min(j, columns - 1));
+                } else {
+                    for (int i = row; i < row + 4; ++i)
+                        out[i][j] = {Place::kUnknown, Place::kUnknown};
+                }
+            }
         }
-    }
-    const auto mapCell = [&](int column, int row) {
-        const std::int32_t* const corner = &lattice.x[row / 4 * 5 + column / 4];
-        const bool black =
-            std::max({corner[0], corner[1], corner[5], corner[6]}) == Place::kUnknown;
-        double all[4];
-        for (int j = 0; j < 4; ++j)
-            all[j] = Fraction(left + std::min(column + j, columns - 1));
-        for (int i = row; i < row + 4; ++i)
-            if (black)
-                std::fill_n(&out[i][column], 4, Place{Place::kUnknown, Place::kUnknown});
-            else
-                MapRow(mapping, top + std::min(i, rows - 1), all, 4, &out[i][column]);
-    };
-    for (int part = 0; part < 4; ++part) {
-        const int column = part % 2 * 8;
-        const int row = part / 2 * 8;
-        const Patch patch = PatchOf(lattice, part, 0);
-        bool known = true;
-        for (int i = 0; i < 9; ++i)
-            known = known && patch.x[i / 3 * 5 + i % 3] != Place::kUnknown;
-        if (known && WithinReach(patch) &&
-            NearEverywhere(patch, left + column, top + row, mapping)) {
-            TileCoordinates places;
-            BestKernels().expand(patch, 8, 7, 7, places.x, places.y);
-            for (int i = 0; i < 8; ++i)
-                for (int j = 0; j < 8; ++j)
-                    out[row + i][column + j] = {places.x[i * kTile + j], places.y[i * kTile + j]};
-            continue;
+        for (int i = row; count > 0 && i < row + 4; ++i) {
+            Place places[kTile];
+            MapRow(mapping, top + std::min(i, rows - 1), fractions, count, places);
+            for (int j = 0; j < count; ++j)
+                out[i][asked[j]] = places[j];
         }
-        for (int cell = 0; cell < 4; ++cell)
-            mapCell(column + cell % 2 * 4, row + cell / 2 * 4);
     }
 }
 
@@ -606,8 +626,8 @@ void Mesh::AddPixels(Tile& tile, int tileColumn, int tileRow, RowMapping mapping
         return;
     double area = 0;
     int areas = 0;
-    for (int i = 0; i + 1 < rows; i += 2)
-        for (int j = 0; j + 1 < columns; j += 2)
+    for (int i = 0; i + 1 < rows; i += 3)
+        for (int j = 0; j + 1 < columns; j += 3)
             if (exact[i][j].Known() && exact[i][j + 1].Known() && exact[i + 1][j].Known()) {
                 area += Area(exact[i][j], exact[i][j + 1], exact[i + 1][j]);
                 ++areas;
@@ -665,6 +685,21 @@ void Mesh::Expand(const Kernels& kernels, const Tile& tile, int columns, int row
     }
 }
 
+/// Asks for the source of the tile that is drawn next, while this one is being drawn. A tile's rows
+/// lie in as many cache lines, most of them not where the processor would look for them by itself.
+HWY_INLINE void Mesh::Prefetch(const Level* levels, const Tile& tile)
+{
+    if (tile.shape == Shape::Black)
+        return;
+    const Level& level = levels[tile.level];
+    const auto& [left, top, right, bottom] = tile.box;
+    const int bytes = level.pairs ? 2 : 1;
+    PrefetchRows(level.luma + std::ptrdiff_t{top} * level.lumaLine + left * bytes, level.lumaLine,
+                 (right - left + 2) * bytes, bottom - top + (level.pairs ? 1 : 2));
+    PrefetchRows(level.chroma + std::ptrdiff_t{top / 2} * level.chromaLine + left / 2 * 2,
+                 level.chromaLine, right - left + 4, (bottom - top) / 2 + 2);
+}
+
 void Mesh::DrawTile(const Kernels& kernels, const Level* levels, const ColourTerms& terms,
                     const Tile& tile, int columns, int rows, std::uint8_t* pixels,
                     std::ptrdiff_t line, bool stream) const
@@ -705,10 +740,13 @@ void Mesh::DrawBand(const Kernels& kernels, const Level* levels, const ColourTer
             pixels + std::ptrdiff_t{band} * kTile * line + std::ptrdiff_t{i} * kTile * 4;
         const Tile* const tiles = &m_tiles[static_cast<std::size_t>(band) * m_tileColumns + i];
         const bool through = collect && columns % kTile == 0;
-        for (int j = 0; j < columns; j += kTile)
+        for (int j = 0; j < columns; j += kTile) {
+            if (i + j / kTile + 1 < m_tileColumns)
+                Prefetch(levels, tiles[j / kTile + 1]);
             DrawTile(kernels, levels, terms, tiles[j / kTile], std::min(kTile, columns - j), rows,
                      (through ? strip : out) + std::ptrdiff_t{j} * 4, through ? kStripLine : line,
                      stream && !through);
+        }
         if (through)
             kernels.streamRows(strip, kStripLine, columns * 4, rows, out, line);
     }

@@ -32,8 +32,8 @@ struct Place
 /// where these are not within a hundredth of a source pixel of the mapping, patches of half the
 /// size; and where that is not enough, or the picture ends within a tile, the position of every
 /// pixel. The error stays below 0.02 source pixels for mappings that are smooth or break off;
-/// details of the mapping that are narrower than 16 view pixels and lie between the tiles' corners,
-/// such as a hole, are not seen.
+/// details of the mapping that are narrower than 32 view pixels and lie between those it is asked
+/// for first, such as a hole, are not seen.
 ///
 /// Each tile also chooses the size of the prepared picture (full, half, quarter) that it is
 /// sampled from, by how many source pixels a view pixel spans.
@@ -115,12 +115,19 @@ private:
         Pixels
     };
 
+    /// Pixels of a level that a tile is drawn from, more or less: what to have in the cache.
+    struct Box
+    {
+        std::int16_t left, top, right, bottom;
+    };
+
     struct Tile
     {
         Shape shape = Shape::Black;
         std::uint8_t level = 0;
         bool clamped = false;
         std::int32_t index = 0;  // of its first node, its quad or its pixels
+        Box box{};
     };
 
     struct Pixels
@@ -141,12 +148,14 @@ private:
         std::int32_t x[5 * 5 + 1], y[5 * 5 + 1];  // the last one for Patch
     };
 
+    class Lattice;
+
     /// What building needs for a row of nodes, node by node.
     using Scratch = std::vector<std::int32_t>;
     enum
     {
         kFailed,
-        kCorners,
+        kApart,
         kBetween,
         kLeastX,
         kLeastY,
@@ -158,9 +167,12 @@ private:
     };
 
     Bounds InsideOf(int level) const;
+    static Box BoxOf(const Bounds& bounds, int level);
     bool PatchInside(const Bounds& nodes, int level) const;
     void MapNodes(RowMapping mapping);
     void MapNodeRow(RowMapping mapping, int row);
+    void InterpolateNodeRow(RowMapping mapping, int row, int spacing);
+    void InterpolateAcross(std::int32_t* nodes, int known, int spacing);
     void AskFailed(RowMapping mapping, int row, int first, int step, int count);
     double Fraction(double column) const { return (column + 0.5) / m_width; }
     void MapRow(RowMapping mapping, double row, const double* fractions, int count,
@@ -179,10 +191,12 @@ private:
     void AddPixels(Tile& tile, int tileColumn, int tileRow, RowMapping mapping);
     void Expand(const Kernels& kernels, const Tile& tile, int columns, int rows,
                 TileCoordinates& out) const;
+    static void Prefetch(const Level* levels, const Tile& tile);
     void DrawTile(const Kernels& kernels, const Level* levels, const ColourTerms& terms,
                   const Tile& tile, int columns, int rows, std::uint8_t* pixels,
                   std::ptrdiff_t line, bool stream) const;
 
+    const Kernels& m_kernels = BestKernels();
     int m_width = 0;
     int m_height = 0;
     int m_sourceWidth = 0;

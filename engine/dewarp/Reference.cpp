@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "engine/dewarp/FixedPoint.h"
 #include "engine/dewarp/Kernels.h"
 
 namespace dewarp {
@@ -209,6 +210,8 @@ void Interleave(const std::uint8_t* u, const std::uint8_t* v, int count, std::ui
     }
 }
 
+#include "engine/dewarp/NodeRows-inl.h"
+
 }  // namespace
 
 ColourTerms ColourTermsOf(ColourMatrix matrix, bool fullRange)
@@ -235,9 +238,9 @@ ColourTerms ColourTermsOf(ColourMatrix matrix, bool fullRange)
 
 const Kernels& ReferenceKernels()
 {
-    static constexpr Kernels kernels = {"reference", Expand,    SampleAnywhere, SampleAnywhere,
-                                        StreamRows,  HalveLuma, HalvePairs,     JoinPairs,
-                                        HalveChroma, Interleave};
+    static constexpr Kernels kernels = {
+        "reference", Expand,      SampleAnywhere, SampleAnywhere, StreamRows, HalveLuma, HalvePairs,
+        JoinPairs,   HalveChroma, Halfway,        MarkRough,      FindBounds, Interleave};
     return kernels;
 }
 

@@ -2,10 +2,17 @@
 #include "engine/player/ViewMapping.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "engine/PlaySdk.h"
 
 namespace engine {
+
+namespace {
+
+constexpr int BATCH = 64;
+
+}  // namespace
 
 ViewMapping::ViewMapping(const ViewSettings& settings, Extent view, Extent picture,
                          const CameraOptics& camera)
@@ -35,21 +42,43 @@ ViewMapping::ViewMapping(const ViewSettings& settings, Extent view, Extent pictu
 
 std::optional<optics::Point> ViewMapping::operator()(double x, double y) const
 {
-    const optics::Point fraction = {(x - m_left) / m_width, (y - m_top) / m_height};
-    std::optional<optics::Point> pixel;
+    dewarp::SourcePoint pixel;
+    MapRow(&x, y, 1, &pixel);
+    return std::isnan(pixel.x) ? std::nullopt : std::optional(optics::Point{pixel.x, pixel.y});
+}
+
+void ViewMapping::MapRow(const double* x, double y, int count, dewarp::SourcePoint* out) const
+{
+    for (int done = 0; done < count; done += BATCH)
+        MapBatch(x + done, y, std::min(count - done, BATCH), out + done);
+}
+
+void ViewMapping::MapBatch(const double* x, double y, int count, dewarp::SourcePoint* out) const
+{
+    double across[BATCH];
+    for (int i = 0; i < count; ++i)
+        across[i] = (x[i] - m_left) / m_width;
+    const double down = (y - m_top) / m_height;
+    optics::Point pixels[BATCH];
     if (m_view) {
-        if (const auto direction = m_view->Direction(fraction))
-            pixel = m_camera.lens->Project({m_camera.mirrored ? -direction->x : direction->x,
-                                            m_camera.flipped ? -direction->y : direction->y,
-                                            direction->z});
+        optics::Vec3 directions[BATCH];
+        m_view->Directions(across, down, count, directions);
+        const double signX = m_camera.mirrored ? -1.0 : 1.0;
+        const double signY = m_camera.flipped ? -1.0 : 1.0;
+        for (int i = 0; i < count; ++i)
+            directions[i] = {signX * directions[i].x, signY * directions[i].y, directions[i].z};
+        m_camera.lens->Project(directions, count, pixels);
     } else {
-        const double across = m_camera.mirrored ? 1.0 - fraction.x : fraction.x;
-        const double down = m_camera.flipped ? 1.0 - fraction.y : fraction.y;
-        pixel = {across * m_picture.width - 0.5, down * m_picture.height - 0.5};
+        for (int i = 0; i < count; ++i)
+            pixels[i] = {(m_camera.mirrored ? 1.0 - across[i] : across[i]) * m_picture.width - 0.5,
+                         (m_camera.flipped ? 1.0 - down : down) * m_picture.height - 0.5};
     }
-    const bool inside = pixel && pixel->x >= -0.5 && pixel->y >= -0.5 &&
-                        pixel->x <= m_picture.width - 0.5 && pixel->y <= m_picture.height - 0.5;
-    return inside ? pixel : std::nullopt;
+    for (int i = 0; i < count; ++i) {
+        const auto& [column, row] = pixels[i];
+        const bool inside = column >= -0.5 && row >= -0.5 && column <= m_picture.width - 0.5 &&
+                            row <= m_picture.height - 0.5;
+        out[i] = inside ? dewarp::SourcePoint{column, row} : dewarp::Mesh::Nowhere();
+    }
 }
 
 }  // namespace engine

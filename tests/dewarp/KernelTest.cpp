@@ -1,6 +1,8 @@
 // Every instruction set gives the bytes of the reference.
 
+#include <cmath>
 #include <cstring>
+#include <limits>
 
 #include <gtest/gtest.h>
 
@@ -141,6 +143,78 @@ TEST_P(EveryKernel, ExpandsPatchesLikeTheReference)
         ReferenceKernels().expand(patch, 2 * spacing, last, last, expected.x, expected.y);
         GetParam()->expand(patch, 2 * spacing, last, last, expanded.x, expanded.y);
         ASSERT_EQ(std::memcmp(&expected, &expanded, sizeof(expected)), 0) << round;
+    }
+}
+
+/// Rows of places: smooth ones, ones that jump, and ones with unknown places.
+std::vector<std::vector<std::int32_t>> NodeRows(int rows, int count, std::mt19937& random)
+{
+    const double bend = static_cast<double>(random() % 1000) / 1000;
+    const auto disturbed = static_cast<int>(random() % 3);
+    std::vector<std::vector<std::int32_t>> nodes(rows, std::vector<std::int32_t>(count));
+    for (int i = 0; i < rows; ++i)
+        for (int j = 0; j < count; ++j) {
+            nodes[i][j] = static_cast<std::int32_t>(
+                65536 * (900 + 40 * i + 30 * j + 200 * bend * std::sin(0.2 * i + 0.1 * j)));
+            if (disturbed != 0 && random() % 16 == 0)
+                nodes[i][j] = disturbed == 1 ? static_cast<std::int32_t>(random())
+                                             : std::numeric_limits<std::int32_t>::min();
+        }
+    return nodes;
+}
+
+TEST_P(EveryKernel, FindsPlacesHalfwayLikeTheReference)
+{
+    std::mt19937 random(8);
+    int near = 0;
+    int failures = 0;
+    for (int round = 0; round < 400; ++round) {
+        const int count = 1 + static_cast<int>(random() % 40);
+        const auto nodes = NodeRows(8, count, random);
+        HalfwayLines lines{{}, round % 2 != 0, round % 3 != 0, round % 5 != 0};
+        const int reach = lines.six ? 3 : 2;
+        for (int i = 4 - reach - (lines.before ? 1 : 0); i < 4 + reach + (lines.behind ? 1 : 0);
+             ++i)
+            lines.line[i] = nodes[i].data();
+        std::vector<std::int32_t> out[2];
+        std::vector<std::int32_t> failed[2];
+        int table = 0;
+        for (const Kernels* const kernels : {&ReferenceKernels(), GetParam()}) {
+            out[table].resize(count);
+            failed[table].resize(count);
+            kernels->halfway(lines, count, out[table].data(), failed[table].data());
+            ++table;
+        }
+        ASSERT_EQ(failed[0], failed[1]) << round;
+        for (int i = 0; i < count; ++i) {
+            (failed[0][i] != 0 ? failures : near) += 1;
+            if (failed[0][i] == 0) {
+                ASSERT_EQ(out[0][i], out[1][i]) << round << ' ' << i;
+            }
+        }
+    }
+    EXPECT_GT(near, 500);
+    EXPECT_GT(failures, 500);
+}
+
+TEST_P(EveryKernel, LooksAtRowsOfNodesLikeTheReference)
+{
+    std::mt19937 random(9);
+    for (int round = 0; round < 200; ++round) {
+        const int count = 4 + static_cast<int>(random() % 40);
+        std::vector<std::int32_t> nodes;
+        for (const auto& row : NodeRows(4, count, random))
+            nodes.insert(nodes.end(), row.begin(), row.end());
+        std::vector<std::vector<std::int32_t>> results[2];
+        int table = 0;
+        for (const Kernels* const kernels : {&ReferenceKernels(), GetParam()}) {
+            auto& result = results[table++];
+            result.assign(4, std::vector<std::int32_t>(count));
+            kernels->markRough(nodes.data(), 1, count - 3, result[0].data());
+            kernels->markRough(nodes.data(), count, count, result[1].data());
+            kernels->findBounds(nodes.data(), count, result[2].data(), result[3].data());
+        }
+        ASSERT_EQ(results[0], results[1]) << round;
     }
 }
 
