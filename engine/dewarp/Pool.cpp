@@ -1,6 +1,9 @@
 #include "engine/dewarp/Pool.h"
 
+#include <algorithm>
 #include <atomic>
+#include <new>
+#include <system_error>
 
 #include <sched.h>
 
@@ -41,8 +44,14 @@ struct Pool::Job
 
 Pool::Pool(int threads)
 {
-    for (int i = 1; i < threads; ++i)
-        m_threads.emplace_back([this] { Work(); });
+    // Where memory or threads run out the work is done by those that are there.
+    try {
+        m_threads.reserve(static_cast<std::size_t>(std::max(threads - 1, 0)));
+        for (int i = 1; i < threads; ++i)
+            m_threads.emplace_back([this] { Work(); });
+    } catch (const std::bad_alloc&) {
+    } catch (const std::system_error&) {
+    }
 }
 
 Pool::~Pool()

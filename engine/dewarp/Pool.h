@@ -16,7 +16,8 @@ namespace dewarp {
 class Pool
 {
 public:
-    /// @param threads how many threads work on a job, the calling one included; at least 1.
+    /// @param threads how many threads work on a job, the calling one included; at least 1, and as
+    /// many as can be had.
     explicit Pool(int threads);
     ~Pool();
     Pool(const Pool&) = delete;

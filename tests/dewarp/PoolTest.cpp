@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "engine/dewarp/Pool.h"
+#include "tests/support/Shortage.h"
 
 namespace dewarp {
 namespace {
@@ -40,6 +41,19 @@ TEST(Pool, WorkMayRunWork)
     std::atomic<int> total{0};
     pool.Run(8, [&](int) { pool.Run(8, [&](int) { ++total; }); });
     EXPECT_EQ(total, 64);
+}
+
+TEST(Pool, WorksWithTheThreadsThatItCouldGet)
+{
+    for (const auto of : {shortage::Of::Threads, shortage::Of::Memory})
+        for (int spared = 0; spared < 3; ++spared) {
+            shortage::Shortage shortage(of, shortage::On::ThisThread, spared);
+            Pool pool(4);
+            EXPECT_TRUE(shortage.Struck()) << spared;
+            std::atomic<int> total{0};
+            pool.Run(20, [&](int) { ++total; });
+            EXPECT_EQ(total, 20) << spared;
+        }
 }
 
 TEST(Pool, NothingToDoReturns)
