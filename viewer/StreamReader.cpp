@@ -21,19 +21,18 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 
-constexpr double CONST_SILENCE_SECONDS = 10.0;  ///< after which a source counts as gone
 constexpr double CONST_FIRST_RETRY_SECONDS = 1.0;
 constexpr double CONST_LAST_RETRY_SECONDS = 8.0;
 constexpr double CONST_FULL_RETRY_SECONDS = 0.005;
 constexpr double CONST_NO_PICTURE_YET_SECONDS = 0.005;
 constexpr double CONST_FULL_LIVE_SECONDS = 0.2;  ///< a live block that finds no room is dropped
 constexpr double CONST_DEFAULT_PERIOD = 1.0 / 25.0;
+constexpr double CONST_CLOCK_JUMP_SECONDS = 10.0;  ///< between packets that follow each other
+constexpr double CONST_LONG_PLAY_SECONDS = 10.0;   ///< after which a source has played
 constexpr int CONST_OUTPUT_BUFFER = 64 * 1024;
 
 QString ErrorText(int code)
 {
-    if (AVERROR_EXIT == code)  // the silence has been too long
-        return QObject::tr("Nothing has come from it for %1 seconds.").arg(CONST_SILENCE_SECONDS);
     char text[AV_ERROR_MAX_STRING_SIZE] = {};
     av_strerror(code, text, sizeof(text));
     return QString::fromLocal8Bit(text);
@@ -61,19 +60,6 @@ QString WhyNotOpened(const QString& source)
     const QFileInfo file(source);
     const bool opened = IsTriedAgain(source) || !file.exists() || file.isFile() || file.isDir();
     return opened ? QString() : QObject::tr("It is neither a file nor a camera.");
-}
-
-/// FFmpeg's error for people, who may have named another device than their camera.
-QString OpeningErrorText(const QString& source, int code)
-{
-    if (IsDevice(source) && AVERROR(ENOENT) == code)
-        return QObject::tr("There is no such device.");
-    if (IsDevice(source) &&
-        (AVERROR(ENOTTY) == code || AVERROR(ENODEV) == code || AVERROR(EISDIR) == code))
-        return QObject::tr("It is no camera.");
-    if (IsDevice(source) && AVERROR(EINVAL) == code)
-        return QObject::tr("It is a camera whose kind of pictures is not known, or none.");
-    return ErrorText(code);
 }
 
 /// Why the engine does not play a codec; empty where it does.
@@ -104,26 +90,44 @@ public:
     Input(const Input&) = delete;
     Input& operator=(const Input&) = delete;
 
-    /// Empty on success, else why not.
-    QString open(const QString& source)
+    /// FFmpeg's error.
+    int open(const QString& source)
     {
         int code = AVERROR(EINVAL);  // which is what a camera says of a format that it has not
         for (const char* const pictures : {"h264", "mjpeg", ""})
             if (AVERROR(EINVAL) == code && (IsDevice(source) || '\0' == *pictures))
                 code = tryToOpen(source, pictures);
         if (code < 0)
-            return OpeningErrorText(source, code);
+            return code;
         alive();
         code = avformat_find_stream_info(m_context, nullptr);
         if (code < 0)
-            return ErrorText(code);
+            return code;
         m_index = av_find_best_stream(m_context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
         if (m_index < 0)
-            return QObject::tr("It holds no video.");
+            return m_index;
         for (unsigned i = 0; i < m_context->nb_streams; ++i)
             m_context->streams[i]->discard =
                 static_cast<int>(i) == m_index ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
-        return {};
+        return 0;
+    }
+
+    /// An error for people, who may have named another device than their camera.
+    QString errorText(const QString& source, int code) const
+    {
+        if (AVERROR_EXIT == code)
+            return QObject::tr("Nothing has come from it for %1 seconds.")
+                .arg(m_reader.m_silenceLimit);
+        if (AVERROR_STREAM_NOT_FOUND == code)
+            return QObject::tr("It holds no video.");
+        if (IsDevice(source) && AVERROR(ENOENT) == code)
+            return QObject::tr("There is no such device.");
+        if (IsDevice(source) &&
+            (AVERROR(ENOTTY) == code || AVERROR(ENODEV) == code || AVERROR(EISDIR) == code))
+            return QObject::tr("It is no camera.");
+        if (IsDevice(source) && AVERROR(EINVAL) == code)
+            return QObject::tr("It is a camera whose kind of pictures is not known, or none.");
+        return ErrorText(code);
     }
 
     const AVStream& stream() const { return *m_context->streams[m_index]; }
@@ -213,7 +217,7 @@ private:
     void alive()
     {
         m_deadline = Clock::now() +
-                     std::chrono::duration_cast<Clock::duration>(Seconds(CONST_SILENCE_SECONDS));
+                     std::chrono::duration_cast<Clock::duration>(Seconds(m_reader.m_silenceLimit));
     }
 
     static int interrupted(void* self)
@@ -316,7 +320,7 @@ public:
         const double stamp =
             stamped ? static_cast<double>(packet.dts) * unit : m_lastStamp + CONST_DEFAULT_PERIOD;
         double step = m_first ? 0.0 : (stamp - m_lastStamp) / speed;
-        if (step < 0.0 || step > CONST_SILENCE_SECONDS)
+        if (step < 0.0 || step > CONST_CLOCK_JUMP_SECONDS)
             step = CONST_DEFAULT_PERIOD;  // the source's clock has jumped
         m_first = false;
         m_lastStamp = stamp;
@@ -433,7 +437,7 @@ void StreamReader::run()
             emit stateChanged(StreamState::Failed, why);
             return;
         }
-        if (Seconds(Clock::now() - start).count() > CONST_SILENCE_SECONDS)
+        if (Seconds(Clock::now() - start).count() > CONST_LONG_PLAY_SECONDS)
             retry = CONST_FIRST_RETRY_SECONDS;  // it had played
         emit stateChanged(StreamState::Reconnecting, why);
         if (!waitFor(retry))
@@ -448,14 +452,15 @@ StreamReader::End StreamReader::playOnce(QString* why)
     Input input(*this);
     Output output;
     *why = WhyNotOpened(m_source);
-    if (why->isEmpty())
-        *why = input.open(m_source);
-    if (why->isEmpty())
-        *why = WhyNotPlayed(m_source, input.stream().codecpar->codec_id);
-    if (why->isEmpty())
-        *why = output.open(input.stream());
+    if (!why->isEmpty())
+        return End::Broken;
+    const int opening = input.open(m_source);
     if (m_stop)
         return End::Stopped;
+    *why = opening < 0 ? input.errorText(m_source, opening)
+                       : WhyNotPlayed(m_source, input.stream().codecpar->codec_id);
+    if (why->isEmpty())
+        *why = output.open(input.stream());
     if (!why->isEmpty())
         return End::Broken;
     const bool live = input.live(m_source);
@@ -476,7 +481,7 @@ StreamReader::End StreamReader::playOnce(QString* why)
             // A file that is damaged from here on has ended, as far as there is something to see.
             const bool ended =
                 0 == error || AVERROR_EOF == error || (any && !IsTriedAgain(m_source));
-            *why = ended ? tr("The source has ended.") : ErrorText(error);
+            *why = ended ? tr("The source has ended.") : input.errorText(m_source, error);
             return ended && !live ? End::Finished : End::Broken;
         }
         any = true;

@@ -59,6 +59,10 @@ public:
     void setSpeed(double speed);
     void setLoop(bool loop);
 
+    /// How long a source may say nothing before it counts as gone, in seconds; 10. To be set before
+    /// the start.
+    void setSilenceLimit(double seconds) { m_silenceLimit = seconds; }
+
     /// Lets a paused file go on by one picture.
     void step();
 
@@ -96,6 +100,7 @@ private:
     std::atomic<bool> m_stop{false};
     std::atomic<bool> m_loop{false};
     std::atomic<double> m_position{0.0};
+    double m_silenceLimit = 10.0;
 
     std::mutex m_mutex;
     std::condition_variable m_changed;

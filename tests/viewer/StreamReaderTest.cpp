@@ -304,9 +304,10 @@ TEST(StreamReader, TellsOfVideoThatCannotBeShown)
 TEST(StreamReader, TellsOfAnAddressFromWhichNothingComes)
 {
     Reading reading("udp://127.0.0.1:0");
+    reading.reader().setSilenceLimit(0.25);
     reading.reader().start();
     EXPECT_THAT(reading.await(StreamState::Reconnecting).toStdString(),
-                HasSubstr("Nothing has come from it for 10 seconds"));
+                HasSubstr("Nothing has come from it for 0.25 seconds"));
 }
 
 TEST(StreamReader, TellsOfACameraDeviceThatIsNotThereAndTriesItAgain)
