@@ -286,7 +286,7 @@ QString CameraWidget::trouble() const
     case StreamState::Connecting:
         return m_message.isEmpty() ? tr("Opening %1 ...").arg(title()) : m_message;
     case StreamState::Reconnecting:
-        return tr("%1 does not answer and is tried again.\n%2").arg(title(), m_message);
+        return tr("%1 gives no pictures and is tried again.\n%2").arg(title(), m_message);
     case StreamState::Failed:
         return tr("%1 cannot be shown.\n%2").arg(title(), m_message);
     case StreamState::Ended:

@@ -433,7 +433,7 @@ void StreamReader::run()
             emit stateChanged(StreamState::Ended, {});
             return;
         }
-        if (!IsTriedAgain(m_source)) {
+        if (End::Unplayable == end || !IsTriedAgain(m_source)) {
             emit stateChanged(StreamState::Failed, why);
             return;
         }
@@ -457,10 +457,16 @@ StreamReader::End StreamReader::playOnce(QString* why)
     const int opening = input.open(m_source);
     if (m_stop)
         return End::Stopped;
-    *why = opening < 0 ? input.errorText(m_source, opening)
-                       : WhyNotPlayed(m_source, input.stream().codecpar->codec_id);
-    if (why->isEmpty())
-        *why = output.open(input.stream());
+    if (opening < 0) {
+        *why = input.errorText(m_source, opening);
+        return AVERROR_STREAM_NOT_FOUND == opening && !input.live(m_source) ? End::Unplayable
+                                                                            : End::Broken;
+    }
+    const AVCodecID codec = input.stream().codecpar->codec_id;
+    *why = WhyNotPlayed(m_source, codec);
+    if (!why->isEmpty())
+        return AV_CODEC_ID_NONE == codec ? End::Broken : End::Unplayable;
+    *why = output.open(input.stream());
     if (!why->isEmpty())
         return End::Broken;
     const bool live = input.live(m_source);

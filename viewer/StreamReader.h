@@ -37,8 +37,9 @@ struct StreamInfo
 /// or as it comes (live). Nothing is decoded here.
 ///
 /// A camera or an address that ends or drops is opened again, after 1 to 8 seconds, a file on a
-/// server where it had been; every opening starts a Matroska stream anew. stop() and the destructor
-/// return within a moment whatever the source does, but for a name server that does not answer.
+/// server where it had been; one whose video cannot be played is not. Every opening starts a
+/// Matroska stream anew. stop() and the destructor return within a moment whatever the source does,
+/// but for a name server that does not answer.
 class StreamReader : public QObject
 {
     Q_OBJECT
@@ -86,7 +87,8 @@ private:
     {
         Stopped,
         Finished,
-        Broken
+        Broken,
+        Unplayable  ///< and would be so again
     };
 
     void run();

@@ -74,6 +74,17 @@ public:
         return m_messages[m_next++];
     }
 
+    /// Waits for the first state in which it neither opens nor plays; its message.
+    QString awaitEnd()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, [&] {
+            return !m_states.empty() && m_states.back() != StreamState::Connecting &&
+                   m_states.back() != StreamState::Playing;
+        });
+        return m_messages.back();
+    }
+
     /// Waits for so many blocks of pictures.
     void awaitPictures(std::size_t count)
     {
@@ -298,6 +309,25 @@ TEST(StreamReader, TellsOfVideoThatCannotBeShown)
         EXPECT_THAT(reading.await(StreamState::Failed).toStdString(),
                     HasSubstr(std::string("Its video is ") + codec + "; H.264"));
         EXPECT_EQ(reading.pictures(), 0U);
+    }
+}
+
+TEST(StreamReader, DoesNotTryAServersFileAgainThatCannotBeShown)
+{
+    const QTemporaryDir folder;
+    const std::pair<QStringList, const char*> clips[] = {
+        {{"testsrc=size=64x64:duration=0.2", "-c:v", "mpeg4"}, "Its video is mpeg4; H.264"},
+        {{"sine=duration=0.2"}, "no video"}};
+    for (const auto& [made, words] : clips) {
+        const QString clip = folder.filePath(made.first().section('=', 0, 0) + ".mkv");
+        QProcess::execute("ffmpeg", QStringList{"-v", "error", "-f", "lavfi", "-i"} + made +
+                                        QStringList{clip});
+        const stage::Server server({FISHEYE_HTTP_SERVER, clip});
+        ASSERT_GT(server.port(), 0);
+        Reading reading(QString("http://127.0.0.1:%1/room.mkv").arg(server.port()));
+        reading.reader().start();
+        EXPECT_THAT(reading.awaitEnd().toStdString(), HasSubstr(words));
+        EXPECT_THAT(reading.states(), ElementsAre(StreamState::Connecting, StreamState::Failed));
     }
 }
 
