@@ -215,7 +215,7 @@ void CameraWidget::close()
     m_firstPicture->stop();
     delete std::exchange(m_scene, nullptr);
     if (m_reader) {
-        // A name server that does not answer would hold up the window: others wait for the reader.
+        // The system may hold up its thread for a moment: others wait for it than the window.
         m_reader->disconnect(this);
         QThreadPool::globalInstance()->start([reader = std::move(m_reader)] { reader->stop(); });
     }

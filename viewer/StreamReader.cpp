@@ -1,9 +1,11 @@
 #include "viewer/StreamReader.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cmath>
-#include <memory>
+#include <condition_variable>
+#include <mutex>
 #include <utility>
 
 #include <QFileInfo>
@@ -23,6 +25,7 @@ using Seconds = std::chrono::duration<double>;
 
 constexpr double CONST_FIRST_RETRY_SECONDS = 1.0;
 constexpr double CONST_LAST_RETRY_SECONDS = 8.0;
+constexpr double CONST_STOP_SECONDS = 1.0;  ///< after which the thread is left to itself
 constexpr double CONST_FULL_RETRY_SECONDS = 0.005;
 constexpr double CONST_NO_PICTURE_YET_SECONDS = 0.005;
 constexpr double CONST_FULL_LIVE_SECONDS = 0.2;  ///< a live block that finds no room is dropped
@@ -81,11 +84,73 @@ using Packet = std::unique_ptr<AVPacket, PacketFree>;
 
 }  // namespace
 
+/// What the thread does, with all that it touches. The thread has a part in it of its own: where
+/// the system holds it up beyond the reader's end, it goes on alone and finds that it is to stop.
+class StreamReader::Work
+{
+public:
+    Work(QString source, Sink sink, StreamReader& reader)
+        : m_source(std::move(source)), m_sink(std::move(sink)), m_reader(reader)
+    {}
+
+    void run();
+
+    /// From now on neither the sink nor the reader is called. False where the thread is held up.
+    bool stop();
+
+    /// False when it is to stop.
+    bool waitFor(double seconds);
+    bool stops() const { return m_stop; }
+
+    void setPaused(bool paused);
+    void setSpeed(double speed);
+    void setLoop(bool loop) { m_loop = loop; }
+    void setSilenceLimit(double seconds) { m_silenceLimit = seconds; }
+    double silenceLimit() const { return m_silenceLimit; }
+    void step();
+    double position() const { return m_position; }
+    void setPosition(double seconds) { m_position = seconds; }
+
+private:
+    enum class End
+    {
+        Stopped,
+        Finished,
+        Broken,
+        Unplayable  ///< and would be so again
+    };
+
+    void playAll();
+    End playOnce(QString* why);
+    bool deliver(const QByteArray& block, bool live);
+    void tell(StreamState state, const QString& message);
+
+    /// Calls what may be gone once stop() has returned; false where it is not called.
+    template <typename Call>
+    bool callOut(const Call& call);
+
+    const QString m_source;
+    const Sink m_sink;
+    StreamReader& m_reader;  ///< called out to alone
+    std::atomic<bool> m_stop{false};
+    std::atomic<bool> m_loop{false};
+    std::atomic<double> m_position{0.0};
+    double m_silenceLimit = 10.0;
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_paused = false;  ///< these guarded by m_mutex
+    double m_speed = 1.0;
+    int m_steps = 0;
+    bool m_callsOut = false;
+    bool m_over = false;
+};
+
 /// The opened source and its first good video stream.
 class StreamReader::Input
 {
 public:
-    explicit Input(StreamReader& reader) : m_reader(reader) {}
+    explicit Input(Work& work) : m_work(work) {}
     ~Input() { avformat_close_input(&m_context); }
     Input(const Input&) = delete;
     Input& operator=(const Input&) = delete;
@@ -117,7 +182,7 @@ public:
     {
         if (AVERROR_EXIT == code)
             return QObject::tr("Nothing has come from it for %1 seconds.")
-                .arg(m_reader.m_silenceLimit);
+                .arg(m_work.silenceLimit());
         if (AVERROR_STREAM_NOT_FOUND == code)
             return QObject::tr("It holds no video.");
         if (IsDevice(source) && AVERROR(ENOENT) == code)
@@ -179,7 +244,7 @@ public:
         for (;;) {
             const int code = av_read_frame(m_context, packet);
             if (AVERROR(EAGAIN) == code) {  // a device that has none yet
-                if (!m_reader.waitFor(CONST_NO_PICTURE_YET_SECONDS) || 0 != interrupted(this))
+                if (!m_work.waitFor(CONST_NO_PICTURE_YET_SECONDS) || 0 != interrupted(this))
                     return AVERROR_EXIT;
                 continue;
             }
@@ -217,16 +282,16 @@ private:
     void alive()
     {
         m_deadline = Clock::now() +
-                     std::chrono::duration_cast<Clock::duration>(Seconds(m_reader.m_silenceLimit));
+                     std::chrono::duration_cast<Clock::duration>(Seconds(m_work.silenceLimit()));
     }
 
     static int interrupted(void* self)
     {
         const Input& input = *static_cast<Input*>(self);
-        return input.m_reader.m_stop || Clock::now() > input.m_deadline ? 1 : 0;
+        return input.m_work.stops() || Clock::now() > input.m_deadline ? 1 : 0;
     }
 
-    StreamReader& m_reader;
+    Work& m_work;
     Clock::time_point m_deadline;
     AVFormatContext* m_context = nullptr;
     int m_index = -1;
@@ -342,38 +407,55 @@ private:
     double m_due = 0.0;
 };
 
-StreamReader::StreamReader(QString source, Sink sink, QObject* parent)
-    : QObject(parent), m_source(std::move(source)), m_sink(std::move(sink))
+// ---- The thread
+
+void StreamReader::Work::run()
 {
-    qRegisterMetaType<StreamState>();
-    qRegisterMetaType<StreamInfo>();
+    playAll();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_over = true;
+    m_changed.notify_all();
 }
 
-StreamReader::~StreamReader()
+bool StreamReader::Work::stop()
 {
-    stop();
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_stop = true;
+    m_changed.notify_all();
+    m_changed.wait_for(lock, Seconds(CONST_STOP_SECONDS), [this] { return m_over; });
+    m_changed.wait(lock, [this] { return !m_callsOut; });
+    return m_over;
 }
 
-void StreamReader::start()
+bool StreamReader::Work::waitFor(double seconds)
 {
-    if (m_thread.joinable())
-        return;
-    m_stop = false;
-    m_thread = std::thread([this] { run(); });
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait_for(lock, Seconds(seconds), [this] { return m_stop.load(); });
+    return !m_stop;
 }
 
-void StreamReader::stop()
+template <typename Call>
+bool StreamReader::Work::callOut(const Call& call)
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_stop = true;
+        if (m_stop)
+            return false;
+        m_callsOut = true;
     }
+    call();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_callsOut = false;
     m_changed.notify_all();
-    if (m_thread.joinable())
-        m_thread.join();
+    return true;
 }
 
-void StreamReader::setPaused(bool paused)
+void StreamReader::Work::tell(StreamState state, const QString& message)
+{
+    callOut([&] { emit m_reader.stateChanged(state, message); });
+}
+
+void StreamReader::Work::setPaused(bool paused)
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -384,18 +466,13 @@ void StreamReader::setPaused(bool paused)
     m_changed.notify_all();
 }
 
-void StreamReader::setSpeed(double speed)
+void StreamReader::Work::setSpeed(double speed)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_speed = std::clamp(speed, 0.25, 4.0);
 }
 
-void StreamReader::setLoop(bool loop)
-{
-    m_loop = loop;
-}
-
-void StreamReader::step()
+void StreamReader::Work::step()
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -404,19 +481,11 @@ void StreamReader::step()
     m_changed.notify_all();
 }
 
-/// False when the reader is to stop.
-bool StreamReader::waitFor(double seconds)
-{
-    std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait_for(lock, Seconds(seconds), [this] { return m_stop.load(); });
-    return !m_stop;
-}
-
-void StreamReader::run()
+void StreamReader::Work::playAll()
 {
     avdevice_register_all();
     double retry = CONST_FIRST_RETRY_SECONDS;
-    emit stateChanged(StreamState::Connecting, {});
+    tell(StreamState::Connecting, {});
     while (!m_stop) {
         QString why;
         const Clock::time_point start = Clock::now();
@@ -429,17 +498,13 @@ void StreamReader::run()
                 return;
             continue;
         }
-        if (End::Finished == end) {
-            emit stateChanged(StreamState::Ended, {});
-            return;
-        }
-        if (End::Unplayable == end || !IsTriedAgain(m_source)) {
-            emit stateChanged(StreamState::Failed, why);
-            return;
-        }
+        if (End::Finished == end)
+            return tell(StreamState::Ended, {});
+        if (End::Unplayable == end || !IsTriedAgain(m_source))
+            return tell(StreamState::Failed, why);
         if (Seconds(Clock::now() - start).count() > CONST_LONG_PLAY_SECONDS)
             retry = CONST_FIRST_RETRY_SECONDS;  // it had played
-        emit stateChanged(StreamState::Reconnecting, why);
+        tell(StreamState::Reconnecting, why);
         if (!waitFor(retry))
             return;
         retry = std::min(2.0 * retry, CONST_LAST_RETRY_SECONDS);
@@ -447,7 +512,7 @@ void StreamReader::run()
 }
 
 /// Finished is said of files alone: a live stream that ends has broken.
-StreamReader::End StreamReader::playOnce(QString* why)
+StreamReader::Work::End StreamReader::Work::playOnce(QString* why)
 {
     Input input(*this);
     Output output;
@@ -472,8 +537,8 @@ StreamReader::End StreamReader::playOnce(QString* why)
     const bool live = input.live(m_source);
     if (!live && m_position > 0.0)
         input.seek(m_position);
-    emit opened(input.info(live));
-    emit stateChanged(StreamState::Playing, {});
+    callOut([&] { emit m_reader.opened(input.info(live)); });
+    tell(StreamState::Playing, {});
 
     Pace pace;
     const Packet packet(av_packet_alloc());
@@ -512,18 +577,86 @@ StreamReader::End StreamReader::playOnce(QString* why)
     }
 }
 
-bool StreamReader::deliver(const QByteArray& block, bool live)
+bool StreamReader::Work::deliver(const QByteArray& block, bool live)
 {
     const Clock::time_point start = Clock::now();
-    while (!block.isEmpty() && !m_sink(block)) {
-        if (live && Seconds(Clock::now() - start).count() > CONST_FULL_LIVE_SECONDS) {
-            emit dropped(1);
-            return true;
-        }
+    bool taken = block.isEmpty();
+    while (!taken) {
+        if (!callOut([&] { taken = m_sink(block); }))
+            return false;
+        if (taken)
+            break;
+        if (live && Seconds(Clock::now() - start).count() > CONST_FULL_LIVE_SECONDS)
+            return callOut([this] { emit m_reader.dropped(1); });
         if (!waitFor(CONST_FULL_RETRY_SECONDS))
             return false;
     }
     return !m_stop;
+}
+
+// ---- The reader
+
+StreamReader::StreamReader(QString source, Sink sink, QObject* parent)
+    : QObject(parent), m_work(std::make_shared<Work>(std::move(source), std::move(sink), *this))
+{
+    qRegisterMetaType<StreamState>();
+    qRegisterMetaType<StreamInfo>();
+}
+
+StreamReader::~StreamReader()
+{
+    stop();
+}
+
+void StreamReader::start()
+{
+    if (!m_thread.joinable())
+        m_thread = std::thread([work = m_work] { work->run(); });
+}
+
+void StreamReader::stop()
+{
+    if (!m_thread.joinable())
+        return;
+    if (m_work->stop())
+        m_thread.join();
+    else
+        m_thread.detach();
+}
+
+void StreamReader::setPaused(bool paused)
+{
+    m_work->setPaused(paused);
+}
+
+void StreamReader::setSpeed(double speed)
+{
+    m_work->setSpeed(speed);
+}
+
+void StreamReader::setLoop(bool loop)
+{
+    m_work->setLoop(loop);
+}
+
+void StreamReader::setSilenceLimit(double seconds)
+{
+    m_work->setSilenceLimit(seconds);
+}
+
+void StreamReader::step()
+{
+    m_work->step();
+}
+
+double StreamReader::position() const
+{
+    return m_work->position();
+}
+
+void StreamReader::setPosition(double seconds)
+{
+    m_work->setPosition(seconds);
 }
 
 }  // namespace viewer

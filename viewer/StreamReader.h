@@ -1,9 +1,7 @@
 #pragma once
 
-#include <atomic>
-#include <condition_variable>
 #include <functional>
-#include <mutex>
+#include <memory>
 #include <thread>
 
 #include <QByteArray>
@@ -38,8 +36,9 @@ struct StreamInfo
 ///
 /// A camera or an address that ends or drops is opened again, after 1 to 8 seconds, a file on a
 /// server where it had been; one whose video cannot be played is not. Every opening starts a
-/// Matroska stream anew. stop() and the destructor return within a moment whatever the source does,
-/// but for a name server that does not answer.
+/// Matroska stream anew. stop() and the destructor return within a moment, or within a
+/// second where the system holds up the thread, as it does for a name server that does not answer.
+/// Sink and signals are not called from then on.
 class StreamReader : public QObject
 {
     Q_OBJECT
@@ -52,6 +51,7 @@ public:
     StreamReader(QString source, Sink sink, QObject* parent = nullptr);
     ~StreamReader() override;
 
+    /// Once; after stop() there is no other start.
     void start();
     void stop();
 
@@ -62,15 +62,15 @@ public:
 
     /// How long a source may say nothing before it counts as gone, in seconds; 10. To be set before
     /// the start.
-    void setSilenceLimit(double seconds) { m_silenceLimit = seconds; }
+    void setSilenceLimit(double seconds);
 
     /// Lets a paused file go on by one picture.
     void step();
 
     /// Where a file is, in seconds from its start: the packet read last. Set before the start, it
     /// is where reading begins, at the key frame before it.
-    double position() const { return m_position; }
-    void setPosition(double seconds) { m_position = seconds; }
+    double position() const;
+    void setPosition(double seconds);
 
 signals:
     // From the reader's thread: connect queued, as Qt does by itself for objects of other threads.
@@ -82,33 +82,10 @@ private:
     class Input;
     class Output;
     class Pace;
+    class Work;
 
-    enum class End
-    {
-        Stopped,
-        Finished,
-        Broken,
-        Unplayable  ///< and would be so again
-    };
-
-    void run();
-    End playOnce(QString* why);
-    bool deliver(const QByteArray& block, bool live);
-    bool waitFor(double seconds);
-
-    const QString m_source;
-    const Sink m_sink;
+    const std::shared_ptr<Work> m_work;
     std::thread m_thread;
-    std::atomic<bool> m_stop{false};
-    std::atomic<bool> m_loop{false};
-    std::atomic<double> m_position{0.0};
-    double m_silenceLimit = 10.0;
-
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_paused = false;  ///< these three guarded by m_mutex
-    double m_speed = 1.0;
-    int m_steps = 0;
 };
 
 }  // namespace viewer

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <condition_variable>
 #include <cstring>
+#include <future>
 #include <mutex>
 
 #include <arpa/inet.h>
@@ -20,6 +21,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include "tests/viewer/FakeNames.h"
 #include "tests/viewer/Server.h"
 
 extern "C" {
@@ -373,6 +375,27 @@ TEST(StreamReader, DoesNotWaitForACameraThatAcceptsAndSaysNothing)
         EXPECT_THAT(reading.states(), ElementsAre(StreamState::Connecting)) << scheme;
     }
     ::close(listening);
+}
+
+TEST(StreamReader, DoesNotWaitForANameServerThatDoesNotAnswer)
+{
+    struct Told
+    {
+        std::promise<void> gone;
+        ~Told() { gone.set_value(); }
+    };
+    auto told = std::make_shared<Told>();
+    std::future<void> threadIsGone = told->gone.get_future();
+    {
+        StreamReader reader(QString("http://%1/room.mkv").arg(fake_names::CONST_SILENT),
+                            [told](const QByteArray&) { return true; });
+        told.reset();  // the reader's thread has it until it ends
+        reader.start();
+        fake_names::AwaitQuestion();
+    }
+    EXPECT_EQ(fake_names::Waiting(), 1);
+    fake_names::Answer();
+    threadIsGone.wait();
 }
 
 TEST(StreamReader, PlaysAFileFromAServerAtItsPace)
