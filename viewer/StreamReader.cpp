@@ -6,6 +6,7 @@
 #include <cmath>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 #include <QFileInfo>
@@ -14,6 +15,7 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavdevice/avdevice.h>
 #include <libavformat/avformat.h>
+#include <libswscale/swscale.h>
 }
 
 namespace viewer {
@@ -66,12 +68,10 @@ QString WhyNotOpened(const QString& source)
 }
 
 /// Why the engine does not play a codec; empty where it does.
-QString WhyNotPlayed(const QString& source, AVCodecID codec)
+QString WhyNotPlayed(AVCodecID codec)
 {
     if (AV_CODEC_ID_H264 == codec || AV_CODEC_ID_HEVC == codec || AV_CODEC_ID_MJPEG == codec)
         return {};
-    if (IsDevice(source) && AV_CODEC_ID_RAWVIDEO == codec)
-        return QObject::tr("The camera gives uncompressed pictures alone, which cannot be shown.");
     return QObject::tr("Its video is %1; H.264, H.265 and Motion JPEG can be shown.")
         .arg(QString::fromLatin1(avcodec_get_name(codec)));
 }
@@ -81,6 +81,19 @@ struct PacketFree
     void operator()(AVPacket* packet) const { av_packet_free(&packet); }
 };
 using Packet = std::unique_ptr<AVPacket, PacketFree>;
+
+struct FrameFree
+{
+    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+};
+using Frame = std::unique_ptr<AVFrame, FrameFree>;
+
+struct CodecFree
+{
+    void operator()(AVCodecContext* codec) const { avcodec_free_context(&codec); }
+    void operator()(AVCodecParameters* codec) const { avcodec_parameters_free(&codec); }
+    void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
+};
 
 }  // namespace
 
@@ -165,7 +178,11 @@ public:
         if (code < 0)
             return code;
         alive();
+        m_probesDevice = IsDevice(source);
         code = avformat_find_stream_info(m_context, nullptr);
+        m_probesDevice = false;
+        if (0 != interrupted(this))  // which FFmpeg may keep to itself
+            return AVERROR_EXIT;
         if (code < 0)
             return code;
         m_index = av_find_best_stream(m_context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
@@ -192,6 +209,8 @@ public:
             return QObject::tr("It is no camera.");
         if (IsDevice(source) && AVERROR(EINVAL) == code)
             return QObject::tr("It is a camera whose kind of pictures is not known, or none.");
+        if (IsDevice(source) && AVERROR(EBUSY) == code)
+            return QObject::tr("Another program has the camera's pictures.");
         return ErrorText(code);
     }
 
@@ -288,6 +307,9 @@ private:
     static int interrupted(void* self)
     {
         const Input& input = *static_cast<Input*>(self);
+        // FFmpeg asks a device that has no picture again at once, and here in between.
+        if (input.m_probesDevice)
+            input.m_work.waitFor(CONST_NO_PICTURE_YET_SECONDS);
         return input.m_work.stops() || Clock::now() > input.m_deadline ? 1 : 0;
     }
 
@@ -295,6 +317,71 @@ private:
     Clock::time_point m_deadline;
     AVFormatContext* m_context = nullptr;
     int m_index = -1;
+    bool m_probesDevice = false;
+};
+
+/// Packs uncompressed pictures of any kind as Motion JPEG.
+class StreamReader::Recoder
+{
+public:
+    /// FFmpeg's error.
+    int open(const AVStream& camera)
+    {
+        constexpr int CONST_QUALITY = 3;  // of 2, the best, to 31
+        const AVCodecParameters& pictures = *camera.codecpar;
+        m_decoder.reset(avcodec_alloc_context3(avcodec_find_decoder(pictures.codec_id)));
+        m_encoder.reset(avcodec_alloc_context3(avcodec_find_encoder(AV_CODEC_ID_MJPEG)));
+        m_encoder->width = m_picture->width = pictures.width;
+        m_encoder->height = m_picture->height = pictures.height;
+        m_encoder->pix_fmt = AV_PIX_FMT_YUVJ420P;
+        m_picture->format = m_encoder->pix_fmt;
+        m_encoder->time_base = camera.time_base;
+        m_encoder->flags |= AV_CODEC_FLAG_QSCALE;
+        m_picture->quality = m_encoder->global_quality = CONST_QUALITY * FF_QP2LAMBDA;
+        int code = avcodec_parameters_to_context(m_decoder.get(), &pictures);
+        if (code >= 0)
+            code = avcodec_open2(m_decoder.get(), nullptr, nullptr);
+        if (code >= 0)
+            code = avcodec_open2(m_encoder.get(), nullptr, nullptr);
+        if (code >= 0)
+            code = av_frame_get_buffer(m_picture.get(), 0);
+        m_scaler.reset(sws_getContext(pictures.width, pictures.height,
+                                      static_cast<AVPixelFormat>(pictures.format), pictures.width,
+                                      pictures.height, m_encoder->pix_fmt, SWS_BILINEAR, nullptr,
+                                      nullptr, nullptr));
+        if (code >= 0 && !m_scaler)
+            code = AVERROR_PATCHWELCOME;
+        return code < 0 ? code
+                        : avcodec_parameters_from_context(m_parameters.get(), m_encoder.get());
+    }
+
+    const AVCodecParameters& parameters() const { return *m_parameters; }
+
+    /// Puts the packed picture in the place of the other; FFmpeg's error.
+    int recode(AVPacket* packet)
+    {
+        int code = avcodec_send_packet(m_decoder.get(), packet);
+        if (code >= 0)
+            code = avcodec_receive_frame(m_decoder.get(), m_raw.get());
+        if (code >= 0)
+            code = av_frame_make_writable(m_picture.get());  // the encoder may still have it
+        if (code < 0)
+            return code;
+        sws_scale(m_scaler.get(), m_raw->data, m_raw->linesize, 0, m_raw->height, m_picture->data,
+                  m_picture->linesize);
+        m_picture->pts = m_raw->pts;
+        av_packet_unref(packet);
+        code = avcodec_send_frame(m_encoder.get(), m_picture.get());
+        return code < 0 ? code : avcodec_receive_packet(m_encoder.get(), packet);
+    }
+
+private:
+    std::unique_ptr<AVCodecContext, CodecFree> m_decoder;
+    std::unique_ptr<AVCodecContext, CodecFree> m_encoder;
+    std::unique_ptr<AVCodecParameters, CodecFree> m_parameters{avcodec_parameters_alloc()};
+    std::unique_ptr<SwsContext, CodecFree> m_scaler;
+    const Frame m_raw{av_frame_alloc()};
+    const Frame m_picture{av_frame_alloc()};
 };
 
 /// The Matroska stream that is made of it. Every packet is a cluster of its own, so that nothing
@@ -315,7 +402,8 @@ public:
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
-    QString open(const AVStream& source)
+    /// @param pictures  how the source's pictures are packed
+    QString open(const AVStream& source, const AVCodecParameters& pictures)
     {
         int code = avformat_alloc_output_context2(&m_context, nullptr, "matroska", nullptr);
         if (code < 0)
@@ -325,7 +413,7 @@ public:
             avio_alloc_context(buffer, CONST_OUTPUT_BUFFER, 1, &m_bytes, nullptr, take, nullptr);
         m_context->flags |= AVFMT_FLAG_FLUSH_PACKETS;
         AVStream* const stream = avformat_new_stream(m_context, nullptr);
-        code = avcodec_parameters_copy(stream->codecpar, source.codecpar);
+        code = avcodec_parameters_copy(stream->codecpar, &pictures);
         if (code < 0)
             return ErrorText(code);
         stream->codecpar->codec_tag = 0;
@@ -527,11 +615,21 @@ StreamReader::Work::End StreamReader::Work::playOnce(QString* why)
         return AVERROR_STREAM_NOT_FOUND == opening && !input.live(m_source) ? End::Unplayable
                                                                             : End::Broken;
     }
-    const AVCodecID codec = input.stream().codecpar->codec_id;
-    *why = WhyNotPlayed(m_source, codec);
+    const AVCodecParameters* pictures = input.stream().codecpar;
+    std::optional<Recoder> recoder;
+    if (IsDevice(m_source) && AV_CODEC_ID_RAWVIDEO == pictures->codec_id) {
+        const int code = recoder.emplace().open(input.stream());
+        if (code < 0) {
+            *why = tr("It is a camera whose uncompressed pictures cannot be shown: %1.")
+                       .arg(ErrorText(code));
+            return End::Unplayable;
+        }
+        pictures = &recoder->parameters();
+    }
+    *why = WhyNotPlayed(pictures->codec_id);
     if (!why->isEmpty())
-        return AV_CODEC_ID_NONE == codec ? End::Broken : End::Unplayable;
-    *why = output.open(input.stream());
+        return AV_CODEC_ID_NONE == pictures->codec_id ? End::Broken : End::Unplayable;
+    *why = output.open(input.stream(), *pictures);
     if (!why->isEmpty())
         return End::Broken;
     const bool live = input.live(m_source);
@@ -552,7 +650,10 @@ StreamReader::Work::End StreamReader::Work::playOnce(QString* why)
             // A file that is damaged from here on has ended, as far as there is something to see.
             const bool ended =
                 0 == error || AVERROR_EOF == error || (any && !IsTriedAgain(m_source));
-            *why = ended ? tr("The source has ended.") : input.errorText(m_source, error);
+            *why = ended ? tr("The source has ended.")
+                   : IsDevice(m_source) && AVERROR(ENODEV) == error
+                       ? tr("The camera has been unplugged.")
+                       : input.errorText(m_source, error);
             return ended && !live ? End::Finished : End::Broken;
         }
         any = true;
@@ -570,7 +671,9 @@ StreamReader::Work::End StreamReader::Work::playOnce(QString* why)
         const Pace::Times times = pace.next(*packet, input.stream(), speed);
         if (!live && !waitFor(times.decode - pace.now()))
             return End::Stopped;
-        output.write(packet.get(), times.decode, times.show);  // a damaged one costs a picture
+        // A damaged one costs a picture.
+        if (!recoder || recoder->recode(packet.get()) >= 0)
+            output.write(packet.get(), times.decode, times.show);
         av_packet_unref(packet.get());
         if (!deliver(output.takeBytes(), live))
             return End::Stopped;

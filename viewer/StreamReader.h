@@ -32,7 +32,8 @@ struct StreamInfo
 
 /// Reads a file, a URL (rtsp, http, udp, ...) or a camera device on a thread of its own and hands
 /// its video on as one endless Matroska stream, in blocks, at the pace of its time stamps (files)
-/// or as it comes (live). Nothing is decoded here.
+/// or as it comes (live). Nothing is decoded here, but a camera's uncompressed pictures are packed
+/// as Motion JPEG, which the engine takes.
 ///
 /// A camera or an address that ends or drops is opened again, after 1 to 8 seconds, a file on a
 /// server where it had been; one whose video cannot be played is not. Every opening starts a
@@ -82,6 +83,7 @@ private:
     class Input;
     class Output;
     class Pace;
+    class Recoder;
     class Work;
 
     const std::shared_ptr<Work> m_work;

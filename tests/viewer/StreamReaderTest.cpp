@@ -3,10 +3,8 @@
 #include "viewer/StreamReader.h"
 
 #include <cmath>
-#include <condition_variable>
 #include <cstring>
 #include <future>
-#include <mutex>
 
 #include <arpa/inet.h>
 #include <sys/socket.h>
@@ -22,6 +20,7 @@
 #include <QTemporaryDir>
 
 #include "tests/viewer/FakeNames.h"
+#include "tests/viewer/Reading.h"
 #include "tests/viewer/Server.h"
 
 extern "C" {
@@ -30,121 +29,13 @@ extern "C" {
 
 namespace {
 
+using stage::Reading;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using viewer::StreamReader;
 using viewer::StreamState;
 
 constexpr double CONST_PERIOD = 0.04;  ///< of the clips' pictures
-
-/// A reader, and what came of it.
-class Reading
-{
-public:
-    explicit Reading(const QString& source)
-        : m_reader(source, [this](const QByteArray& block) { return take(block); })
-    {
-        QObject::connect(
-            &m_reader, &StreamReader::stateChanged, &m_reader,
-            [this](StreamState state, const QString& message) {
-                const std::lock_guard<std::mutex> lock(m_mutex);
-                m_states.push_back(state);
-                m_messages.push_back(message);
-                m_changed.notify_all();
-            },
-            Qt::DirectConnection);
-        QObject::connect(
-            &m_reader, &StreamReader::opened, &m_reader,
-            [this](const viewer::StreamInfo& info) {
-                const std::lock_guard<std::mutex> lock(m_mutex);
-                m_info = info;
-            },
-            Qt::DirectConnection);
-    }
-
-    StreamReader& reader() { return m_reader; }
-
-    /// Waits for a state after the one that was waited for last; its message.
-    QString await(StreamState state)
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait(lock, [&] {
-            while (m_next < m_states.size() && m_states[m_next] != state)
-                ++m_next;
-            return m_next < m_states.size();
-        });
-        return m_messages[m_next++];
-    }
-
-    /// Waits for the first state in which it neither opens nor plays; its message.
-    QString awaitEnd()
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait(lock, [&] {
-            return !m_states.empty() && m_states.back() != StreamState::Connecting &&
-                   m_states.back() != StreamState::Playing;
-        });
-        return m_messages.back();
-    }
-
-    /// Waits for so many blocks of pictures.
-    void awaitPictures(std::size_t count)
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait(lock, [&] { return m_pictures >= count; });
-    }
-
-    std::size_t pictures()
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        return m_pictures;
-    }
-
-    viewer::StreamInfo info()
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        return m_info;
-    }
-
-    std::vector<StreamState> states()
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        return m_states;
-    }
-
-    QByteArray bytes()
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        return m_bytes;
-    }
-
-    void refuse(int times) { m_refusals = times; }
-
-private:
-    bool take(const QByteArray& block)
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_refusals > 0) {
-            --m_refusals;
-            return false;
-        }
-        m_bytes.append(block);
-        ++m_pictures;
-        m_changed.notify_all();
-        return true;
-    }
-
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    QByteArray m_bytes;
-    std::size_t m_pictures = 0;
-    std::vector<StreamState> m_states;
-    std::vector<QString> m_messages;
-    std::size_t m_next = 0;
-    viewer::StreamInfo m_info;
-    int m_refusals = 0;
-    StreamReader m_reader;  // last, so that it ends first
-};
 
 /// The times of the pictures in a Matroska stream, in seconds.
 std::vector<double> TimesIn(const QByteArray& bytes)
