@@ -186,8 +186,12 @@ void CameraWidget::play(const QString& path)
 {
     const int player = m_player;
     const auto sink = [player](const QByteArray& block) {
-        return Manager::instance().put(player, block);
+        if (!block.isEmpty())
+            return Manager::instance().put(player, block);
+        extras::EndStream(player);
+        return true;
     };
+    m_path = path;
     m_reader = std::make_shared<StreamReader>(path, sink);
     // What a reader said that has been replaced meanwhile may still be on its way.
     const StreamReader* const reader = m_reader.get();
@@ -208,6 +212,13 @@ void CameraWidget::play(const QString& path)
     m_reader->setSpeed(m_speed);
     m_reader->setPosition(m_position);
     m_reader->start();
+}
+
+void CameraWidget::playAgain()
+{
+    setPaused(false);
+    m_position = 0.0;
+    play(m_path);
 }
 
 void CameraWidget::close()
@@ -290,7 +301,8 @@ QString CameraWidget::trouble() const
     case StreamState::Failed:
         return tr("%1 cannot be shown.\n%2").arg(title(), m_message);
     case StreamState::Ended:
-        return m_live ? QString() : tr("%1 holds no pictures.").arg(title());
+        return m_live ? tr("%1 has ended. The space bar plays it again.").arg(title())
+                      : tr("%1 holds no pictures.").arg(title());
     case StreamState::Playing:
         break;
     }
@@ -326,6 +338,14 @@ void CameraWidget::setPaused(bool paused)
     extras::Pause(m_player, paused);
 }
 
+void CameraWidget::togglePause()
+{
+    if (StreamState::Ended == m_state)
+        playAgain();
+    else
+        setPaused(!m_paused);
+}
+
 void CameraWidget::step()
 {
     if (!m_reader || m_stream.live)
@@ -348,6 +368,8 @@ void CameraWidget::setLoop(bool loop)
     m_loop = loop;
     if (m_reader)
         m_reader->setLoop(loop);
+    if (loop && StreamState::Ended == m_state)
+        playAgain();
 }
 
 // ---- Layout

@@ -64,6 +64,8 @@ public:
 
     bool paused() const { return m_paused; }
     void setPaused(bool paused);
+    /// Pauses or goes on; a file that has ended plays again from its start.
+    void togglePause();
     void step();
     void setSpeed(double speed);
     double speed() const { return m_speed; }
@@ -141,6 +143,7 @@ private:
     void close();
     void restart();
     void play(const QString& path);
+    void playAgain();
     void setState(StreamState state, const QString& message);
     void awaitPicture();
 
@@ -194,6 +197,7 @@ private:
     bool m_editsCircle = false;
 
     int m_player = -1;
+    QString m_path;  ///< what the reader reads
     std::shared_ptr<StreamReader> m_reader;
     std::unique_ptr<CLS_180ViewSubPlayer> m_secondHalf;
     Scene* m_scene = nullptr;

@@ -260,7 +260,7 @@ void MainWindow::makePlaybackMenu()
 {
     QMenu* const menu = menuBar()->addMenu(tr("&Playback"));
     m_pause = addForCamera(menu, tr("&Pause"), QKeySequence(Qt::Key_Space),
-                           [](CameraWidget& camera) { camera.setPaused(!camera.paused()); });
+                           [](CameraWidget& camera) { camera.togglePause(); });
     m_pause->setCheckable(true);
     addForCamera(menu, tr("&One picture on"), QKeySequence(Qt::Key_Period),
                  [](CameraWidget& camera) { camera.step(); });

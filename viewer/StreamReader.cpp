@@ -586,8 +586,10 @@ void StreamReader::Work::playAll()
                 return;
             continue;
         }
-        if (End::Finished == end)
+        if (End::Finished == end) {
+            callOut([this] { m_sink({}); });
             return tell(StreamState::Ended, {});
+        }
         if (End::Unplayable == end || !IsTriedAgain(m_source))
             return tell(StreamState::Failed, why);
         if (Seconds(Clock::now() - start).count() > CONST_LONG_PLAY_SECONDS)

@@ -45,8 +45,8 @@ class StreamReader : public QObject
     Q_OBJECT
 
 public:
-    /// Takes one block; false means "full, again later". Called on the reader's thread, and not
-    /// again until it has returned.
+    /// Takes one block; false means "full, again later". An empty one says that a file has ended
+    /// and is not begun again. Called on the reader's thread, and not again until it has returned.
     using Sink = std::function<bool(const QByteArray& block)>;
 
     StreamReader(QString source, Sink sink, QObject* parent = nullptr);

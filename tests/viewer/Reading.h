@@ -81,6 +81,13 @@ public:
         return m_info;
     }
 
+    /// How often the end was told.
+    int ends()
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_ends;
+    }
+
     std::vector<viewer::StreamState> states()
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -103,6 +110,10 @@ private:
             --m_refusals;
             return false;
         }
+        if (block.isEmpty()) {
+            ++m_ends;
+            return true;
+        }
         m_bytes.append(block);
         ++m_pictures;
         m_changed.notify_all();
@@ -113,6 +124,7 @@ private:
     std::condition_variable m_changed;
     QByteArray m_bytes;
     std::size_t m_pictures = 0;
+    int m_ends = 0;
     std::vector<viewer::StreamState> m_states;
     std::vector<QString> m_messages;
     std::size_t m_next = 0;

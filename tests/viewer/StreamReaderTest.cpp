@@ -103,6 +103,7 @@ TEST(StreamReader, LosesNothingWhenTheSinkIsFull)
     reading.reader().start();
     reading.await(StreamState::Ended);
     EXPECT_EQ(TimesIn(reading.bytes()).size(), 10U);
+    EXPECT_EQ(reading.ends(), 1);
 }
 
 TEST(StreamReader, BeginsAgainAfterTheEnd)
@@ -114,6 +115,7 @@ TEST(StreamReader, BeginsAgainAfterTheEnd)
     reading.reader().stop();
     const std::vector<StreamState> states = reading.states();
     EXPECT_EQ(std::count(states.begin(), states.end(), StreamState::Ended), 0);
+    EXPECT_EQ(reading.ends(), 0);
 }
 
 TEST(StreamReader, LetsAPausedFileGoOnByOnePictureForAStep)
