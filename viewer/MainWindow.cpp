@@ -136,9 +136,17 @@ void MainWindow::follow(CameraWidget* camera)
         showState();
     });
     connect(camera, &CameraWidget::snapshotTaken, this, [this](const QString& path, bool written) {
-        statusBar()->showMessage(written ? tr("Written: %1").arg(path)
-                                         : tr("The picture could not be written to %1.").arg(path),
-                                 CONST_MESSAGE_MS);
+        if (written) {
+            statusBar()->showMessage(tr("Written: %1").arg(path), CONST_MESSAGE_MS);
+            return;
+        }
+        // In a window of its own: the status line may be turned off.
+        auto* const box = new QMessageBox(QMessageBox::Warning, windowTitle(),
+                                          tr("The picture could not be written to %1.").arg(path),
+                                          QMessageBox::Ok, this);
+        box->setTextFormat(Qt::PlainText);
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        box->open();
     });
 }
 
