@@ -164,8 +164,11 @@ void CameraWidget::open()
         setState(StreamState::Failed, m_message);
         return;
     }
-    if (m_settings.lens)
-        extras::SetLens(m_player, *m_settings.lens);
+    if (m_settings.lens && !extras::SetLens(m_player, *m_settings.lens)) {
+        m_settings.lens.reset();
+        m_lensRefused = true;
+        qWarning("%s: the lens is refused", qUtf8Printable(title()));
+    }
     extras::SetOrientation(m_player, m_settings.mirrored, m_settings.flipped);
     layOut();
     m_firstPicture->start();
@@ -307,12 +310,25 @@ QString CameraWidget::trouble() const
         break;
     }
     if (m_live)
-        return m_outlined ? QString() : tr("There are too many cameras for outlines on this one.");
+        return notices().join('\n');
     if (m_pictureless)
         return tr("%1 is a stream without pictures, or all of them are damaged.\n"
                   "It is watched in case some come.")
             .arg(title());
     return tr("Waiting for the first picture of %1 ...").arg(title());
+}
+
+/// What is not as it was asked for, while there are pictures.
+QStringList CameraWidget::notices() const
+{
+    QStringList notices;
+    if (!m_outlined)
+        notices.append(tr("There are too many cameras for outlines on this one."));
+    if (m_lensRefused)
+        notices.append(tr("The lens that %1 was to have makes no sense. The one that is found is "
+                          "used; Camera > Lens sets another.")
+                           .arg(title()));
+    return notices;
 }
 
 void CameraWidget::tell()
@@ -454,6 +470,8 @@ bool CameraWidget::chooseLens(const std::optional<RvLens>& lens)
     if (!extras::SetLens(m_player, lens.value_or(UnknownLens())))
         return false;
     m_settings.lens = lens;
+    m_lensRefused = false;
+    tell();
     drawCircle();
     emit settingsChanged();
     return true;

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include <QElapsedTimer>
+#include <QStringList>
 #include <QWidget>
 
 #include "VideoPlayer_FishEye/CLS_FishPlayer.h"
@@ -156,6 +157,7 @@ private:
     void restoreViews();
     CellWidget* cellOf(CellKind kind, int number) const;
     int viewIn(const CellWidget* cell) const;
+    QStringList notices() const;
     void tell();
 
     // Overlay.
@@ -209,6 +211,7 @@ private:
     bool m_live = false;
     bool m_pictureless = false;
     bool m_outlined = true;
+    bool m_lensRefused = false;
     int m_dropped = 0;
     double m_position = 0.0;  ///< seconds, at which a file begins
     bool m_paused = false;

@@ -3,8 +3,13 @@
 
 #include <QAction>
 #include <QMessageBox>
+#include <QMutex>
+#include <QSettings>
+#include <QTemporaryDir>
 
 #include "tests/viewer/Stage.h"
+
+#include "viewer/CameraArea.h"
 
 namespace {
 
@@ -19,6 +24,70 @@ TEST(Troubles, ASnapshotThatCannotBeWrittenIsToldWithoutTheStatusLine)
     const auto box = [&] { return viewer.window().findChild<QMessageBox*>(); };
     ASSERT_TRUE(Await([&] { return nullptr != box() && box()->isVisible(); }));
     EXPECT_TRUE(box()->text().contains("/nowhere/room.png")) << box()->text().toStdString();
+}
+
+/// The lines that the program logs while this lives, but the manager's.
+class Log
+{
+public:
+    Log() : m_before(qInstallMessageHandler(take)) { lines().clear(); }
+    ~Log() { qInstallMessageHandler(m_before); }
+    Log(const Log&) = delete;
+    Log& operator=(const Log&) = delete;
+
+    static QStringList& lines()
+    {
+        static QStringList all;
+        return all;
+    }
+
+private:
+    static void take(QtMsgType, const QMessageLogContext&, const QString& text)
+    {
+        static QMutex mutex;
+        const QMutexLocker lock(&mutex);
+        if (!text.startsWith("\"_VX_\""))
+            lines().append(text);
+    }
+
+    const QtMessageHandler m_before;
+};
+
+RvLens Nonsense()
+{
+    RvLens lens = viewer::UnknownLens();
+    lens.iModel = 9;
+    return lens;
+}
+
+TEST(Troubles, ALensThatIsRefusedIsToldWhetherGivenOrRemembered)
+{
+    const QString clip = stage::RoomClip(Mount::Ceiling);
+    const QTemporaryDir folder;
+    for (const bool remembered : {false, true}) {
+        const Log log;
+        auto store =
+            std::make_unique<QSettings>(folder.filePath("viewer.ini"), QSettings::IniFormat);
+        viewer::Options options;
+        options.layout = "quad";
+        if (remembered) {
+            viewer::CameraSettings settings;
+            settings.lens = Nonsense();
+            viewer::SaveCamera(*store, clip, settings);
+        } else {
+            options.lens = Nonsense();
+        }
+        viewer::MainWindow window(std::move(store));
+        window.show();
+        window.openSource(clip, options);
+        viewer::CameraWidget& camera = *window.cameras().active();
+        ASSERT_TRUE(Await([&] { return camera.showsPictures(); }));
+        EXPECT_TRUE(camera.trouble().contains("lens")) << camera.trouble().toStdString();
+        EXPECT_TRUE(Log::lines().join('\n').contains("lens is refused"));
+        EXPECT_FALSE(camera.settings().lens.has_value());
+        ASSERT_TRUE(camera.chooseLens(std::nullopt));
+        EXPECT_TRUE(camera.trouble().isEmpty()) << camera.trouble().toStdString();
+    }
 }
 
 }  // namespace
