@@ -429,6 +429,12 @@ CellWidget* CameraWidget::cellOf(CellKind kind, int number) const
     return m_views[static_cast<std::size_t>(number)];
 }
 
+/// Whether the layout has them or not.
+QList<CellWidget*> CameraWidget::cells() const
+{
+    return findChildren<CellWidget*>(QString(), Qt::FindDirectChildrenOnly);
+}
+
 int CameraWidget::viewIn(const CellWidget* cell) const
 {
     return extras::ViewIn(m_player, cell->handle());
@@ -513,9 +519,17 @@ void CameraWidget::layOut()
     m_outlined =
         manager.setOutlines(m_player, [this](const DrawOutlines& all) { receiveOutlines(all); }) ||
         !outlines;
-    manager.layOut(m_player, camera, windows, draw);
-    if (Holds(layout, CellKind::OtherHalf))
+    bool whole = manager.layOut(m_player, camera, windows, draw);
+    if (Holds(layout, CellKind::OtherHalf)) {
         m_secondHalf = manager.createHalf(m_player, camera, m_otherHalf->handle());
+        whole = whole && m_secondHalf;
+    }
+    if (!whole)
+        qWarning("%s: views of the layout %s are refused", qUtf8Printable(title()),
+                 qUtf8Printable(layout.id));
+    for (CellWidget* const cell : cells())
+        cell->setNote(whole || viewIn(cell) >= 0 ? QString()
+                                                 : tr("The player engine refused this view."));
     {
         const std::lock_guard<std::mutex> lock(m_outlinesMutex);
         m_outlines.clear();
@@ -583,8 +597,7 @@ void CameraWidget::placeCells()
                                                   ? rect()
                                                   : place.adjusted(0, 0, -CONST_GAP, -CONST_GAP)));
     }
-    for (CellWidget* const widget :
-         findChildren<CellWidget*>(QString(), Qt::FindDirectChildrenOnly))
+    for (CellWidget* const widget : cells())
         widget->setVisible(shown.contains(widget));
     m_banner->raise();
 }

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include <QElapsedTimer>
+#include <QList>
 #include <QStringList>
 #include <QWidget>
 
@@ -156,6 +157,7 @@ private:
     void keepLooks();
     void restoreViews();
     CellWidget* cellOf(CellKind kind, int number) const;
+    QList<CellWidget*> cells() const;
     int viewIn(const CellWidget* cell) const;
     QStringList notices() const;
     void tell();

@@ -10,6 +10,7 @@
 #include "tests/viewer/Stage.h"
 
 #include "viewer/CameraArea.h"
+#include "viewer/Manager.h"
 
 namespace {
 
@@ -88,6 +89,41 @@ TEST(Troubles, ALensThatIsRefusedIsToldWhetherGivenOrRemembered)
         ASSERT_TRUE(camera.chooseLens(std::nullopt));
         EXPECT_TRUE(camera.trouble().isEmpty()) << camera.trouble().toStdString();
     }
+}
+
+/// Whether letters stand in the middle of it and nothing elsewhere.
+bool HoldsWords(const viewer::CellWidget& cell)
+{
+    const QImage image = stage::Grab(cell);
+    const QColor ground = image.pixelColor(0, 0);
+    QRect place;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (image.pixelColor(x, y) != ground)
+                place |= QRect(x, y, 1, 1);
+    const QPoint off = place.center() - image.rect().center();
+    return place.width() > 50 && place.height() < image.height() / 2 && off.manhattanLength() < 10;
+}
+
+TEST(Troubles, AViewThatIsRefusedIsToldInItsCell)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    const viewer::CellWidget& cell = viewer.cell("view", 0);
+    EXPECT_EQ(cell.note(), QString());
+    const Log log;
+    viewer::Manager::instance().remove(viewer.camera().player());
+    viewer.camera().chooseLayout("double180");
+    EXPECT_TRUE(Log::lines().join('\n').contains("double180 are refused"));
+    for (const char* const name : {"half", "other-half"}) {
+        EXPECT_TRUE(viewer.cell(name).note().contains("refused")) << name;
+        EXPECT_TRUE(Await([&] { return HoldsWords(viewer.cell(name)); })) << name;
+    }
+    viewer.camera().chooseLayout("quad");
+    EXPECT_TRUE(Await([&] { return HoldsWords(cell); }));
+    viewer.camera().reopen();
+    ASSERT_TRUE(Await([&] { return viewer.camera().showsPictures(); }));
+    EXPECT_EQ(cell.note(), QString());
+    EXPECT_TRUE(stage::ShowsTheTruth(viewer, 0));
 }
 
 }  // namespace
