@@ -140,6 +140,14 @@ CameraWidget::~CameraWidget()
     close();
 }
 
+CameraSettings CameraWidget::lastingSettings() const
+{
+    CameraSettings settings = m_settings;
+    if (m_editsCircle)
+        settings.lens = m_lensBefore;
+    return settings;
+}
+
 QString CameraWidget::title() const
 {
     if (Scene::name() == m_source)
@@ -681,6 +689,7 @@ void CameraWidget::editCircle(bool edit)
 {
     keepLooks();
     m_editsCircle = edit;
+    m_lensBefore = m_settings.lens;
     m_enlarged = nullptr;
     layOut();
     if (!edit)

@@ -41,6 +41,8 @@ public:
 
     const QString& source() const { return m_source; }
     const CameraSettings& settings() const { return m_settings; }
+    /// What is to be remembered of it: while the circle is edited, with the lens from before.
+    CameraSettings lastingSettings() const;
     QString title() const;
 
     StreamState state() const { return m_state; }
@@ -199,6 +201,7 @@ private:
     QLabel* m_banner = nullptr;
     CellWidget* m_enlarged = nullptr;
     bool m_editsCircle = false;
+    std::optional<RvLens> m_lensBefore;  ///< the edit
 
     int m_player = -1;
     QString m_path;  ///< what the reader reads

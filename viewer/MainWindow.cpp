@@ -131,8 +131,8 @@ void MainWindow::follow(CameraWidget* camera)
     connect(camera, &CameraWidget::stateChanged, this, &MainWindow::showState);
     connect(camera, &CameraWidget::selectionChanged, this, &MainWindow::showState);
     connect(camera, &CameraWidget::settingsChanged, this, [this, camera] {
-        if (m_store && !camera->editsCircle())  // else once the lens is confirmed or taken back
-            SaveCamera(*m_store, camera->source(), camera->settings());
+        if (m_store)
+            SaveCamera(*m_store, camera->source(), camera->lastingSettings());
         showState();
     });
     connect(camera, &CameraWidget::snapshotTaken, this, [this](const QString& path, bool written) {
