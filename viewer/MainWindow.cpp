@@ -77,6 +77,18 @@ QToolButton* MakeButton(const QString& text, const QString& tip)
     return button;
 }
 
+/// One name for a file, by which it is remembered wherever it is opened from and by whichever link,
+/// and also where it is missing now.
+QString NameOf(const QString& source)
+{
+    const QUrl url(source);
+    const QString name = url.isLocalFile() ? url.toLocalFile() : source;  // desktops give URLs
+    const QFileInfo file(name);
+    if (Scene::name() == name || (!file.exists() && name.contains("://")))
+        return name;
+    return file.isFile() ? file.canonicalFilePath() : file.absoluteFilePath();
+}
+
 }  // namespace
 
 MainWindow::MainWindow(std::unique_ptr<QSettings> store)
@@ -110,10 +122,7 @@ CameraWidget* MainWindow::active() const
 
 void MainWindow::openSource(const QString& source, const Options& options)
 {
-    const QUrl url(source);
-    QString name = url.isLocalFile() ? url.toLocalFile() : source;  // desktops give URLs
-    if (Scene::name() != name && QFileInfo(name).isFile())
-        name = QFileInfo(name).absoluteFilePath();  // remembered wherever it is opened from
+    const QString name = NameOf(source);
     CameraSettings settings = m_store ? LoadCamera(*m_store, name) : CameraSettings{};
     settings.layout = options.layout.value_or(settings.layout);
     settings.mount = options.mount.value_or(settings.mount);

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <QAction>
+#include <QDir>
+#include <QFile>
 #include <QSettings>
 #include <QTemporaryDir>
 
@@ -39,6 +41,31 @@ TEST(Remembered, IsWhatWasChosenWhileTheLensWasEditedButNotTheLens)
     EXPECT_EQ(settings.layout, "panorama+6");
     EXPECT_TRUE(settings.presets.isEmpty());
     EXPECT_FALSE(settings.lens.has_value());
+}
+
+TEST(Remembered, IsAFileByWhateverNameAndFromWhereverItIsOpened)
+{
+    const QTemporaryDir folder;
+    const QDir home = QDir::current();
+    const QDir videos(folder.filePath("videos"));
+    ASSERT_TRUE(QDir(folder.path()).mkdir("videos"));
+    ASSERT_TRUE(QFile::link("room.mkv", videos.filePath("newest.mkv")));
+    viewer::MainWindow window(
+        std::make_unique<QSettings>(folder.filePath("viewer.ini"), QSettings::IniFormat));
+    const auto mountOf = [&](const QString& from, const QString& name) {
+        QDir::setCurrent(from);
+        window.openSource(name);
+        QDir::setCurrent(home.path());
+        return window.cameras().active()->settings().mount;
+    };
+    // Named before it is there.
+    ASSERT_EQ(mountOf(videos.path(), "room.mkv"), viewer::Mount::Ceiling);
+    window.cameras().active()->chooseMount(viewer::Mount::Floor);
+    ASSERT_TRUE(QFile::copy(stage::RoomClip(viewer::Mount::Ceiling), videos.filePath("room.mkv")));
+    EXPECT_EQ(mountOf(videos.path(), "room.mkv"), viewer::Mount::Floor);
+    EXPECT_EQ(mountOf(folder.path(), "videos/room.mkv"), viewer::Mount::Floor);
+    EXPECT_EQ(mountOf(folder.path(), "videos/newest.mkv"), viewer::Mount::Floor);
+    EXPECT_EQ(mountOf("/", videos.filePath("../videos/room.mkv")), viewer::Mount::Floor);
 }
 
 }  // namespace
