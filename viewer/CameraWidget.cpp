@@ -619,6 +619,20 @@ void CameraWidget::select(int view)
     emit selectionChanged();
 }
 
+void CameraWidget::showView(int view)
+{
+    select(view);
+    if (nullptr == m_enlarged || view < 0 || view >= viewCount())
+        return;
+    m_enlarged = m_views[static_cast<std::size_t>(view)];
+    placeCells();
+}
+
+bool CameraWidget::seesSelected() const
+{
+    return nullptr == m_enlarged || m_enlarged == m_views[static_cast<std::size_t>(m_selected)];
+}
+
 // ---- Overlay
 
 /// On the overlay thread.

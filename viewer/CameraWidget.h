@@ -83,6 +83,10 @@ public:
     /// The pan/tilt/zoom view that keys and buttons steer, from 0.
     int selected() const { return m_selected; }
     void select(int view);
+    /// Selects it, and enlarges it where another cell is enlarged.
+    void showView(int view);
+    /// Whether the selected view has not been covered by another cell.
+    bool seesSelected() const;
     /// How many there are in the layout.
     int viewCount() const;
 

@@ -327,7 +327,7 @@ void MainWindow::makeSteeringActions()
     menu->addSeparator();
     for (int i = 0; i < CameraWidget::CONST_VIEWS; ++i)
         addForCamera(menu, tr("Select view %1").arg(i + 1), QKeySequence(Qt::Key_1 + i),
-                     [i](CameraWidget& camera) { camera.select(i); });
+                     [i](CameraWidget& camera) { camera.showView(i); });
 }
 
 // ---- The pad and the status line
@@ -513,7 +513,8 @@ void MainWindow::patrol()
 {
     m_patrolTimer->start(CONST_PATROL_MS);
     CameraWidget* const camera = active();
-    if (nullptr == camera || camera->settings().presets.isEmpty())
+    // A patrol waits while another cell covers the view that it steers.
+    if (nullptr == camera || camera->settings().presets.isEmpty() || !camera->seesSelected())
         return;
     const QStringList names = camera->settings().presets.keys();
     m_patrolAt = names.value((names.indexOf(m_patrolAt) + 1) % names.size());
