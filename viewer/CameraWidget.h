@@ -234,6 +234,8 @@ private:
     int m_halfDegrees = 0;
     int m_halfSent = 0;  ///< what the manager was given for it, within 180 either way
     Drag m_drag;
+    int m_wheeled = -1;        ///< the view that the wheel turned last
+    double m_wheelRest = 0.0;  ///< notches of it, too small to show so far
 
     std::mutex m_outlinesMutex;
     DrawOutlines m_outlines;  ///< guarded by m_outlinesMutex
