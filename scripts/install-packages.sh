@@ -37,7 +37,25 @@ done
 
 as_root=()
 [ "$(id -u)" -eq 0 ] || as_root=(sudo)
-echo "Installing: ${missing[*]}"
-"${as_root[@]}" apt-get update -qq
-"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq \
-    --no-install-recommends "${missing[@]}" >/dev/null
+log=$(mktemp "${TMPDIR:-/tmp}/install-packages.XXXXXX.log")
+
+# apt_get WHAT ARGUMENT...: says what it does, and lets a line of apt-get's through now and then.
+apt_get() {
+    echo "$1"
+    shift
+    local line next=0
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q "$@" 2>&1 | tee -a "$log" |
+        while IFS= read -r line; do
+            ((SECONDS < next)) || {
+                echo "    ${line:0:100}"
+                next=$((SECONDS + 5))
+            }
+        done || {
+        tail -n 20 "$log" >&2
+        echo "install-packages.sh: apt-get failed; all that it said is in $log" >&2
+        exit 1
+    }
+}
+
+apt_get "Reading the lists of packages (apt-get's words go to $log)" update
+apt_get "Installing ${missing[*]}" install -y --no-install-recommends "${missing[@]}"
