@@ -37,9 +37,11 @@ struct StreamInfo
 ///
 /// A camera or an address that ends or drops is opened again, after 1 to 8 seconds, a file on a
 /// server where it had been; one whose video cannot be played is not. Every opening starts a
-/// Matroska stream anew. stop() and the destructor return within a moment, or within a
-/// second where the system holds up the thread, as it does for a name server that does not answer.
-/// Sink and signals are not called from then on.
+/// Matroska stream anew.
+///
+/// stop() and the destructor return within a moment, or a second where the system holds up the
+/// thread, as it does for a name server that does not answer. Neither sink nor signals are called
+/// from then on.
 class StreamReader : public QObject
 {
     Q_OBJECT
