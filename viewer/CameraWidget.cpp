@@ -239,6 +239,7 @@ void CameraWidget::close()
     if (m_reader) {
         // The system may hold up its thread for a moment: others wait for it than the window.
         m_reader->disconnect(this);
+        m_reader->askToStop();
         QThreadPool::globalInstance()->start([reader = std::move(m_reader)] { reader->stop(); });
     }
     m_secondHalf.reset();

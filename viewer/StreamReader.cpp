@@ -27,7 +27,7 @@ using Seconds = std::chrono::duration<double>;
 
 constexpr double CONST_FIRST_RETRY_SECONDS = 1.0;
 constexpr double CONST_LAST_RETRY_SECONDS = 8.0;
-constexpr double CONST_STOP_SECONDS = 1.0;  ///< after which the thread is left to itself
+constexpr std::chrono::seconds CONST_STOP_TIME{1};  ///< after which the thread is left to itself
 constexpr double CONST_FULL_RETRY_SECONDS = 0.005;
 constexpr double CONST_NO_PICTURE_YET_SECONDS = 0.005;
 constexpr double CONST_FULL_LIVE_SECONDS = 0.2;  ///< a live block that finds no room is dropped
@@ -108,6 +108,7 @@ public:
 
     void run();
 
+    void askToStop();
     /// From now on neither the sink nor the reader is called. False where the thread is held up.
     bool stop();
 
@@ -157,6 +158,7 @@ private:
     int m_steps = 0;
     bool m_callsOut = false;
     bool m_over = false;
+    Clock::time_point m_asked;  ///< to stop
 };
 
 /// The opened source and its first good video stream.
@@ -505,12 +507,20 @@ void StreamReader::Work::run()
     m_changed.notify_all();
 }
 
-bool StreamReader::Work::stop()
+void StreamReader::Work::askToStop()
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_stop)
+        m_asked = Clock::now();
     m_stop = true;
     m_changed.notify_all();
-    m_changed.wait_for(lock, Seconds(CONST_STOP_SECONDS), [this] { return m_over; });
+}
+
+bool StreamReader::Work::stop()
+{
+    askToStop();
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait_until(lock, m_asked + CONST_STOP_TIME, [this] { return m_over; });
     m_changed.wait(lock, [this] { return !m_callsOut; });
     return m_over;
 }
@@ -727,6 +737,11 @@ void StreamReader::stop()
         m_thread.join();
     else
         m_thread.detach();
+}
+
+void StreamReader::askToStop()
+{
+    m_work->askToStop();
 }
 
 void StreamReader::setPaused(bool paused)

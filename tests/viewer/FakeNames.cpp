@@ -20,14 +20,14 @@ constexpr std::chrono::seconds CONST_PATIENCE{20};
 std::mutex s_mutex;
 std::condition_variable s_changed;
 int s_waiting = 0;
-bool s_answers = false;
+int s_answers = 0;
 
 }  // namespace
 
-EXPORTED void AwaitQuestion()
+EXPORTED void AwaitQuestions(int count)
 {
     std::unique_lock<std::mutex> lock(s_mutex);
-    s_changed.wait(lock, [] { return s_waiting > 0; });
+    s_changed.wait(lock, [count] { return s_waiting >= count; });
 }
 
 EXPORTED int Waiting()
@@ -39,7 +39,7 @@ EXPORTED int Waiting()
 EXPORTED void Answer()
 {
     const std::lock_guard<std::mutex> lock(s_mutex);
-    s_answers = true;
+    ++s_answers;
     s_changed.notify_all();
 }
 
@@ -49,11 +49,13 @@ extern "C" EXPORTED int getaddrinfo(const char* node, const char* service,
                                     const struct addrinfo* hints, struct addrinfo** result)
 {
     using namespace fake_names;
-    if (nullptr != node && 0 == std::strcmp(node, CONST_SILENT)) {
+    const bool asks = nullptr == hints || 0 == (hints->ai_flags & AI_NUMERICHOST);
+    if (asks && nullptr != node && 0 == std::strcmp(node, CONST_SILENT)) {
         std::unique_lock<std::mutex> lock(s_mutex);
         ++s_waiting;
         s_changed.notify_all();
-        s_changed.wait_for(lock, CONST_PATIENCE, [] { return s_answers; });
+        s_changed.wait_for(lock, CONST_PATIENCE,
+                           [before = s_answers] { return s_answers > before; });
         --s_waiting;
         return EAI_NONAME;
     }

@@ -6,13 +6,13 @@ namespace fake_names {
 
 constexpr const char* CONST_SILENT = "silent.invalid";
 
-/// Waits until somebody asks for the silent name.
-void AwaitQuestion();
+/// Waits until so many ask for the silent name.
+void AwaitQuestions(int count);
 
 /// Who asks now and has got no answer.
 int Waiting();
 
-/// Answers whoever asks or will ask that there is no such name.
+/// Answers all who ask now that there is no such name.
 void Answer();
 
 }  // namespace fake_names

@@ -278,17 +278,24 @@ TEST(StreamReader, DoesNotWaitForANameServerThatDoesNotAnswer)
         ~Told() { gone.set_value(); }
     };
     auto told = std::make_shared<Told>();
-    std::future<void> threadIsGone = told->gone.get_future();
+    std::future<void> threadsAreGone = told->gone.get_future();
+    constexpr int CONST_MANY = 30;  // which take a second together, and not each
     {
-        StreamReader reader(QString("http://%1/room.mkv").arg(fake_names::CONST_SILENT),
-                            [told](const QByteArray&) { return true; });
-        told.reset();  // the reader's thread has it until it ends
-        reader.start();
-        fake_names::AwaitQuestion();
+        std::vector<std::unique_ptr<StreamReader>> readers;
+        for (int i = 0; i < CONST_MANY; ++i) {
+            readers.push_back(std::make_unique<StreamReader>(
+                QString("http://%1/room.mkv").arg(fake_names::CONST_SILENT),
+                [told](const QByteArray&) { return true; }));
+            readers.back()->start();
+        }
+        told.reset();  // the readers' threads have it until they end
+        fake_names::AwaitQuestions(CONST_MANY);
+        for (const auto& reader : readers)
+            reader->askToStop();
     }
-    EXPECT_EQ(fake_names::Waiting(), 1);
+    EXPECT_EQ(fake_names::Waiting(), CONST_MANY);
     fake_names::Answer();
-    threadIsGone.wait();
+    threadsAreGone.wait();
 }
 
 TEST(StreamReader, PlaysAFileFromAServerAtItsPace)
