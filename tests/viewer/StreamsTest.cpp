@@ -9,9 +9,11 @@
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QThreadPool>
 #include <QUrl>
 
 #include "tests/viewer/FakeCamera.h"
+#include "tests/viewer/FakeNames.h"
 #include "tests/viewer/Server.h"
 #include "tests/viewer/Stage.h"
 
@@ -91,6 +93,19 @@ TEST(NetworkCameras, OneThatFallsSilentHoldsUpNothing)
     EXPECT_TRUE(Await([&] { return viewer.camera().showsPictures(); }));
     // The window goes away while one of them is being opened.
     viewer.window().openSource(address);
+}
+
+TEST(NetworkCameras, WhoseNameIsNotAnsweredDoNotHoldUpTheEnd)
+{
+    const QString address = QString("rtsp://%1/room").arg(fake_names::CONST_SILENT);
+    {
+        stage::Viewer viewer(address, "quad", viewer::OverlayKind::Off, stage::Viewer::Wait::No);
+        viewer.window().openSource(address);
+        fake_names::AwaitQuestions(2);
+    }
+    QThreadPool::globalInstance()->waitForDone();  // as the program does when it ends
+    EXPECT_EQ(fake_names::Waiting(), 2);
+    fake_names::Answer();
 }
 
 /// A port of loopback that nobody has now.
