@@ -76,24 +76,16 @@ QString WhyNotPlayed(AVCodecID codec)
         .arg(QString::fromLatin1(avcodec_get_name(codec)));
 }
 
-struct PacketFree
+struct Free
 {
     void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
-using Packet = std::unique_ptr<AVPacket, PacketFree>;
-
-struct FrameFree
-{
     void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-};
-using Frame = std::unique_ptr<AVFrame, FrameFree>;
-
-struct CodecFree
-{
     void operator()(AVCodecContext* codec) const { avcodec_free_context(&codec); }
     void operator()(AVCodecParameters* codec) const { avcodec_parameters_free(&codec); }
     void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
 };
+template <typename T>
+using Owned = std::unique_ptr<T, Free>;
 
 }  // namespace
 
@@ -378,12 +370,12 @@ public:
     }
 
 private:
-    std::unique_ptr<AVCodecContext, CodecFree> m_decoder;
-    std::unique_ptr<AVCodecContext, CodecFree> m_encoder;
-    std::unique_ptr<AVCodecParameters, CodecFree> m_parameters{avcodec_parameters_alloc()};
-    std::unique_ptr<SwsContext, CodecFree> m_scaler;
-    const Frame m_raw{av_frame_alloc()};
-    const Frame m_picture{av_frame_alloc()};
+    Owned<AVCodecContext> m_decoder;
+    Owned<AVCodecContext> m_encoder;
+    Owned<AVCodecParameters> m_parameters{avcodec_parameters_alloc()};
+    Owned<SwsContext> m_scaler;
+    const Owned<AVFrame> m_raw{av_frame_alloc()};
+    const Owned<AVFrame> m_picture{av_frame_alloc()};
 };
 
 /// The Matroska stream that is made of it. Every packet is a cluster of its own, so that nothing
@@ -651,7 +643,7 @@ StreamReader::Work::End StreamReader::Work::playOnce(QString* why)
     tell(StreamState::Playing, {});
 
     Pace pace;
-    const Packet packet(av_packet_alloc());
+    const Owned<AVPacket> packet(av_packet_alloc());
     bool any = false;
     for (;;) {
         const int code = input.read(packet.get());
