@@ -10,7 +10,7 @@ declare -A packages=(
     [dewarp]="libhwy-dev"
     [clip]="build-essential cmake ninja-build pkg-config qtbase5-dev libavcodec-dev libavformat-dev libavutil-dev libswscale-dev"
     [tests]="xvfb xauth ffmpeg libgtest-dev libgmock-dev locales python3 git"
-    [viewer]="build-essential cmake ninja-build pkg-config qtbase5-dev libavformat-dev libavcodec-dev libavutil-dev libavdevice-dev libxcb1-dev fonts-dejavu-core"
+    [viewer]="build-essential cmake ninja-build pkg-config qtbase5-dev libqt5svg5 libavformat-dev libavcodec-dev libavutil-dev libavdevice-dev libswscale-dev libxcb1-dev fonts-dejavu-core"
     [display]="xvfb xauth"
     [viewer-tests]="xvfb xauth libxcb-xtest0-dev libxcb1-dev python3 python3-gi gir1.2-gst-rtsp-server-1.0 gstreamer1.0-plugins-good gstreamer1.0-plugins-bad desktop-file-utils appstream man-db"
     [fuzz]="clang libclang-rt-14-dev"
@@ -37,7 +37,25 @@ done
 
 as_root=()
 [ "$(id -u)" -eq 0 ] || as_root=(sudo)
-echo "Installing: ${missing[*]}"
-"${as_root[@]}" apt-get update -qq
-"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq \
-    --no-install-recommends "${missing[@]}" >/dev/null
+log=$(mktemp "${TMPDIR:-/tmp}/install-packages.XXXXXX.log")
+
+# apt_get WHAT ARGUMENT...: says what it does, and lets a line of apt-get's through now and then.
+apt_get() {
+    echo "$1"
+    shift
+    local line next=0
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q "$@" 2>&1 | tee -a "$log" |
+        while IFS= read -r line; do
+            ((SECONDS < next)) || {
+                echo "    ${line:0:100}"
+                next=$((SECONDS + 5))
+            }
+        done || {
+        tail -n 20 "$log" >&2
+        echo "install-packages.sh: apt-get failed; all that it said is in $log" >&2
+        exit 1
+    }
+}
+
+apt_get "Reading the lists of packages (apt-get's words go to $log)" update
+apt_get "Installing ${missing[*]}" install -y --no-install-recommends "${missing[@]}"

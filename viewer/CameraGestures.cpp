@@ -360,8 +360,17 @@ void CameraWidget::wheel(CellWidget* cell, QPointF at, double notches)
     if (index < 0 || m_player < 0 || m_editsCircle)
         return;
     select(index);
+    if (m_wheeled != index)
+        m_wheelRest = 0.0;
+    m_wheeled = index;
     const PtzView view = geometryOf(index);
-    zoomTo(index, view.zoom * std::pow(CONST_NOTCH_FACTOR, notches));
+    const double wanted = notches + m_wheelRest;
+    const double target = view.zoom * std::pow(CONST_NOTCH_FACTOR, wanted);
+    zoomTo(index, target);
+    // A touchpad's steps are smaller than the manager's: what was not turned yet is added to them.
+    const double turned =
+        std::log(geometryOf(index).zoom / view.zoom) / std::log(CONST_NOTCH_FACTOR);
+    m_wheelRest = target > CONST_NARROWEST && target < CONST_WIDEST ? wanted - turned : 0.0;
     if (own)  // what is under the cursor stays there
         lookAt(index, CentreThatShows(geometryOf(index), DirectionAt(view, at), at));
 }

@@ -140,6 +140,14 @@ CameraWidget::~CameraWidget()
     close();
 }
 
+CameraSettings CameraWidget::lastingSettings() const
+{
+    CameraSettings settings = m_settings;
+    if (m_editsCircle)
+        settings.lens = m_lensBefore;
+    return settings;
+}
+
 QString CameraWidget::title() const
 {
     if (Scene::name() == m_source)
@@ -164,8 +172,11 @@ void CameraWidget::open()
         setState(StreamState::Failed, m_message);
         return;
     }
-    if (m_settings.lens)
-        extras::SetLens(m_player, *m_settings.lens);
+    if (m_settings.lens && !extras::SetLens(m_player, *m_settings.lens)) {
+        m_settings.lens.reset();
+        m_lensRefused = true;
+        qWarning("%s: the lens is refused", qUtf8Printable(title()));
+    }
     extras::SetOrientation(m_player, m_settings.mirrored, m_settings.flipped);
     layOut();
     m_firstPicture->start();
@@ -186,8 +197,12 @@ void CameraWidget::play(const QString& path)
 {
     const int player = m_player;
     const auto sink = [player](const QByteArray& block) {
-        return Manager::instance().put(player, block);
+        if (!block.isEmpty())
+            return Manager::instance().put(player, block);
+        extras::EndStream(player);
+        return true;
     };
+    m_path = path;
     m_reader = std::make_shared<StreamReader>(path, sink);
     // What a reader said that has been replaced meanwhile may still be on its way.
     const StreamReader* const reader = m_reader.get();
@@ -210,13 +225,21 @@ void CameraWidget::play(const QString& path)
     m_reader->start();
 }
 
+void CameraWidget::playAgain()
+{
+    setPaused(false);
+    m_position = 0.0;
+    play(m_path);
+}
+
 void CameraWidget::close()
 {
     m_firstPicture->stop();
     delete std::exchange(m_scene, nullptr);
     if (m_reader) {
-        // A name server that does not answer would hold up the window: others wait for the reader.
+        // The system may hold up its thread for a moment: others wait for it than the window.
         m_reader->disconnect(this);
+        m_reader->askToStop();
         QThreadPool::globalInstance()->start([reader = std::move(m_reader)] { reader->stop(); });
     }
     m_secondHalf.reset();
@@ -286,21 +309,35 @@ QString CameraWidget::trouble() const
     case StreamState::Connecting:
         return m_message.isEmpty() ? tr("Opening %1 ...").arg(title()) : m_message;
     case StreamState::Reconnecting:
-        return tr("%1 does not answer and is tried again.\n%2").arg(title(), m_message);
+        return tr("%1 gives no pictures and is tried again.\n%2").arg(title(), m_message);
     case StreamState::Failed:
         return tr("%1 cannot be shown.\n%2").arg(title(), m_message);
     case StreamState::Ended:
-        return m_live ? QString() : tr("%1 holds no pictures.").arg(title());
+        return m_live ? tr("%1 has ended. The space bar plays it again.").arg(title())
+                      : tr("%1 holds no pictures.").arg(title());
     case StreamState::Playing:
         break;
     }
     if (m_live)
-        return m_outlined ? QString() : tr("There are too many cameras for outlines on this one.");
+        return notices().join('\n');
     if (m_pictureless)
         return tr("%1 is a stream without pictures, or all of them are damaged.\n"
                   "It is watched in case some come.")
             .arg(title());
     return tr("Waiting for the first picture of %1 ...").arg(title());
+}
+
+/// What is not as it was asked for, while there are pictures.
+QStringList CameraWidget::notices() const
+{
+    QStringList notices;
+    if (!m_outlined)
+        notices.append(tr("There are too many cameras for outlines on this one."));
+    if (m_lensRefused)
+        notices.append(tr("The lens that %1 was to have makes no sense. The one that is found is "
+                          "used; Camera > Lens sets another.")
+                           .arg(title()));
+    return notices;
 }
 
 void CameraWidget::tell()
@@ -326,6 +363,14 @@ void CameraWidget::setPaused(bool paused)
     extras::Pause(m_player, paused);
 }
 
+void CameraWidget::togglePause()
+{
+    if (StreamState::Ended == m_state)
+        playAgain();
+    else
+        setPaused(!m_paused);
+}
+
 void CameraWidget::step()
 {
     if (!m_reader || m_stream.live)
@@ -348,6 +393,8 @@ void CameraWidget::setLoop(bool loop)
     m_loop = loop;
     if (m_reader)
         m_reader->setLoop(loop);
+    if (loop && StreamState::Ended == m_state)
+        playAgain();
 }
 
 // ---- Layout
@@ -391,6 +438,12 @@ CellWidget* CameraWidget::cellOf(CellKind kind, int number) const
     return m_views[static_cast<std::size_t>(number)];
 }
 
+/// Whether the layout has them or not.
+QList<CellWidget*> CameraWidget::cells() const
+{
+    return findChildren<CellWidget*>(QString(), Qt::FindDirectChildrenOnly);
+}
+
 int CameraWidget::viewIn(const CellWidget* cell) const
 {
     return extras::ViewIn(m_player, cell->handle());
@@ -432,6 +485,8 @@ bool CameraWidget::chooseLens(const std::optional<RvLens>& lens)
     if (!extras::SetLens(m_player, lens.value_or(UnknownLens())))
         return false;
     m_settings.lens = lens;
+    m_lensRefused = false;
+    tell();
     drawCircle();
     emit settingsChanged();
     return true;
@@ -473,9 +528,17 @@ void CameraWidget::layOut()
     m_outlined =
         manager.setOutlines(m_player, [this](const DrawOutlines& all) { receiveOutlines(all); }) ||
         !outlines;
-    manager.layOut(m_player, camera, windows, draw);
-    if (Holds(layout, CellKind::OtherHalf))
+    bool whole = manager.layOut(m_player, camera, windows, draw);
+    if (Holds(layout, CellKind::OtherHalf)) {
         m_secondHalf = manager.createHalf(m_player, camera, m_otherHalf->handle());
+        whole = whole && m_secondHalf;
+    }
+    if (!whole)
+        qWarning("%s: views of the layout %s are refused", qUtf8Printable(title()),
+                 qUtf8Printable(layout.id));
+    for (CellWidget* const cell : cells())
+        cell->setNote(whole || viewIn(cell) >= 0 ? QString()
+                                                 : tr("The player engine refused this view."));
     {
         const std::lock_guard<std::mutex> lock(m_outlinesMutex);
         m_outlines.clear();
@@ -543,8 +606,7 @@ void CameraWidget::placeCells()
                                                   ? rect()
                                                   : place.adjusted(0, 0, -CONST_GAP, -CONST_GAP)));
     }
-    for (CellWidget* const widget :
-         findChildren<CellWidget*>(QString(), Qt::FindDirectChildrenOnly))
+    for (CellWidget* const widget : cells())
         widget->setVisible(shown.contains(widget));
     m_banner->raise();
 }
@@ -556,6 +618,20 @@ void CameraWidget::select(int view)
     m_selected = view;
     drawFrames();
     emit selectionChanged();
+}
+
+void CameraWidget::showView(int view)
+{
+    select(view);
+    if (nullptr == m_enlarged || view < 0 || view >= viewCount())
+        return;
+    m_enlarged = m_views[static_cast<std::size_t>(view)];
+    placeCells();
+}
+
+bool CameraWidget::seesSelected() const
+{
+    return nullptr == m_enlarged || m_enlarged == m_views[static_cast<std::size_t>(m_selected)];
 }
 
 // ---- Overlay
@@ -628,6 +704,7 @@ void CameraWidget::editCircle(bool edit)
 {
     keepLooks();
     m_editsCircle = edit;
+    m_lensBefore = m_settings.lens;
     m_enlarged = nullptr;
     layOut();
     if (!edit)

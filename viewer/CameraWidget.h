@@ -6,6 +6,8 @@
 #include <optional>
 
 #include <QElapsedTimer>
+#include <QList>
+#include <QStringList>
 #include <QWidget>
 
 #include "VideoPlayer_FishEye/CLS_FishPlayer.h"
@@ -39,6 +41,8 @@ public:
 
     const QString& source() const { return m_source; }
     const CameraSettings& settings() const { return m_settings; }
+    /// What is to be remembered of it: while the circle is edited, with the lens from before.
+    CameraSettings lastingSettings() const;
     QString title() const;
 
     StreamState state() const { return m_state; }
@@ -64,6 +68,8 @@ public:
 
     bool paused() const { return m_paused; }
     void setPaused(bool paused);
+    /// Pauses or goes on; a file that has ended plays again from its start.
+    void togglePause();
     void step();
     void setSpeed(double speed);
     double speed() const { return m_speed; }
@@ -77,6 +83,10 @@ public:
     /// The pan/tilt/zoom view that keys and buttons steer, from 0.
     int selected() const { return m_selected; }
     void select(int view);
+    /// Selects it, and enlarges it where another cell is enlarged.
+    void showView(int view);
+    /// Whether the selected view has not been covered by another cell.
+    bool seesSelected() const;
     /// How many there are in the layout.
     int viewCount() const;
 
@@ -141,6 +151,7 @@ private:
     void close();
     void restart();
     void play(const QString& path);
+    void playAgain();
     void setState(StreamState state, const QString& message);
     void awaitPicture();
 
@@ -152,7 +163,9 @@ private:
     void keepLooks();
     void restoreViews();
     CellWidget* cellOf(CellKind kind, int number) const;
+    QList<CellWidget*> cells() const;
     int viewIn(const CellWidget* cell) const;
+    QStringList notices() const;
     void tell();
 
     // Overlay.
@@ -192,8 +205,10 @@ private:
     QLabel* m_banner = nullptr;
     CellWidget* m_enlarged = nullptr;
     bool m_editsCircle = false;
+    std::optional<RvLens> m_lensBefore;  ///< the edit
 
     int m_player = -1;
+    QString m_path;  ///< what the reader reads
     std::shared_ptr<StreamReader> m_reader;
     std::unique_ptr<CLS_180ViewSubPlayer> m_secondHalf;
     Scene* m_scene = nullptr;
@@ -205,6 +220,7 @@ private:
     bool m_live = false;
     bool m_pictureless = false;
     bool m_outlined = true;
+    bool m_lensRefused = false;
     int m_dropped = 0;
     double m_position = 0.0;  ///< seconds, at which a file begins
     bool m_paused = false;
@@ -218,6 +234,8 @@ private:
     int m_halfDegrees = 0;
     int m_halfSent = 0;  ///< what the manager was given for it, within 180 either way
     Drag m_drag;
+    int m_wheeled = -1;        ///< the view that the wheel turned last
+    double m_wheelRest = 0.0;  ///< notches of it, too small to show so far
 
     std::mutex m_outlinesMutex;
     DrawOutlines m_outlines;  ///< guarded by m_outlinesMutex

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include <QMouseEvent>
+#include <QPainter>
 #include <QWheelEvent>
 
 namespace viewer {
@@ -29,6 +30,23 @@ CellWidget::CellWidget(int number, QWidget* parent) : QWidget(parent), m_number(
     setFocusPolicy(Qt::NoFocus);
     winId();  // the window exists from now on
     hide();
+}
+
+void CellWidget::setNote(const QString& note)
+{
+    m_note = note;
+    setAttribute(Qt::WA_PaintOnScreen, note.isEmpty());
+    update();
+}
+
+void CellWidget::paintEvent(QPaintEvent*)
+{
+    if (m_note.isEmpty())
+        return;
+    QPainter painter(this);
+    painter.fillRect(rect(), Qt::black);
+    painter.setPen(Qt::lightGray);
+    painter.drawText(rect(), Qt::AlignCenter | Qt::TextWordWrap, m_note);
 }
 
 QPointF CellWidget::fromSquare(QPointF fraction) const

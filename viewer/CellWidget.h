@@ -6,8 +6,9 @@
 
 namespace viewer {
 
-/// A window into which the engine draws one view; Qt paints nothing in it. It tells what the mouse
-/// does in fractions of itself, which hold for every screen density.
+/// A window into which the engine draws one view; Qt paints nothing in it, but a note where there
+/// is no view. It tells what the mouse does in fractions of itself, which hold for every screen
+/// density.
 class CellWidget : public QWidget
 {
     Q_OBJECT
@@ -26,7 +27,14 @@ public:
     QPointF fromSquare(QPointF fraction) const;
     QPointF toSquare(QPointF fraction) const;
 
-    QPaintEngine* paintEngine() const override { return nullptr; }
+    /// What stands in it instead of a picture; empty where the engine draws one.
+    void setNote(const QString& note);
+    const QString& note() const { return m_note; }
+
+    QPaintEngine* paintEngine() const override
+    {
+        return m_note.isEmpty() ? nullptr : QWidget::paintEngine();
+    }
 
 signals:
     void pressed(viewer::CellWidget* cell, QPointF at, Qt::MouseButton button,
@@ -38,7 +46,7 @@ signals:
     void resized(viewer::CellWidget* cell);
 
 protected:
-    void paintEvent(QPaintEvent*) override {}
+    void paintEvent(QPaintEvent*) override;
     void resizeEvent(QResizeEvent*) override { emit resized(this); }
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
@@ -50,6 +58,7 @@ private:
     QPointF fraction(QPointF position) const;
 
     const int m_number;
+    QString m_note;
 };
 
 }  // namespace viewer

@@ -117,6 +117,12 @@ std::optional<RvVideoParam> FiguresOf(int player)
     return figures;
 }
 
+void EndStream(int player)
+{
+    Call<decltype(&::RV_PlayerControl)>(CLS_VxPlayer_SDK::RV_PlayerControl, player,
+                                        int{RV_CONTROL_END_OF_STREAM}, nullptr, 0);
+}
+
 void Pause(int player, bool paused)
 {
     Call<decltype(&::RV_Pause)>(CLS_VxPlayer_SDK::RV_Pause, player, paused ? 1 : 0);

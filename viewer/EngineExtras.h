@@ -61,6 +61,9 @@ void SetOrientation(int player, bool mirrored, bool flipped);
 
 std::optional<RvVideoParam> FiguresOf(int player);
 
+/// The last pictures of what was put come out; what is put next begins another stream.
+void EndStream(int player);
+
 void Pause(int player, bool paused);
 
 /// One picture more, of a player that is paused.

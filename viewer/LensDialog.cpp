@@ -29,8 +29,7 @@ constexpr double CONST_LARGEST_PIXEL = 16384.0;
 
 }  // namespace
 
-LensDialog::LensDialog(CameraWidget& camera)
-    : QDialog(&camera), m_camera(camera), m_before(camera.settings().lens)
+LensDialog::LensDialog(CameraWidget& camera) : QDialog(&camera), m_camera(camera)
 {
     setWindowTitle(tr("Lens of %1").arg(camera.title()));
     auto* const form = new QFormLayout(this);
@@ -178,7 +177,7 @@ void LensDialog::accept()
 
 void LensDialog::reject()
 {
-    m_camera.chooseLens(m_before);
+    m_camera.chooseLens(m_camera.lastingSettings().lens);
     m_camera.editCircle(false);
     QDialog::reject();
 }

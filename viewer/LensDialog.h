@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <optional>
 
 #include <QDialog>
 
@@ -34,7 +33,6 @@ private:
     void follow();
 
     CameraWidget& m_camera;
-    const std::optional<RvLens> m_before;
     RvLens m_lens{};  ///< what the fields were filled from
     bool m_filling = false;
     QComboBox* m_model;

@@ -77,6 +77,18 @@ QToolButton* MakeButton(const QString& text, const QString& tip)
     return button;
 }
 
+/// One name for a file, by which it is remembered wherever it is opened from and by whichever link,
+/// and also where it is missing now.
+QString NameOf(const QString& source)
+{
+    const QUrl url(source);
+    const QString name = url.isLocalFile() ? url.toLocalFile() : source;  // desktops give URLs
+    const QFileInfo file(name);
+    if (Scene::name() == name || (!file.exists() && name.contains("://")))
+        return name;
+    return file.isFile() ? file.canonicalFilePath() : file.absoluteFilePath();
+}
+
 }  // namespace
 
 MainWindow::MainWindow(std::unique_ptr<QSettings> store)
@@ -110,10 +122,7 @@ CameraWidget* MainWindow::active() const
 
 void MainWindow::openSource(const QString& source, const Options& options)
 {
-    const QUrl url(source);
-    QString name = url.isLocalFile() ? url.toLocalFile() : source;  // desktops give URLs
-    if (Scene::name() != name && QFileInfo(name).isFile())
-        name = QFileInfo(name).absoluteFilePath();  // remembered wherever it is opened from
+    const QString name = NameOf(source);
     CameraSettings settings = m_store ? LoadCamera(*m_store, name) : CameraSettings{};
     settings.layout = options.layout.value_or(settings.layout);
     settings.mount = options.mount.value_or(settings.mount);
@@ -131,14 +140,22 @@ void MainWindow::follow(CameraWidget* camera)
     connect(camera, &CameraWidget::stateChanged, this, &MainWindow::showState);
     connect(camera, &CameraWidget::selectionChanged, this, &MainWindow::showState);
     connect(camera, &CameraWidget::settingsChanged, this, [this, camera] {
-        if (m_store && !camera->editsCircle())  // else once the lens is confirmed or taken back
-            SaveCamera(*m_store, camera->source(), camera->settings());
+        if (m_store)
+            SaveCamera(*m_store, camera->source(), camera->lastingSettings());
         showState();
     });
     connect(camera, &CameraWidget::snapshotTaken, this, [this](const QString& path, bool written) {
-        statusBar()->showMessage(written ? tr("Written: %1").arg(path)
-                                         : tr("The picture could not be written to %1.").arg(path),
-                                 CONST_MESSAGE_MS);
+        if (written) {
+            statusBar()->showMessage(tr("Written: %1").arg(path), CONST_MESSAGE_MS);
+            return;
+        }
+        // In a window of its own: the status line may be turned off.
+        auto* const box = new QMessageBox(QMessageBox::Warning, windowTitle(),
+                                          tr("The picture could not be written to %1.").arg(path),
+                                          QMessageBox::Ok, this);
+        box->setTextFormat(Qt::PlainText);
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        box->open();
     });
 }
 
@@ -260,7 +277,7 @@ void MainWindow::makePlaybackMenu()
 {
     QMenu* const menu = menuBar()->addMenu(tr("&Playback"));
     m_pause = addForCamera(menu, tr("&Pause"), QKeySequence(Qt::Key_Space),
-                           [](CameraWidget& camera) { camera.setPaused(!camera.paused()); });
+                           [](CameraWidget& camera) { camera.togglePause(); });
     m_pause->setCheckable(true);
     addForCamera(menu, tr("&One picture on"), QKeySequence(Qt::Key_Period),
                  [](CameraWidget& camera) { camera.step(); });
@@ -310,7 +327,7 @@ void MainWindow::makeSteeringActions()
     menu->addSeparator();
     for (int i = 0; i < CameraWidget::CONST_VIEWS; ++i)
         addForCamera(menu, tr("Select view %1").arg(i + 1), QKeySequence(Qt::Key_1 + i),
-                     [i](CameraWidget& camera) { camera.select(i); });
+                     [i](CameraWidget& camera) { camera.showView(i); });
 }
 
 // ---- The pad and the status line
@@ -496,7 +513,8 @@ void MainWindow::patrol()
 {
     m_patrolTimer->start(CONST_PATROL_MS);
     CameraWidget* const camera = active();
-    if (nullptr == camera || camera->settings().presets.isEmpty())
+    // A patrol waits while another cell covers the view that it steers.
+    if (nullptr == camera || camera->settings().presets.isEmpty() || !camera->seesSelected())
         return;
     const QStringList names = camera->settings().presets.keys();
     m_patrolAt = names.value((names.indexOf(m_patrolAt) + 1) % names.size());

@@ -1,9 +1,12 @@
 #include "viewer/StreamReader.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cmath>
-#include <memory>
+#include <condition_variable>
+#include <mutex>
+#include <optional>
 #include <utility>
 
 #include <QFileInfo>
@@ -12,6 +15,7 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavdevice/avdevice.h>
 #include <libavformat/avformat.h>
+#include <libswscale/swscale.h>
 }
 
 namespace viewer {
@@ -21,19 +25,19 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 
-constexpr double CONST_SILENCE_SECONDS = 10.0;  ///< after which a source counts as gone
 constexpr double CONST_FIRST_RETRY_SECONDS = 1.0;
 constexpr double CONST_LAST_RETRY_SECONDS = 8.0;
+constexpr std::chrono::seconds CONST_STOP_TIME{1};  ///< after which the thread is left to itself
 constexpr double CONST_FULL_RETRY_SECONDS = 0.005;
 constexpr double CONST_NO_PICTURE_YET_SECONDS = 0.005;
 constexpr double CONST_FULL_LIVE_SECONDS = 0.2;  ///< a live block that finds no room is dropped
 constexpr double CONST_DEFAULT_PERIOD = 1.0 / 25.0;
+constexpr double CONST_CLOCK_JUMP_SECONDS = 10.0;  ///< between packets that follow each other
+constexpr double CONST_LONG_PLAY_SECONDS = 10.0;   ///< after which a source has played
 constexpr int CONST_OUTPUT_BUFFER = 64 * 1024;
 
 QString ErrorText(int code)
 {
-    if (AVERROR_EXIT == code)  // the silence has been too long
-        return QObject::tr("Nothing has come from it for %1 seconds.").arg(CONST_SILENCE_SECONDS);
     char text[AV_ERROR_MAX_STRING_SIZE] = {};
     av_strerror(code, text, sizeof(text));
     return QString::fromLocal8Bit(text);
@@ -63,67 +67,145 @@ QString WhyNotOpened(const QString& source)
     return opened ? QString() : QObject::tr("It is neither a file nor a camera.");
 }
 
-/// FFmpeg's error for people, who may have named another device than their camera.
-QString OpeningErrorText(const QString& source, int code)
-{
-    if (IsDevice(source) && AVERROR(ENOENT) == code)
-        return QObject::tr("There is no such device.");
-    if (IsDevice(source) &&
-        (AVERROR(ENOTTY) == code || AVERROR(ENODEV) == code || AVERROR(EISDIR) == code))
-        return QObject::tr("It is no camera.");
-    if (IsDevice(source) && AVERROR(EINVAL) == code)
-        return QObject::tr("It is a camera whose kind of pictures is not known, or none.");
-    return ErrorText(code);
-}
-
 /// Why the engine does not play a codec; empty where it does.
-QString WhyNotPlayed(const QString& source, AVCodecID codec)
+QString WhyNotPlayed(AVCodecID codec)
 {
     if (AV_CODEC_ID_H264 == codec || AV_CODEC_ID_HEVC == codec || AV_CODEC_ID_MJPEG == codec)
         return {};
-    if (IsDevice(source) && AV_CODEC_ID_RAWVIDEO == codec)
-        return QObject::tr("The camera gives uncompressed pictures alone, which cannot be shown.");
     return QObject::tr("Its video is %1; H.264, H.265 and Motion JPEG can be shown.")
         .arg(QString::fromLatin1(avcodec_get_name(codec)));
 }
 
-struct PacketFree
+struct Free
 {
     void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+    void operator()(AVCodecContext* codec) const { avcodec_free_context(&codec); }
+    void operator()(AVCodecParameters* codec) const { avcodec_parameters_free(&codec); }
+    void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
 };
-using Packet = std::unique_ptr<AVPacket, PacketFree>;
+template <typename T>
+using Owned = std::unique_ptr<T, Free>;
 
 }  // namespace
+
+/// What the thread does, with all that it touches. The thread has a part in it of its own: where
+/// the system holds it up beyond the reader's end, it goes on alone and finds that it is to stop.
+class StreamReader::Work
+{
+public:
+    Work(QString source, Sink sink, StreamReader& reader)
+        : m_source(std::move(source)), m_sink(std::move(sink)), m_reader(reader)
+    {}
+
+    void run();
+
+    void askToStop();
+    /// From now on neither the sink nor the reader is called. False where the thread is held up.
+    bool stop();
+
+    /// False when it is to stop.
+    bool waitFor(double seconds);
+    bool stops() const { return m_stop; }
+
+    void setPaused(bool paused);
+    void setSpeed(double speed);
+    void setLoop(bool loop) { m_loop = loop; }
+    void setSilenceLimit(double seconds) { m_silenceLimit = seconds; }
+    double silenceLimit() const { return m_silenceLimit; }
+    void step();
+    double position() const { return m_position; }
+    void setPosition(double seconds) { m_position = seconds; }
+
+private:
+    enum class End
+    {
+        Stopped,
+        Finished,
+        Broken,
+        Unplayable  ///< and would be so again
+    };
+
+    void playAll();
+    End playOnce(QString* why);
+    bool deliver(const QByteArray& block, bool live);
+    void tell(StreamState state, const QString& message);
+
+    /// Calls what may be gone once stop() has returned; false where it is not called.
+    template <typename Call>
+    bool callOut(const Call& call);
+
+    const QString m_source;
+    const Sink m_sink;
+    StreamReader& m_reader;  ///< called out to alone
+    std::atomic<bool> m_stop{false};
+    std::atomic<bool> m_loop{false};
+    std::atomic<double> m_position{0.0};
+    double m_silenceLimit = 10.0;
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_paused = false;  ///< these guarded by m_mutex
+    double m_speed = 1.0;
+    int m_steps = 0;
+    bool m_callsOut = false;
+    bool m_over = false;
+    Clock::time_point m_asked;  ///< to stop
+};
 
 /// The opened source and its first good video stream.
 class StreamReader::Input
 {
 public:
-    explicit Input(StreamReader& reader) : m_reader(reader) {}
+    explicit Input(Work& work) : m_work(work) {}
     ~Input() { avformat_close_input(&m_context); }
     Input(const Input&) = delete;
     Input& operator=(const Input&) = delete;
 
-    /// Empty on success, else why not.
-    QString open(const QString& source)
+    /// FFmpeg's error.
+    int open(const QString& source)
     {
         int code = AVERROR(EINVAL);  // which is what a camera says of a format that it has not
         for (const char* const pictures : {"h264", "mjpeg", ""})
             if (AVERROR(EINVAL) == code && (IsDevice(source) || '\0' == *pictures))
                 code = tryToOpen(source, pictures);
         if (code < 0)
-            return OpeningErrorText(source, code);
+            return code;
         alive();
+        m_probesDevice = IsDevice(source);
         code = avformat_find_stream_info(m_context, nullptr);
+        m_probesDevice = false;
+        if (0 != interrupted(this))  // which FFmpeg may keep to itself
+            return AVERROR_EXIT;
         if (code < 0)
-            return ErrorText(code);
+            return code;
         m_index = av_find_best_stream(m_context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
         if (m_index < 0)
-            return QObject::tr("It holds no video.");
+            return m_index;
         for (unsigned i = 0; i < m_context->nb_streams; ++i)
             m_context->streams[i]->discard =
                 static_cast<int>(i) == m_index ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
-        return {};
+        return 0;
+    }
+
+    /// An error for people, who may have named another device than their camera.
+    QString errorText(const QString& source, int code) const
+    {
+        if (AVERROR_EXIT == code)
+            return QObject::tr("Nothing has come from it for %1 seconds.")
+                .arg(m_work.silenceLimit());
+        if (AVERROR_STREAM_NOT_FOUND == code)
+            return QObject::tr("It holds no video.");
+        if (IsDevice(source) && AVERROR(ENOENT) == code)
+            return QObject::tr("There is no such device.");
+        if (IsDevice(source) &&
+            (AVERROR(ENOTTY) == code || AVERROR(ENODEV) == code || AVERROR(EISDIR) == code))
+            return QObject::tr("It is no camera.");
+        if (IsDevice(source) && AVERROR(EINVAL) == code)
+            return QObject::tr("It is a camera whose kind of pictures is not known, or none.");
+        if (IsDevice(source) && AVERROR(EBUSY) == code)
+            return QObject::tr("Another program has the camera's pictures.");
+        return ErrorText(code);
     }
 
     const AVStream& stream() const { return *m_context->streams[m_index]; }
@@ -175,7 +257,7 @@ public:
         for (;;) {
             const int code = av_read_frame(m_context, packet);
             if (AVERROR(EAGAIN) == code) {  // a device that has none yet
-                if (!m_reader.waitFor(CONST_NO_PICTURE_YET_SECONDS) || 0 != interrupted(this))
+                if (!m_work.waitFor(CONST_NO_PICTURE_YET_SECONDS) || 0 != interrupted(this))
                     return AVERROR_EXIT;
                 continue;
             }
@@ -213,19 +295,87 @@ private:
     void alive()
     {
         m_deadline = Clock::now() +
-                     std::chrono::duration_cast<Clock::duration>(Seconds(CONST_SILENCE_SECONDS));
+                     std::chrono::duration_cast<Clock::duration>(Seconds(m_work.silenceLimit()));
     }
 
     static int interrupted(void* self)
     {
         const Input& input = *static_cast<Input*>(self);
-        return input.m_reader.m_stop || Clock::now() > input.m_deadline ? 1 : 0;
+        // FFmpeg asks a device that has no picture again at once, and here in between.
+        if (input.m_probesDevice)
+            input.m_work.waitFor(CONST_NO_PICTURE_YET_SECONDS);
+        return input.m_work.stops() || Clock::now() > input.m_deadline ? 1 : 0;
     }
 
-    StreamReader& m_reader;
+    Work& m_work;
     Clock::time_point m_deadline;
     AVFormatContext* m_context = nullptr;
     int m_index = -1;
+    bool m_probesDevice = false;
+};
+
+/// Packs uncompressed pictures of any kind as Motion JPEG.
+class StreamReader::Recoder
+{
+public:
+    /// FFmpeg's error.
+    int open(const AVStream& camera)
+    {
+        constexpr int CONST_QUALITY = 3;  // of 2, the best, to 31
+        const AVCodecParameters& pictures = *camera.codecpar;
+        m_decoder.reset(avcodec_alloc_context3(avcodec_find_decoder(pictures.codec_id)));
+        m_encoder.reset(avcodec_alloc_context3(avcodec_find_encoder(AV_CODEC_ID_MJPEG)));
+        m_encoder->width = m_picture->width = pictures.width;
+        m_encoder->height = m_picture->height = pictures.height;
+        m_encoder->pix_fmt = AV_PIX_FMT_YUVJ420P;
+        m_picture->format = m_encoder->pix_fmt;
+        m_encoder->time_base = camera.time_base;
+        m_encoder->flags |= AV_CODEC_FLAG_QSCALE;
+        m_picture->quality = m_encoder->global_quality = CONST_QUALITY * FF_QP2LAMBDA;
+        int code = avcodec_parameters_to_context(m_decoder.get(), &pictures);
+        if (code >= 0)
+            code = avcodec_open2(m_decoder.get(), nullptr, nullptr);
+        if (code >= 0)
+            code = avcodec_open2(m_encoder.get(), nullptr, nullptr);
+        if (code >= 0)
+            code = av_frame_get_buffer(m_picture.get(), 0);
+        m_scaler.reset(sws_getContext(pictures.width, pictures.height,
+                                      static_cast<AVPixelFormat>(pictures.format), pictures.width,
+                                      pictures.height, m_encoder->pix_fmt, SWS_BILINEAR, nullptr,
+                                      nullptr, nullptr));
+        if (code >= 0 && !m_scaler)
+            code = AVERROR_PATCHWELCOME;
+        return code < 0 ? code
+                        : avcodec_parameters_from_context(m_parameters.get(), m_encoder.get());
+    }
+
+    const AVCodecParameters& parameters() const { return *m_parameters; }
+
+    /// Puts the packed picture in the place of the other; FFmpeg's error.
+    int recode(AVPacket* packet)
+    {
+        int code = avcodec_send_packet(m_decoder.get(), packet);
+        if (code >= 0)
+            code = avcodec_receive_frame(m_decoder.get(), m_raw.get());
+        if (code >= 0)
+            code = av_frame_make_writable(m_picture.get());  // the encoder may still have it
+        if (code < 0)
+            return code;
+        sws_scale(m_scaler.get(), m_raw->data, m_raw->linesize, 0, m_raw->height, m_picture->data,
+                  m_picture->linesize);
+        m_picture->pts = m_raw->pts;
+        av_packet_unref(packet);
+        code = avcodec_send_frame(m_encoder.get(), m_picture.get());
+        return code < 0 ? code : avcodec_receive_packet(m_encoder.get(), packet);
+    }
+
+private:
+    Owned<AVCodecContext> m_decoder;
+    Owned<AVCodecContext> m_encoder;
+    Owned<AVCodecParameters> m_parameters{avcodec_parameters_alloc()};
+    Owned<SwsContext> m_scaler;
+    const Owned<AVFrame> m_raw{av_frame_alloc()};
+    const Owned<AVFrame> m_picture{av_frame_alloc()};
 };
 
 /// The Matroska stream that is made of it. Every packet is a cluster of its own, so that nothing
@@ -246,7 +396,8 @@ public:
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
-    QString open(const AVStream& source)
+    /// @param pictures  how the source's pictures are packed
+    QString open(const AVStream& source, const AVCodecParameters& pictures)
     {
         int code = avformat_alloc_output_context2(&m_context, nullptr, "matroska", nullptr);
         if (code < 0)
@@ -256,7 +407,7 @@ public:
             avio_alloc_context(buffer, CONST_OUTPUT_BUFFER, 1, &m_bytes, nullptr, take, nullptr);
         m_context->flags |= AVFMT_FLAG_FLUSH_PACKETS;
         AVStream* const stream = avformat_new_stream(m_context, nullptr);
-        code = avcodec_parameters_copy(stream->codecpar, source.codecpar);
+        code = avcodec_parameters_copy(stream->codecpar, &pictures);
         if (code < 0)
             return ErrorText(code);
         stream->codecpar->codec_tag = 0;
@@ -316,7 +467,7 @@ public:
         const double stamp =
             stamped ? static_cast<double>(packet.dts) * unit : m_lastStamp + CONST_DEFAULT_PERIOD;
         double step = m_first ? 0.0 : (stamp - m_lastStamp) / speed;
-        if (step < 0.0 || step > CONST_SILENCE_SECONDS)
+        if (step < 0.0 || step > CONST_CLOCK_JUMP_SECONDS)
             step = CONST_DEFAULT_PERIOD;  // the source's clock has jumped
         m_first = false;
         m_lastStamp = stamp;
@@ -338,38 +489,63 @@ private:
     double m_due = 0.0;
 };
 
-StreamReader::StreamReader(QString source, Sink sink, QObject* parent)
-    : QObject(parent), m_source(std::move(source)), m_sink(std::move(sink))
+// ---- The thread
+
+void StreamReader::Work::run()
 {
-    qRegisterMetaType<StreamState>();
-    qRegisterMetaType<StreamInfo>();
+    playAll();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_over = true;
+    m_changed.notify_all();
 }
 
-StreamReader::~StreamReader()
+void StreamReader::Work::askToStop()
 {
-    stop();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_stop)
+        m_asked = Clock::now();
+    m_stop = true;
+    m_changed.notify_all();
 }
 
-void StreamReader::start()
+bool StreamReader::Work::stop()
 {
-    if (m_thread.joinable())
-        return;
-    m_stop = false;
-    m_thread = std::thread([this] { run(); });
+    askToStop();
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait_until(lock, m_asked + CONST_STOP_TIME, [this] { return m_over; });
+    m_changed.wait(lock, [this] { return !m_callsOut; });
+    return m_over;
 }
 
-void StreamReader::stop()
+bool StreamReader::Work::waitFor(double seconds)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait_for(lock, Seconds(seconds), [this] { return m_stop.load(); });
+    return !m_stop;
+}
+
+template <typename Call>
+bool StreamReader::Work::callOut(const Call& call)
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_stop = true;
+        if (m_stop)
+            return false;
+        m_callsOut = true;
     }
+    call();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_callsOut = false;
     m_changed.notify_all();
-    if (m_thread.joinable())
-        m_thread.join();
+    return true;
 }
 
-void StreamReader::setPaused(bool paused)
+void StreamReader::Work::tell(StreamState state, const QString& message)
+{
+    callOut([&] { emit m_reader.stateChanged(state, message); });
+}
+
+void StreamReader::Work::setPaused(bool paused)
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -380,18 +556,13 @@ void StreamReader::setPaused(bool paused)
     m_changed.notify_all();
 }
 
-void StreamReader::setSpeed(double speed)
+void StreamReader::Work::setSpeed(double speed)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_speed = std::clamp(speed, 0.25, 4.0);
 }
 
-void StreamReader::setLoop(bool loop)
-{
-    m_loop = loop;
-}
-
-void StreamReader::step()
+void StreamReader::Work::step()
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -400,19 +571,11 @@ void StreamReader::step()
     m_changed.notify_all();
 }
 
-/// False when the reader is to stop.
-bool StreamReader::waitFor(double seconds)
-{
-    std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait_for(lock, Seconds(seconds), [this] { return m_stop.load(); });
-    return !m_stop;
-}
-
-void StreamReader::run()
+void StreamReader::Work::playAll()
 {
     avdevice_register_all();
     double retry = CONST_FIRST_RETRY_SECONDS;
-    emit stateChanged(StreamState::Connecting, {});
+    tell(StreamState::Connecting, {});
     while (!m_stop) {
         QString why;
         const Clock::time_point start = Clock::now();
@@ -426,16 +589,14 @@ void StreamReader::run()
             continue;
         }
         if (End::Finished == end) {
-            emit stateChanged(StreamState::Ended, {});
-            return;
+            callOut([this] { m_sink({}); });
+            return tell(StreamState::Ended, {});
         }
-        if (!IsTriedAgain(m_source)) {
-            emit stateChanged(StreamState::Failed, why);
-            return;
-        }
-        if (Seconds(Clock::now() - start).count() > CONST_SILENCE_SECONDS)
+        if (End::Unplayable == end || !IsTriedAgain(m_source))
+            return tell(StreamState::Failed, why);
+        if (Seconds(Clock::now() - start).count() > CONST_LONG_PLAY_SECONDS)
             retry = CONST_FIRST_RETRY_SECONDS;  // it had played
-        emit stateChanged(StreamState::Reconnecting, why);
+        tell(StreamState::Reconnecting, why);
         if (!waitFor(retry))
             return;
         retry = std::min(2.0 * retry, CONST_LAST_RETRY_SECONDS);
@@ -443,29 +604,46 @@ void StreamReader::run()
 }
 
 /// Finished is said of files alone: a live stream that ends has broken.
-StreamReader::End StreamReader::playOnce(QString* why)
+StreamReader::Work::End StreamReader::Work::playOnce(QString* why)
 {
     Input input(*this);
     Output output;
     *why = WhyNotOpened(m_source);
-    if (why->isEmpty())
-        *why = input.open(m_source);
-    if (why->isEmpty())
-        *why = WhyNotPlayed(m_source, input.stream().codecpar->codec_id);
-    if (why->isEmpty())
-        *why = output.open(input.stream());
+    if (!why->isEmpty())
+        return End::Broken;
+    const int opening = input.open(m_source);
     if (m_stop)
         return End::Stopped;
+    if (opening < 0) {
+        *why = input.errorText(m_source, opening);
+        return AVERROR_STREAM_NOT_FOUND == opening && !input.live(m_source) ? End::Unplayable
+                                                                            : End::Broken;
+    }
+    const AVCodecParameters* pictures = input.stream().codecpar;
+    std::optional<Recoder> recoder;
+    if (IsDevice(m_source) && AV_CODEC_ID_RAWVIDEO == pictures->codec_id) {
+        const int code = recoder.emplace().open(input.stream());
+        if (code < 0) {
+            *why = tr("It is a camera whose uncompressed pictures cannot be shown: %1.")
+                       .arg(ErrorText(code));
+            return End::Unplayable;
+        }
+        pictures = &recoder->parameters();
+    }
+    *why = WhyNotPlayed(pictures->codec_id);
+    if (!why->isEmpty())
+        return AV_CODEC_ID_NONE == pictures->codec_id ? End::Broken : End::Unplayable;
+    *why = output.open(input.stream(), *pictures);
     if (!why->isEmpty())
         return End::Broken;
     const bool live = input.live(m_source);
     if (!live && m_position > 0.0)
         input.seek(m_position);
-    emit opened(input.info(live));
-    emit stateChanged(StreamState::Playing, {});
+    callOut([&] { emit m_reader.opened(input.info(live)); });
+    tell(StreamState::Playing, {});
 
     Pace pace;
-    const Packet packet(av_packet_alloc());
+    const Owned<AVPacket> packet(av_packet_alloc());
     bool any = false;
     for (;;) {
         const int code = input.read(packet.get());
@@ -476,7 +654,10 @@ StreamReader::End StreamReader::playOnce(QString* why)
             // A file that is damaged from here on has ended, as far as there is something to see.
             const bool ended =
                 0 == error || AVERROR_EOF == error || (any && !IsTriedAgain(m_source));
-            *why = ended ? tr("The source has ended.") : ErrorText(error);
+            *why = ended ? tr("The source has ended.")
+                   : IsDevice(m_source) && AVERROR(ENODEV) == error
+                       ? tr("The camera has been unplugged.")
+                       : input.errorText(m_source, error);
             return ended && !live ? End::Finished : End::Broken;
         }
         any = true;
@@ -494,25 +675,100 @@ StreamReader::End StreamReader::playOnce(QString* why)
         const Pace::Times times = pace.next(*packet, input.stream(), speed);
         if (!live && !waitFor(times.decode - pace.now()))
             return End::Stopped;
-        output.write(packet.get(), times.decode, times.show);  // a damaged one costs a picture
+        // A damaged one costs a picture.
+        if (!recoder || recoder->recode(packet.get()) >= 0)
+            output.write(packet.get(), times.decode, times.show);
         av_packet_unref(packet.get());
         if (!deliver(output.takeBytes(), live))
             return End::Stopped;
     }
 }
 
-bool StreamReader::deliver(const QByteArray& block, bool live)
+bool StreamReader::Work::deliver(const QByteArray& block, bool live)
 {
     const Clock::time_point start = Clock::now();
-    while (!block.isEmpty() && !m_sink(block)) {
-        if (live && Seconds(Clock::now() - start).count() > CONST_FULL_LIVE_SECONDS) {
-            emit dropped(1);
-            return true;
-        }
+    bool taken = block.isEmpty();
+    while (!taken) {
+        if (!callOut([&] { taken = m_sink(block); }))
+            return false;
+        if (taken)
+            break;
+        if (live && Seconds(Clock::now() - start).count() > CONST_FULL_LIVE_SECONDS)
+            return callOut([this] { emit m_reader.dropped(1); });
         if (!waitFor(CONST_FULL_RETRY_SECONDS))
             return false;
     }
     return !m_stop;
+}
+
+// ---- The reader
+
+StreamReader::StreamReader(QString source, Sink sink, QObject* parent)
+    : QObject(parent), m_work(std::make_shared<Work>(std::move(source), std::move(sink), *this))
+{
+    qRegisterMetaType<StreamState>();
+    qRegisterMetaType<StreamInfo>();
+}
+
+StreamReader::~StreamReader()
+{
+    stop();
+}
+
+void StreamReader::start()
+{
+    if (!m_thread.joinable())
+        m_thread = std::thread([work = m_work] { work->run(); });
+}
+
+void StreamReader::stop()
+{
+    if (!m_thread.joinable())
+        return;
+    if (m_work->stop())
+        m_thread.join();
+    else
+        m_thread.detach();
+}
+
+void StreamReader::askToStop()
+{
+    m_work->askToStop();
+}
+
+void StreamReader::setPaused(bool paused)
+{
+    m_work->setPaused(paused);
+}
+
+void StreamReader::setSpeed(double speed)
+{
+    m_work->setSpeed(speed);
+}
+
+void StreamReader::setLoop(bool loop)
+{
+    m_work->setLoop(loop);
+}
+
+void StreamReader::setSilenceLimit(double seconds)
+{
+    m_work->setSilenceLimit(seconds);
+}
+
+void StreamReader::step()
+{
+    m_work->step();
+}
+
+double StreamReader::position() const
+{
+    return m_work->position();
+}
+
+void StreamReader::setPosition(double seconds)
+{
+    m_work->setPosition(seconds);
 }
 
 }  // namespace viewer

@@ -1,9 +1,7 @@
 #pragma once
 
-#include <atomic>
-#include <condition_variable>
 #include <functional>
-#include <mutex>
+#include <memory>
 #include <thread>
 
 #include <QByteArray>
@@ -34,38 +32,50 @@ struct StreamInfo
 
 /// Reads a file, a URL (rtsp, http, udp, ...) or a camera device on a thread of its own and hands
 /// its video on as one endless Matroska stream, in blocks, at the pace of its time stamps (files)
-/// or as it comes (live). Nothing is decoded here.
+/// or as it comes (live). Nothing is decoded here, but a camera's uncompressed pictures are packed
+/// as Motion JPEG, which the engine takes.
 ///
 /// A camera or an address that ends or drops is opened again, after 1 to 8 seconds, a file on a
-/// server where it had been; every opening starts a Matroska stream anew. stop() and the destructor
-/// return within a moment whatever the source does, but for a name server that does not answer.
+/// server where it had been; one whose video cannot be played is not. Every opening starts a
+/// Matroska stream anew.
+///
+/// stop() and the destructor return within a moment, or a second where the system holds up the
+/// thread, as it does for a name server that does not answer. Neither sink nor signals are called
+/// from then on.
 class StreamReader : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Takes one block; false means "full, again later". Called on the reader's thread, and not
-    /// again until it has returned.
+    /// Takes one block; false means "full, again later". An empty one says that a file has ended
+    /// and is not begun again. Called on the reader's thread, and not again until it has returned.
     using Sink = std::function<bool(const QByteArray& block)>;
 
     StreamReader(QString source, Sink sink, QObject* parent = nullptr);
     ~StreamReader() override;
 
+    /// Once; after stop() there is no other start.
     void start();
     void stop();
+    /// Returns at once; the second of stop() begins here. For whoever has several to stop.
+    void askToStop();
 
     /// For files alone; a live source ignores them. A speed is 0.25 to 4.
     void setPaused(bool paused);
     void setSpeed(double speed);
     void setLoop(bool loop);
 
+    /// How long a source may say nothing before it counts as gone, in seconds; 10. To be set before
+    /// the start.
+    void setSilenceLimit(double seconds);
+
     /// Lets a paused file go on by one picture.
     void step();
 
     /// Where a file is, in seconds from its start: the packet read last. Set before the start, it
     /// is where reading begins, at the key frame before it.
-    double position() const { return m_position; }
-    void setPosition(double seconds) { m_position = seconds; }
+    double position() const;
+    void setPosition(double seconds);
 
 signals:
     // From the reader's thread: connect queued, as Qt does by itself for objects of other threads.
@@ -77,31 +87,11 @@ private:
     class Input;
     class Output;
     class Pace;
+    class Recoder;
+    class Work;
 
-    enum class End
-    {
-        Stopped,
-        Finished,
-        Broken
-    };
-
-    void run();
-    End playOnce(QString* why);
-    bool deliver(const QByteArray& block, bool live);
-    bool waitFor(double seconds);
-
-    const QString m_source;
-    const Sink m_sink;
+    const std::shared_ptr<Work> m_work;
     std::thread m_thread;
-    std::atomic<bool> m_stop{false};
-    std::atomic<bool> m_loop{false};
-    std::atomic<double> m_position{0.0};
-
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_paused = false;  ///< these three guarded by m_mutex
-    double m_speed = 1.0;
-    int m_steps = 0;
 };
 
 }  // namespace viewer

@@ -85,7 +85,8 @@ int main(int argc, char** argv)
     QApplication application(argc, argv);
     QApplication::setApplicationDisplayName(QObject::tr("Fisheye Viewer"));
     QApplication::setDesktopFileName(CONST_NAME);
-    QApplication::setWindowIcon(QIcon::fromTheme(CONST_NAME));
+    // The desktop's, where the viewer is installed.
+    QApplication::setWindowIcon(QIcon::fromTheme(CONST_NAME, QIcon(":/fisheye-viewer.svg")));
     QApplication::setStyle(QStyleFactory::create("Fusion"));
     QApplication::setPalette(DarkPalette());
 

@@ -3,6 +3,7 @@
 
 #include <QFile>
 #include <QProcess>
+#include <QProcessEnvironment>
 #include <QTemporaryDir>
 
 #include "tests/viewer/Stage.h"
@@ -60,6 +61,20 @@ TEST(Program, FailsAndSaysWhyWhereThereIsNothingToShowOrNowhereToWrite)
         EXPECT_TRUE(run.said.contains(one.words)) << run.said.toStdString();
         EXPECT_FALSE(QFile::exists(one.out));
     }
+}
+
+TEST(Program, HasItsIconWhereItIsBuiltToo)
+{
+    ASSERT_FALSE(stage::AnyWindowHasAnIcon());
+    const QTemporaryDir home;
+    QProcess program;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("XDG_CONFIG_HOME", home.path());
+    program.setProcessEnvironment(environment);
+    program.start(FISHEYE_VIEWER, {stage::RoomClip(viewer::Mount::Ceiling)});
+    EXPECT_TRUE(stage::Await(stage::AnyWindowHasAnIcon));
+    program.kill();
+    program.waitForFinished();
 }
 
 /// What comes of the built-in scene where this script is the program that makes it.

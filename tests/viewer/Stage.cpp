@@ -1,5 +1,6 @@
 #include "tests/viewer/Stage.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <csignal>
@@ -337,6 +338,24 @@ void Key(unsigned keysym)
         xcb_flush(s_connection);
         return;
     }
+}
+
+bool AnyWindowHasAnIcon()
+{
+    constexpr char CONST_PROPERTY[] = "_NET_WM_ICON";
+    const Reply<xcb_intern_atom_reply_t> icon(xcb_intern_atom_reply(
+        s_connection, xcb_intern_atom(s_connection, 0, sizeof(CONST_PROPERTY) - 1, CONST_PROPERTY),
+        nullptr));
+    const Reply<xcb_query_tree_reply_t> tree(
+        xcb_query_tree_reply(s_connection, xcb_query_tree(s_connection, s_root), nullptr));
+    const xcb_window_t* const windows = xcb_query_tree_children(tree.get());
+    return std::any_of(windows, windows + tree->children_len, [&](xcb_window_t window) {
+        const Reply<xcb_get_property_reply_t> value(xcb_get_property_reply(
+            s_connection,
+            xcb_get_property(s_connection, 0, window, icon->atom, XCB_ATOM_CARDINAL, 0, 1),
+            nullptr));
+        return value && xcb_get_property_value_length(value.get()) > 0;
+    });
 }
 
 QImage Grab(const viewer::CellWidget& cell)

@@ -97,6 +97,9 @@ void Click(const QWidget& widget);
 /// A key by its X keysym.
 void Key(unsigned keysym);
 
+/// Whether a window of any program on the display has an icon.
+bool AnyWindowHasAnIcon();
+
 /// What stands in the cell's window.
 QImage Grab(const viewer::CellWidget& cell);
 

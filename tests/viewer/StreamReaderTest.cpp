@@ -3,9 +3,8 @@
 #include "viewer/StreamReader.h"
 
 #include <cmath>
-#include <condition_variable>
 #include <cstring>
-#include <mutex>
+#include <future>
 
 #include <arpa/inet.h>
 #include <sys/socket.h>
@@ -20,6 +19,8 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include "tests/viewer/FakeNames.h"
+#include "tests/viewer/Reading.h"
 #include "tests/viewer/Server.h"
 
 extern "C" {
@@ -28,110 +29,13 @@ extern "C" {
 
 namespace {
 
+using stage::Reading;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using viewer::StreamReader;
 using viewer::StreamState;
 
 constexpr double CONST_PERIOD = 0.04;  ///< of the clips' pictures
-
-/// A reader, and what came of it.
-class Reading
-{
-public:
-    explicit Reading(const QString& source)
-        : m_reader(source, [this](const QByteArray& block) { return take(block); })
-    {
-        QObject::connect(
-            &m_reader, &StreamReader::stateChanged, &m_reader,
-            [this](StreamState state, const QString& message) {
-                const std::lock_guard<std::mutex> lock(m_mutex);
-                m_states.push_back(state);
-                m_messages.push_back(message);
-                m_changed.notify_all();
-            },
-            Qt::DirectConnection);
-        QObject::connect(
-            &m_reader, &StreamReader::opened, &m_reader,
-            [this](const viewer::StreamInfo& info) {
-                const std::lock_guard<std::mutex> lock(m_mutex);
-                m_info = info;
-            },
-            Qt::DirectConnection);
-    }
-
-    StreamReader& reader() { return m_reader; }
-
-    /// Waits for a state after the one that was waited for last; its message.
-    QString await(StreamState state)
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait(lock, [&] {
-            while (m_next < m_states.size() && m_states[m_next] != state)
-                ++m_next;
-            return m_next < m_states.size();
-        });
-        return m_messages[m_next++];
-    }
-
-    /// Waits for so many blocks of pictures.
-    void awaitPictures(std::size_t count)
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait(lock, [&] { return m_pictures >= count; });
-    }
-
-    std::size_t pictures()
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        return m_pictures;
-    }
-
-    viewer::StreamInfo info()
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        return m_info;
-    }
-
-    std::vector<StreamState> states()
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        return m_states;
-    }
-
-    QByteArray bytes()
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        return m_bytes;
-    }
-
-    void refuse(int times) { m_refusals = times; }
-
-private:
-    bool take(const QByteArray& block)
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_refusals > 0) {
-            --m_refusals;
-            return false;
-        }
-        m_bytes.append(block);
-        ++m_pictures;
-        m_changed.notify_all();
-        return true;
-    }
-
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    QByteArray m_bytes;
-    std::size_t m_pictures = 0;
-    std::vector<StreamState> m_states;
-    std::vector<QString> m_messages;
-    std::size_t m_next = 0;
-    viewer::StreamInfo m_info;
-    int m_refusals = 0;
-    StreamReader m_reader;  // last, so that it ends first
-};
 
 /// The times of the pictures in a Matroska stream, in seconds.
 std::vector<double> TimesIn(const QByteArray& bytes)
@@ -199,6 +103,7 @@ TEST(StreamReader, LosesNothingWhenTheSinkIsFull)
     reading.reader().start();
     reading.await(StreamState::Ended);
     EXPECT_EQ(TimesIn(reading.bytes()).size(), 10U);
+    EXPECT_EQ(reading.ends(), 1);
 }
 
 TEST(StreamReader, BeginsAgainAfterTheEnd)
@@ -210,6 +115,7 @@ TEST(StreamReader, BeginsAgainAfterTheEnd)
     reading.reader().stop();
     const std::vector<StreamState> states = reading.states();
     EXPECT_EQ(std::count(states.begin(), states.end(), StreamState::Ended), 0);
+    EXPECT_EQ(reading.ends(), 0);
 }
 
 TEST(StreamReader, LetsAPausedFileGoOnByOnePictureForAStep)
@@ -301,12 +207,32 @@ TEST(StreamReader, TellsOfVideoThatCannotBeShown)
     }
 }
 
+TEST(StreamReader, DoesNotTryAServersFileAgainThatCannotBeShown)
+{
+    const QTemporaryDir folder;
+    const std::pair<QStringList, const char*> clips[] = {
+        {{"testsrc=size=64x64:duration=0.2", "-c:v", "mpeg4"}, "Its video is mpeg4; H.264"},
+        {{"sine=duration=0.2"}, "no video"}};
+    for (const auto& [made, words] : clips) {
+        const QString clip = folder.filePath(made.first().section('=', 0, 0) + ".mkv");
+        QProcess::execute("ffmpeg", QStringList{"-v", "error", "-f", "lavfi", "-i"} + made +
+                                        QStringList{clip});
+        const stage::Server server({FISHEYE_HTTP_SERVER, clip});
+        ASSERT_GT(server.port(), 0);
+        Reading reading(QString("http://127.0.0.1:%1/room.mkv").arg(server.port()));
+        reading.reader().start();
+        EXPECT_THAT(reading.awaitEnd().toStdString(), HasSubstr(words));
+        EXPECT_THAT(reading.states(), ElementsAre(StreamState::Connecting, StreamState::Failed));
+    }
+}
+
 TEST(StreamReader, TellsOfAnAddressFromWhichNothingComes)
 {
     Reading reading("udp://127.0.0.1:0");
+    reading.reader().setSilenceLimit(0.25);
     reading.reader().start();
     EXPECT_THAT(reading.await(StreamState::Reconnecting).toStdString(),
-                HasSubstr("Nothing has come from it for 10 seconds"));
+                HasSubstr("Nothing has come from it for 0.25 seconds"));
 }
 
 TEST(StreamReader, TellsOfACameraDeviceThatIsNotThereAndTriesItAgain)
@@ -342,6 +268,34 @@ TEST(StreamReader, DoesNotWaitForACameraThatAcceptsAndSaysNothing)
         EXPECT_THAT(reading.states(), ElementsAre(StreamState::Connecting)) << scheme;
     }
     ::close(listening);
+}
+
+TEST(StreamReader, DoesNotWaitForANameServerThatDoesNotAnswer)
+{
+    struct Told
+    {
+        std::promise<void> gone;
+        ~Told() { gone.set_value(); }
+    };
+    auto told = std::make_shared<Told>();
+    std::future<void> threadsAreGone = told->gone.get_future();
+    constexpr int CONST_MANY = 30;  // which take a second together, and not each
+    {
+        std::vector<std::unique_ptr<StreamReader>> readers;
+        for (int i = 0; i < CONST_MANY; ++i) {
+            readers.push_back(std::make_unique<StreamReader>(
+                QString("http://%1/room.mkv").arg(fake_names::CONST_SILENT),
+                [told](const QByteArray&) { return true; }));
+            readers.back()->start();
+        }
+        told.reset();  // the readers' threads have it until they end
+        fake_names::AwaitQuestions(CONST_MANY);
+        for (const auto& reader : readers)
+            reader->askToStop();
+    }
+    EXPECT_EQ(fake_names::Waiting(), CONST_MANY);
+    fake_names::Answer();
+    threadsAreGone.wait();
 }
 
 TEST(StreamReader, PlaysAFileFromAServerAtItsPace)

@@ -9,13 +9,18 @@
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QThreadPool>
 #include <QUrl>
 
+#include "tests/viewer/FakeCamera.h"
+#include "tests/viewer/FakeNames.h"
 #include "tests/viewer/Server.h"
 #include "tests/viewer/Stage.h"
 
 #include "viewer/CameraArea.h"
 #include "viewer/EngineExtras.h"
+
+#include <linux/videodev2.h>
 
 namespace {
 
@@ -88,6 +93,19 @@ TEST(NetworkCameras, OneThatFallsSilentHoldsUpNothing)
     EXPECT_TRUE(Await([&] { return viewer.camera().showsPictures(); }));
     // The window goes away while one of them is being opened.
     viewer.window().openSource(address);
+}
+
+TEST(NetworkCameras, WhoseNameIsNotAnsweredDoNotHoldUpTheEnd)
+{
+    const QString address = QString("rtsp://%1/room").arg(fake_names::CONST_SILENT);
+    {
+        stage::Viewer viewer(address, "quad", viewer::OverlayKind::Off, stage::Viewer::Wait::No);
+        viewer.window().openSource(address);
+        fake_names::AwaitQuestions(2);
+    }
+    QThreadPool::globalInstance()->waitForDone();  // as the program does when it ends
+    EXPECT_EQ(fake_names::Waiting(), 2);
+    fake_names::Answer();
 }
 
 /// A port of loopback that nobody has now.
@@ -181,6 +199,25 @@ TEST(Devices, ThatAreNotThereOrNoCamerasAreToldInPlainWords)
     };
     told("/dev/video9173", "no such device");
     told("/dev/null", "neither a file nor a camera");
+}
+
+TEST(Devices, WithUncompressedPicturesAreShownMissedAndShownAgain)
+{
+    QFile picture(
+        stage::Made("uncompressed.yuv", {"-i", stage::RoomClip(viewer::Mount::Ceiling), "-frames:v",
+                                         "1", "-vf", "scale=512:512", "-pix_fmt", "yuyv422"}));
+    ASSERT_TRUE(picture.open(QIODevice::ReadOnly));
+    const fake_camera::Kind kind{V4L2_PIX_FMT_YUYV, 512, 512, {picture.readAll().toStdString()}};
+    fake_camera::Plug({kind});
+    stage::Viewer viewer(fake_camera::CONST_PATH, "quad");
+    EXPECT_TRUE(stage::ShowsTheTruth(viewer, 0));
+    fake_camera::Unplug();
+    EXPECT_TRUE(Await([&] { return viewer.camera().trouble().contains("unplugged"); }));
+    const auto shown = [&] { return viewer::extras::FiguresOf(viewer.camera().player())->llShown; };
+    const auto before = shown();
+    fake_camera::Plug({kind});
+    EXPECT_TRUE(Await([&] { return shown() > before + 5; }));
+    EXPECT_TRUE(viewer.camera().trouble().isEmpty());
 }
 
 }  // namespace

@@ -21,9 +21,9 @@ warnings=$(LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -E UTF-8 -l -Tutf8 -Z "$pag
 }
 
 # Every option of the program, and no other, is in the manual.
-"$viewer" --help | grep -oE -- '--[a-z]+' | sort -u >told
-sed 's/\\-/-/g' "$page" | grep -oE '^\.B[IR] .*--[a-z]+' | grep -oE -- '--[a-z]+' | sort -u >written
-diff told written
+told=$("$viewer" --help | grep -oE -- '--[a-z]+' | sort -u)
+written=$(sed 's/\\-/-/g' "$page" | grep -oE '^\.B[IR] .*--[a-z]+' | grep -oE -- '--[a-z]+' | sort -u)
+diff <(echo "$told") <(echo "$written")
 
 [ "$("$viewer" --version)" = "fisheye-viewer $3" ]
 for words in "--layout nonsense" "--mount shelf" "--overlay dotted" "--after never" "--unknown"; do

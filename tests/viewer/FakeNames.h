@@ -1,0 +1,18 @@
+#pragma once
+
+/// A name server that does not answer, for one name. The library is linked before the C library and
+/// stands before its getaddrinfo().
+namespace fake_names {
+
+constexpr const char* CONST_SILENT = "silent.invalid";
+
+/// Waits until so many ask for the silent name.
+void AwaitQuestions(int count);
+
+/// Who asks now and has got no answer.
+int Waiting();
+
+/// Answers all who ask now that there is no such name.
+void Answer();
+
+}  // namespace fake_names
