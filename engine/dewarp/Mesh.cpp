@@ -262,8 +262,8 @@ void Mesh::InterpolateNodeRow(RowMapping mapping, int row, int spacing)
     const std::ptrdiff_t line = m_nodeColumns;
     for (std::int32_t* const nodes : {m_nodeX.data(), m_nodeY.data()}) {
         std::int32_t* const out = nodes + row * line;
-        m_kernels.halfway(halfway.Lines(out - spacing / 2 * line, spacing * line), m_nodeColumns,
-                          out, failed);
+        BestKernels().halfway(halfway.Lines(out - spacing / 2 * line, spacing * line),
+                              m_nodeColumns, out, failed);
     }
     AskFailed(mapping, row, 0, 1, m_nodeColumns);
 }
@@ -299,8 +299,8 @@ void Mesh::InterpolateAcross(std::int32_t* nodes, int known, int spacing)
         // In the middle of the row all is there for each of them.
         const int last = halfway.before && halfway.behind ? known - 2 - halfway.reach : first;
         if (halfway.enough)
-            m_kernels.halfway(halfway.Lines(apart + first, 1), last - first + 1, between + first,
-                              failed + first);
+            BestKernels().halfway(halfway.Lines(apart + first, 1), last - first + 1,
+                                  between + first, failed + first);
         else
             failed[first] = -1;
         first = last + 1;
@@ -351,21 +351,21 @@ void Mesh::LookAtNodes(int tileRow)
 {
     const std::ptrdiff_t line = m_nodeColumns;
     const std::ptrdiff_t start = 2 * tileRow * line;
-    m_kernels.findBounds(&m_nodeX[start], m_nodeColumns, m_scratch[kLeastX].data(),
-                         m_scratch[kMostX].data());
-    m_kernels.findBounds(&m_nodeY[start], m_nodeColumns, m_scratch[kLeastY].data(),
-                         m_scratch[kMostY].data());
+    BestKernels().findBounds(&m_nodeX[start], m_nodeColumns, m_scratch[kLeastX].data(),
+                             m_scratch[kMostX].data());
+    BestKernels().findBounds(&m_nodeY[start], m_nodeColumns, m_scratch[kLeastY].data(),
+                             m_scratch[kMostY].data());
     std::int32_t* const across = m_scratch[kRoughAcross].data();
     std::int32_t* const down = m_scratch[kRoughDown].data();
     std::fill_n(across, m_nodeColumns, 0);
     std::fill_n(down, m_nodeColumns, 0);
     for (const std::int32_t* const nodes : {m_nodeX.data(), m_nodeY.data()}) {
         for (int row = 0; row < 3; ++row)
-            m_kernels.markRough(nodes + start + row * line, 1, m_nodeColumns - 3, across);
+            BestKernels().markRough(nodes + start + row * line, 1, m_nodeColumns - 3, across);
         if (tileRow > 0)
-            m_kernels.markRough(nodes + start - line, line, m_nodeColumns, down);
+            BestKernels().markRough(nodes + start - line, line, m_nodeColumns, down);
         if (tileRow + 1 < m_tileRows)
-            m_kernels.markRough(nodes + start, line, m_nodeColumns, down);
+            BestKernels().markRough(nodes + start, line, m_nodeColumns, down);
     }
 }
 
@@ -567,7 +567,7 @@ private:
         part.near = WithinReach(patch) &&
                     m_mesh.NearEverywhere(patch, m_left + 4 * column, m_top + 4 * row, m_mapping);
         if (part.near)
-            m_mesh.m_kernels.expand(patch, 8, 7, 7, part.places.x, part.places.y);
+            BestKernels().expand(patch, 8, 7, 7, part.places.x, part.places.y);
     }
 
     const Mesh& m_mesh;

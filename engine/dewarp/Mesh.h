@@ -196,7 +196,6 @@ private:
                   const Tile& tile, int columns, int rows, std::uint8_t* pixels,
                   std::ptrdiff_t line, bool stream) const;
 
-    const Kernels& m_kernels = BestKernels();
     int m_width = 0;
     int m_height = 0;
     int m_sourceWidth = 0;
