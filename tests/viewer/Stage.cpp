@@ -122,6 +122,33 @@ void MovePointer(int x, int y)
         Fake(XCB_MOTION_NOTIFY, 0, x, y);
 }
 
+/// A key of the keyboard, and whether a symbol comes with Shift.
+struct Stroke
+{
+    std::uint8_t code;
+    bool shifted;
+};
+
+Stroke KeyOf(unsigned keysym)
+{
+    const xcb_setup_t& setup = *xcb_get_setup(s_connection);
+    const auto count = static_cast<std::uint8_t>(setup.max_keycode - setup.min_keycode + 1);
+    const Reply<xcb_get_keyboard_mapping_reply_t> map(xcb_get_keyboard_mapping_reply(
+        s_connection, xcb_get_keyboard_mapping(s_connection, setup.min_keycode, count), nullptr));
+    const xcb_keysym_t* const symbols = xcb_get_keyboard_mapping_keysyms(map.get());
+    for (int level = 0; level < 2; ++level)
+        for (int i = 0; i < count; ++i)
+            if (symbols[i * map->keysyms_per_keycode + level] == keysym)
+                return {static_cast<std::uint8_t>(setup.min_keycode + i), 1 == level};
+    throw std::runtime_error("no such key");
+}
+
+void FakeKey(std::uint8_t type, std::uint8_t code)
+{
+    xcb_test_fake_input(s_connection, type, code, XCB_CURRENT_TIME, s_root, 0, 0, 0);
+    xcb_flush(s_connection);
+}
+
 }  // namespace
 
 bool StartDisplay()
@@ -321,22 +348,34 @@ void DoubleClick(const viewer::CellWidget& cell, QPointF at)
     Release();
 }
 
-void Key(unsigned keysym)
+void Hold(unsigned keysym)
 {
-    const xcb_setup_t& setup = *xcb_get_setup(s_connection);
-    const auto count = static_cast<std::uint8_t>(setup.max_keycode - setup.min_keycode + 1);
-    const Reply<xcb_get_keyboard_mapping_reply_t> map(xcb_get_keyboard_mapping_reply(
-        s_connection, xcb_get_keyboard_mapping(s_connection, setup.min_keycode, count), nullptr));
-    const xcb_keysym_t* const symbols = xcb_get_keyboard_mapping_keysyms(map.get());
-    for (int i = 0; i < count; ++i) {
-        if (symbols[i * map->keysyms_per_keycode] != keysym)
-            continue;
-        const auto code = static_cast<std::uint8_t>(setup.min_keycode + i);
-        xcb_test_fake_input(s_connection, XCB_KEY_PRESS, code, XCB_CURRENT_TIME, s_root, 0, 0, 0);
-        xcb_test_fake_input(s_connection, XCB_KEY_RELEASE, code, XCB_CURRENT_TIME, s_root, 0, 0, 0);
-        xcb_flush(s_connection);
-        return;
-    }
+    FakeKey(XCB_KEY_PRESS, KeyOf(keysym).code);
+}
+
+void LetGo(unsigned keysym)
+{
+    FakeKey(XCB_KEY_RELEASE, KeyOf(keysym).code);
+}
+
+void Key(unsigned keysym, const std::vector<unsigned>& held)
+{
+    const Stroke stroke = KeyOf(keysym);
+    std::vector<unsigned> around = held;
+    if (stroke.shifted)
+        around.push_back(CONST_KEY_SHIFT);
+    for (const unsigned key : around)
+        Hold(key);
+    FakeKey(XCB_KEY_PRESS, stroke.code);
+    FakeKey(XCB_KEY_RELEASE, stroke.code);
+    for (const unsigned key : around)
+        LetGo(key);
+}
+
+void Type(const char* text)
+{
+    for (; '\0' != *text; ++text)
+        Key(static_cast<unsigned char>(*text));  // whose keysyms are their codes
 }
 
 QImage Grab(const viewer::CellWidget& cell)

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -94,8 +95,16 @@ void Wheel(const viewer::CellWidget& cell, QPointF at, int notches);
 void DoubleClick(const viewer::CellWidget& cell, QPointF at);
 /// A click in the middle of any widget that can be seen.
 void Click(const QWidget& widget);
-/// A key by its X keysym.
-void Key(unsigned keysym);
+/// Keys by their X keysyms; throws where the keyboard has none. Nothing is awaited.
+void Hold(unsigned keysym);
+void LetGo(unsigned keysym);
+/// A key while others are held. What it gives only with Shift is typed with it.
+void Key(unsigned keysym, const std::vector<unsigned>& held = {});
+/// Latin letters, digits and signs, one after the other.
+void Type(const char* text);
+
+constexpr unsigned CONST_KEY_SHIFT = 0xffe1;
+constexpr unsigned CONST_KEY_CONTROL = 0xffe3;
 
 /// What stands in the cell's window.
 QImage Grab(const viewer::CellWidget& cell);
