@@ -3,11 +3,14 @@
 
 #include <QFile>
 #include <QProcess>
+#include <QSettings>
 #include <QTemporaryDir>
 
 #include "tests/viewer/Stage.h"
 
+#include "viewer/CameraSettings.h"
 #include "viewer/Scene.h"
+#include "viewer/WindowPicture.h"
 
 namespace {
 
@@ -60,6 +63,83 @@ TEST(Program, FailsAndSaysWhyWhereThereIsNothingToShowOrNowhereToWrite)
         EXPECT_TRUE(run.said.contains(one.words)) << run.said.toStdString();
         EXPECT_FALSE(QFile::exists(one.out));
     }
+}
+
+/// Pixels of a colour in a picture.
+int Count(const QImage& picture, const QColor& colour)
+{
+    int count = 0;
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x)
+            count += picture.pixel(x, y) == colour.rgb() ? 1 : 0;
+    return count;
+}
+
+/// The viewer as somebody starts it, who has a folder of his own for its settings.
+class RunningViewer
+{
+public:
+    RunningViewer(const QTemporaryDir& settings, const QString& source)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("XDG_CONFIG_HOME", settings.path());
+        m_program.setProcessEnvironment(environment);
+        m_program.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_program.start(FISHEYE_VIEWER, {source});
+        EXPECT_TRUE(stage::Await([this] { return window() != 0; }));
+    }
+    ~RunningViewer()
+    {
+        m_program.kill();  // if it is still there
+        m_program.waitForFinished(-1);
+    }
+
+    WId window() { return stage::WindowOf(m_program.processId()); }
+
+    /// Waits for the frames of so many views, no less and no more.
+    bool comesToShow(int views)
+    {
+        static const QColor CONST_COLOURS[] = {"#ff5a5a", "#52d273", "#5aa9ff", "#ffd23f",
+                                               "#ff7bd5", "#3fe0d0", "#ff9a3c", "#b48cff"};
+        return stage::Await([&] {
+            const QImage picture = viewer::PictureOf(window());
+            int shown = 0;
+            for (const QColor& colour : CONST_COLOURS)
+                shown += Count(picture, colour) > 100 ? 1 : 0;
+            return shown == views;
+        });
+    }
+
+    /// The exit code, once it has left by itself.
+    int left()
+    {
+        stage::Await([this] { return QProcess::NotRunning == m_program.state(); });
+        return QProcess::NormalExit == m_program.exitStatus() ? m_program.exitCode() : -1;
+    }
+
+private:
+    QProcess m_program;
+};
+
+TEST(Program, RemembersACameraFromOneRunToTheNextAndIsClosedWhileItPlays)
+{
+    const QTemporaryDir folder;
+    const QString clip = stage::RoomClip(viewer::Mount::Ceiling);
+    {
+        RunningViewer program(folder, clip);
+        ASSERT_TRUE(program.comesToShow(8));
+        stage::Focus(program.window());
+        stage::Key('5', {stage::CONST_KEY_CONTROL});  // fisheye + 3
+        EXPECT_TRUE(program.comesToShow(3));
+        stage::Key('q', {stage::CONST_KEY_CONTROL});
+        EXPECT_EQ(program.left(), 0);
+    }
+    QSettings store(folder.filePath("fisheye-viewer/fisheye-viewer.ini"), QSettings::IniFormat);
+    EXPECT_EQ(viewer::LoadCamera(store, clip).layout, "fisheye+3");
+    RunningViewer program(folder, clip);
+    EXPECT_TRUE(program.comesToShow(3));
+    stage::AskToClose(program.window());
+    EXPECT_EQ(program.left(), 0);
 }
 
 /// What comes of the built-in scene where this script is the program that makes it.

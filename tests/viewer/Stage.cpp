@@ -122,6 +122,15 @@ void MovePointer(int x, int y)
         Fake(XCB_MOTION_NOTIFY, 0, x, y);
 }
 
+xcb_atom_t Atom(const std::string& name)
+{
+    const Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
+        s_connection,
+        xcb_intern_atom(s_connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str()),
+        nullptr));
+    return atom->atom;
+}
+
 /// A key of the keyboard, and whether a symbol comes with Shift.
 struct Stroke
 {
@@ -376,6 +385,46 @@ void Type(const char* text)
 {
     for (; '\0' != *text; ++text)
         Key(static_cast<unsigned char>(*text));  // whose keysyms are their codes
+}
+
+WId WindowOf(qint64 process)
+{
+    const xcb_atom_t pid = Atom("_NET_WM_PID");
+    const Reply<xcb_query_tree_reply_t> tree(
+        xcb_query_tree_reply(s_connection, xcb_query_tree(s_connection, s_root), nullptr));
+    for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
+        const xcb_window_t window = xcb_query_tree_children(tree.get())[i];
+        const Reply<xcb_get_window_attributes_reply_t> state(xcb_get_window_attributes_reply(
+            s_connection, xcb_get_window_attributes(s_connection, window), nullptr));
+        const Reply<xcb_get_property_reply_t> owner(xcb_get_property_reply(
+            s_connection, xcb_get_property(s_connection, 0, window, pid, XCB_ATOM_CARDINAL, 0, 1),
+            nullptr));
+        if (state && XCB_MAP_STATE_VIEWABLE == state->map_state && owner &&
+            xcb_get_property_value_length(owner.get()) == 4 &&
+            *static_cast<const std::uint32_t*>(xcb_get_property_value(owner.get())) == process)
+            return window;
+    }
+    return 0;
+}
+
+void Focus(WId window)
+{
+    xcb_set_input_focus(s_connection, XCB_INPUT_FOCUS_PARENT, static_cast<xcb_window_t>(window),
+                        XCB_CURRENT_TIME);
+    xcb_flush(s_connection);
+}
+
+void AskToClose(WId window)
+{
+    xcb_client_message_event_t event{};
+    event.response_type = XCB_CLIENT_MESSAGE;
+    event.format = 32;
+    event.window = static_cast<xcb_window_t>(window);
+    event.type = Atom("WM_PROTOCOLS");
+    event.data.data32[0] = Atom("WM_DELETE_WINDOW");
+    xcb_send_event(s_connection, 0, event.window, XCB_EVENT_MASK_NO_EVENT,
+                   reinterpret_cast<const char*>(&event));
+    xcb_flush(s_connection);
 }
 
 QImage Grab(const viewer::CellWidget& cell)

@@ -106,6 +106,13 @@ void Type(const char* text);
 constexpr unsigned CONST_KEY_SHIFT = 0xffe1;
 constexpr unsigned CONST_KEY_CONTROL = 0xffe3;
 
+/// The window that a program shows, by its process; 0 while there is none.
+WId WindowOf(qint64 process);
+/// Lets a window have the keys.
+void Focus(WId window);
+/// Asks it to close, as its frame's button does.
+void AskToClose(WId window);
+
 /// What stands in the cell's window.
 QImage Grab(const viewer::CellWidget& cell);
 
