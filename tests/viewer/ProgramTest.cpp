@@ -1,4 +1,6 @@
 // The program itself, as a script runs it: a picture of its window, and how it leaves.
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include <QFile>
@@ -29,16 +31,59 @@ Outcome RunViewer(const QStringList& arguments)
             QString::fromLocal8Bit(program.readAllStandardError())};
 }
 
+/// Pixels of a colour in a picture.
+int Count(const QImage& picture, const QColor& colour)
+{
+    int count = 0;
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x)
+            count += picture.pixel(x, y) == colour.rgb() ? 1 : 0;
+    return count;
+}
+
+/// The square in the middle of a picture.
+QImage SquareOf(const QImage& picture)
+{
+    const int side = std::min(picture.width(), picture.height());
+    return picture.copy((picture.width() - side) / 2, (picture.height() - side) / 2, side, side);
+}
+
+/// The part of a picture of the window where a cell stands in a window that is like it.
+QImage PartOf(const QImage& picture, const viewer::CellWidget& cell)
+{
+    return picture.copy({cell.mapTo(cell.window(), QPoint(0, 0)), cell.size()});
+}
+
 TEST(Program, LeavesWithAPictureOfItsWindow)
 {
     const QTemporaryDir folder;
     const QString out = folder.filePath("window.png");
-    const Outcome run = RunViewer({"--layout", "fisheye+3", "--overlay", "traced", "--snapshot",
-                                   out, "--after", "0.5", stage::RoomClip(viewer::Mount::Ceiling)});
+    const Outcome run =
+        RunViewer({"--layout", "fisheye+3", "--overlay", "traced", "--mount", "wall", "--snapshot",
+                   out, "--after", "0.5", stage::RoomClip(viewer::Mount::Wall)});
     EXPECT_EQ(run.code, 0) << run.said.toStdString();
     const QImage picture(out);
-    EXPECT_GT(picture.width(), 1000);
-    EXPECT_TRUE(picture.allGray() == false);
+    stage::Viewer like(viewer::Mount::Wall, "fisheye+3", viewer::OverlayKind::Traced);
+    ASSERT_EQ(picture.size(), like.window().size());
+    const QImage fisheye = PartOf(picture, like.cell("main"));
+    optics::ViewParameters round;
+    round.eMount = optics::Mount::Wall;
+    EXPECT_GT(stage::Likeness(SquareOf(fisheye), round, viewer::Mount::Wall), stage::CONST_RIGHT);
+    const char* const colours[] = {"#ff5a5a", "#52d273", "#5aa9ff", "#ffd23f"};
+    for (int i = 0; i < 3; ++i) {
+        const QImage view = PartOf(picture, like.cell("view", i));
+        for (int other = 0; other < 3; ++other) {
+            const double alike = stage::Likeness(view, stage::ViewOf(like.camera(), other, view),
+                                                 viewer::Mount::Wall);
+            if (other == i)
+                EXPECT_GT(alike, stage::CONST_RIGHT) << i;
+            else
+                EXPECT_LT(alike, stage::CONST_RIGHT - 0.08) << i << " is like " << other;
+        }
+        EXPECT_GT(stage::Traced(fisheye, like, i, "main", colours[i]), 0.9) << i;
+        EXPECT_GT(Count(view, colours[i]), 4 * view.width()) << i;  // its frame
+    }
+    EXPECT_EQ(Count(picture, colours[3]), 0);
 }
 
 TEST(Program, FailsAndSaysWhyWhereThereIsNothingToShowOrNowhereToWrite)
@@ -63,16 +108,6 @@ TEST(Program, FailsAndSaysWhyWhereThereIsNothingToShowOrNowhereToWrite)
         EXPECT_TRUE(run.said.contains(one.words)) << run.said.toStdString();
         EXPECT_FALSE(QFile::exists(one.out));
     }
-}
-
-/// Pixels of a colour in a picture.
-int Count(const QImage& picture, const QColor& colour)
-{
-    int count = 0;
-    for (int y = 0; y < picture.height(); ++y)
-        for (int x = 0; x < picture.width(); ++x)
-            count += picture.pixel(x, y) == colour.rgb() ? 1 : 0;
-    return count;
 }
 
 /// The viewer as somebody starts it, who has a folder of his own for its settings.

@@ -521,8 +521,13 @@ double Apart(QPointF a, QPointF b)
 
 double Traced(Viewer& viewer, int number, const QString& name, const QColor& colour)
 {
+    return Traced(Grab(viewer.cell(name)), viewer, number, name, colour);
+}
+
+double Traced(const QImage& image, Viewer& viewer, int number, const QString& name,
+              const QColor& colour)
+{
     const viewer::CellWidget& cell = viewer.cell(name);
-    const QImage image = Grab(cell);
     const viewer::PtzView view = Now(viewer, number);
     int hits = 0;
     int all = 0;

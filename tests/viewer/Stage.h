@@ -139,5 +139,8 @@ double Apart(QPointF a, QPointF b);
 /// How much of a view's border has a line of its colour on the picture in the cell "main" (fisheye)
 /// or "panorama" (unturned): 0..1.
 double Traced(Viewer& viewer, int number, const QString& cell, const QColor& colour);
+/// The same, of a picture of that cell.
+double Traced(const QImage& image, Viewer& viewer, int number, const QString& cell,
+              const QColor& colour);
 
 }  // namespace stage
