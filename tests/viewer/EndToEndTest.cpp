@@ -91,18 +91,6 @@ TEST(Gestures, AnOutlineLeadsItsViewToWhereItIsDragged)
     EXPECT_TRUE(ShowsTheTruth(viewer, 2));
 }
 
-TEST(Gestures, OnThePanoramaAnOutlineLeadsItsViewToo)
-{
-    stage::Viewer viewer(Mount::Ceiling, "panorama+6", OverlayKind::Traced);
-    const QPointF start =
-        viewer::ToPanorama(Mount::Ceiling, viewer::FromFishEye(viewer.camera().lookOf(1)->centre));
-    const QPointF end(start.x() + 0.12, start.y() - 0.1);
-    stage::Drag(viewer.cell("panorama"), start, end);
-    const QPointF there =
-        viewer::ToPanorama(Mount::Ceiling, viewer::FromFishEye(viewer.camera().lookOf(1)->centre));
-    EXPECT_LT(Apart(there, end), 0.02);
-}
-
 TEST(Outlines, LieWhereTheViewLooksAlsoAfterADrag)
 {
     stage::Viewer viewer(Mount::Ceiling, "fisheye+3", OverlayKind::Traced);
@@ -226,42 +214,6 @@ TEST(Outlines, LieOnThePanoramaAndOnTheFisheyeWhereBothAreShown)
     EXPECT_LT(Apart(there, start + QPointF(0.1, 0.05)), 0.02);
     EXPECT_TRUE(Await([&] { return stage::Traced(viewer, 0, "panorama", red) > 0.9; }));
     EXPECT_TRUE(Await([&] { return stage::Traced(viewer, 0, "main", red) > 0.9; }));
-}
-
-/// Pixels of a colour in a part of the panorama's width.
-int Coloured(stage::Viewer& viewer, const QColor& colour, double left, double right)
-{
-    const QImage image = stage::Grab(viewer.cell("panorama"));
-    int count = 0;
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = int(left * image.width()); x < int(right * image.width()); ++x)
-            count += image.pixelColor(x, y) == colour ? 1 : 0;
-    return count;
-}
-
-TEST(Outlines, OverTheSeamOfThePanoramaAreNeverALineAcross)
-{
-    const QColor red("#ff5a5a");
-    for (const char* const layout : {"panorama+6", "panorama+fisheye+4"}) {
-        for (const OverlayKind kind : {OverlayKind::Traced, OverlayKind::Square}) {
-            stage::Viewer viewer(Mount::Ceiling, layout, kind);
-            for (int i = 1; i < viewer.camera().viewCount(); ++i)  // out of the way
-                viewer.camera().turnTo(i, {{0.5, 0.75}, 500});
-            viewer.camera().turnTo(0, {{0.5, 0.2}, 5000});    // the seam in its middle
-            const bool traced = OverlayKind::Traced == kind;  // the manager cuts squares off there
-            EXPECT_TRUE(Await([&] {
-                const int left = Coloured(viewer, red, 0.0, 0.2);
-                const int right = Coloured(viewer, red, 0.8, 1.0);
-                return traced ? left > 20 && right > 20 : left + right > 20;
-            })) << layout;
-            EXPECT_EQ(Coloured(viewer, red, 0.3, 0.7), 0) << layout;
-            // Turned by half a panorama it is whole, and there is nothing at the seam.
-            stage::Drag(viewer.cell("panorama"), {0.25, 0.1}, {0.75, 0.1});
-            EXPECT_TRUE(Await([&] {
-                return Coloured(viewer, red, 0.3, 0.7) > 40 && 0 == Coloured(viewer, red, 0.0, 0.2);
-            })) << layout;
-        }
-    }
 }
 
 TEST(Outlines, BeyondTheNumberOfCamerasThatCanHaveThemAreMissedAloud)
