@@ -310,9 +310,14 @@ void MoveTo(const viewer::CellWidget& cell, QPointF at)
 
 void Click(const QWidget& widget)
 {
-    const QPoint middle = widget.mapToGlobal(widget.rect().center());
+    ClickAt(widget, widget.rect().center());
+}
+
+void ClickAt(const QWidget& widget, QPoint place)
+{
+    const QPoint onScreen = widget.mapToGlobal(place);
     const double ratio = widget.devicePixelRatioF();
-    MovePointer(static_cast<int>(middle.x() * ratio), static_cast<int>(middle.y() * ratio));
+    MovePointer(static_cast<int>(onScreen.x() * ratio), static_cast<int>(onScreen.y() * ratio));
     Press();
     Release();
 }

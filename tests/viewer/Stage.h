@@ -95,6 +95,8 @@ void Wheel(const viewer::CellWidget& cell, QPointF at, int notches);
 void DoubleClick(const viewer::CellWidget& cell, QPointF at);
 /// A click in the middle of any widget that can be seen.
 void Click(const QWidget& widget);
+/// The same at a place of it.
+void ClickAt(const QWidget& widget, QPoint place);
 /// Keys by their X keysyms; throws where the keyboard has none. Nothing is awaited.
 void Hold(unsigned keysym);
 void LetGo(unsigned keysym);
