@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the named groups need, and nothing that is there already.
 #   scripts/install-packages.sh GROUP...
+#   scripts/install-packages.sh --missing GROUP...    names them instead
 set -euo pipefail
 
 # One line for each group: what its part of the tree is built or run with.
@@ -19,6 +20,11 @@ declare -A packages=(
     [bench]="libbenchmark-dev libavfilter-dev libopencv-dev"
 )
 
+only_name=false
+[ "${1:-}" != --missing ] || {
+    only_name=true
+    shift
+}
 wanted=()
 for group in "$@"; do
     [ -n "${packages[$group]:-}" ] || {
@@ -34,6 +40,10 @@ for name in $(printf '%s\n' "${wanted[@]}" | sort -u); do
     dpkg-query -W -f '${Status}' "$name" 2>/dev/null | grep -q 'ok installed' || missing+=("$name")
 done
 [ ${#missing[@]} -gt 0 ] || exit 0
+$only_name && {
+    echo "${missing[*]}"
+    exit 0
+}
 
 as_root=()
 [ "$(id -u)" -eq 0 ] || as_root=(sudo)

@@ -1,5 +1,6 @@
 #include "viewer/LensDialog.h"
 
+#include <algorithm>
 #include <cmath>
 #include <tuple>
 
@@ -27,6 +28,14 @@ constexpr int CONST_KANNALA_BRANDT = 4;
 constexpr int CONST_FOLLOW_MS = 200;  ///< between looks at what the engine has found
 constexpr double CONST_LARGEST_PIXEL = 16384.0;
 
+/// What a field says, or, where that is what it was filled with cut to fit, the whole of it.
+double NumberIn(const QDoubleSpinBox& field, double filled)
+{
+    const double shown = std::clamp(filled, field.minimum(), field.maximum());
+    const double lastPlace = std::pow(10.0, -field.decimals());
+    return std::abs(field.value() - shown) < 0.51 * lastPlace ? filled : field.value();
+}
+
 }  // namespace
 
 LensDialog::LensDialog(CameraWidget& camera) : QDialog(&camera), m_camera(camera)
@@ -49,6 +58,7 @@ LensDialog::LensDialog(CameraWidget& camera) : QDialog(&camera), m_camera(camera
         box->setRange(low, high);
         box->setDecimals(decimals);
         box->setSuffix(unit);
+        box->setKeyboardTracking(false);  // half a number is no lens
         connect(box, qOverload<double>(&QDoubleSpinBox::valueChanged), this, &LensDialog::apply);
         form->addRow(label, box);
         return box;
@@ -119,15 +129,15 @@ void LensDialog::apply()
         return;
     RvLens lens = m_lens;
     lens.iModel = m_model->currentIndex();
-    lens.dFieldOfView = m_fieldOfView->value();
-    lens.dCentreX = m_centreX->value();
-    lens.dCentreY = m_centreY->value();
-    lens.dCircleRadius = m_radius->value();
+    lens.dFieldOfView = NumberIn(*m_fieldOfView, lens.dFieldOfView);
+    lens.dCentreX = NumberIn(*m_centreX, lens.dCentreX);
+    lens.dCentreY = NumberIn(*m_centreY, lens.dCentreY);
+    lens.dCircleRadius = NumberIn(*m_radius, lens.dCircleRadius);
     const bool polynomial = CONST_KANNALA_BRANDT == lens.iModel;
-    lens.dFocalX = polynomial && 0.0 != lens.dFocalX ? m_focalX->value() : 0.0;
-    lens.dFocalY = polynomial && 0.0 != lens.dFocalY ? m_focalY->value() : 0.0;
+    lens.dFocalX = polynomial && 0.0 != lens.dFocalX ? NumberIn(*m_focalX, lens.dFocalX) : 0.0;
+    lens.dFocalY = polynomial && 0.0 != lens.dFocalY ? NumberIn(*m_focalY, lens.dFocalY) : 0.0;
     for (std::size_t i = 0; i < m_k.size(); ++i)
-        lens.adK[i] = polynomial ? m_k[i]->value() : 0.0;
+        lens.adK[i] = polynomial ? NumberIn(*m_k[i], lens.adK[i]) : 0.0;
     m_camera.chooseLens(lens);
     fill(extras::LensOf(m_camera.player()).value_or(lens));
 }
@@ -177,6 +187,7 @@ void LensDialog::accept()
 
 void LensDialog::reject()
 {
+    m_filling = true;  // a number that is not done is when its field goes, and no change any more
     m_camera.chooseLens(m_camera.lastingSettings().lens);
     m_camera.editCircle(false);
     QDialog::reject();

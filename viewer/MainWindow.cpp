@@ -582,11 +582,15 @@ void MainWindow::showKeys()
            "Drag an outline on the fisheye picture or panorama: that view goes there.<br>"
            "Drag a panorama or 180 view: it turns.<br>"
            "Double click: one cell in the whole window, and back.</p><p><b>Keys</b><br>");
-    for (const QAction* const action : actions())
-        if (!action->shortcut().isEmpty())
+    for (const QAction* const action : actions()) {
+        QStringList keys;
+        for (const QKeySequence& key : action->shortcuts())
+            keys.append(key.toString(QKeySequence::NativeText));
+        if (!keys.isEmpty())
             text += QString("<b>%1</b>&nbsp; %2<br>")
-                        .arg(action->shortcut().toString(QKeySequence::NativeText).toHtmlEscaped(),
+                        .arg(keys.join(tr(" or ")).toHtmlEscaped(),
                              QString(action->text()).remove('&').toHtmlEscaped());
+    }
     QMessageBox::information(this, tr("Keys and gestures"), text + "</p>");
 }
 

@@ -10,12 +10,14 @@
 #include <QDoubleSpinBox>
 #include <QFile>
 #include <QFileDialog>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QSlider>
 #include <QStatusBar>
@@ -198,6 +200,83 @@ TEST(Playing, AFileThatHasEndedIsReopenedFromItsStart)
     viewer.camera().reopen();
     EXPECT_LT(viewer.camera().position(), 1.0);
     EXPECT_TRUE(Await([&] { return viewer.camera().showsPictures(); }));
+}
+
+/// What the status line says of the pictures; empty where it says nothing.
+QString Figures(stage::Viewer& viewer)
+{
+    const auto labels = viewer.window().statusBar()->findChildren<QLabel*>();
+    return labels.isEmpty() ? QString() : labels.last()->text();
+}
+
+struct Clip
+{
+    const char* codec;  ///< as in the status line
+    const char* encoder;
+    const char* size;
+    const char* rate;
+};
+
+class StatusLines : public ::testing::TestWithParam<Clip>
+{};
+
+TEST_P(StatusLines, TellTheStreamAndHowItIsPlayed)
+{
+    const auto& [codec, encoder, size, rate] = GetParam();
+    const QString clip = stage::Made(
+        QString("figures-%1.mkv").arg(encoder),
+        {"-f", "lavfi", "-i", QString("testsrc=size=%1:rate=%2:duration=4").arg(size, rate), "-c:v",
+         encoder, "-g", "10", "-pix_fmt", "yuvj420p", "-x265-params", "log-level=error"});
+    stage::Viewer viewer(clip, "quad");
+    const QRegularExpression line(
+        "^(\\S+) (\\d+) x (\\d+)   ([\\d.]+)/s   dropped (\\d+)   decoding ([\\d.]+) ms   "
+        "drawing ([\\d.]+) ms   latency (\\d+) ms$");
+    QRegularExpressionMatch told;
+    ASSERT_TRUE(Await([&] {
+        told = line.match(Figures(viewer));
+        return told.hasMatch();
+    })) << Figures(viewer).toStdString();
+    EXPECT_EQ(told.captured(1), codec);
+    EXPECT_EQ(told.captured(2) + "x" + told.captured(3), size);
+    EXPECT_DOUBLE_EQ(told.captured(4).toDouble(), QString(rate).toDouble());
+    // Of a player that is held the figures stay, and each stands in its place.
+    viewer.camera().setPaused(true);
+    constexpr double CONST_AGES = 10000.0;  // milliseconds; none of the three comes near
+    EXPECT_TRUE(Await([&] {
+        told = line.match(Figures(viewer));
+        const RvVideoParam now = *viewer::extras::FiguresOf(viewer.camera().player());
+        return told.captured(5).toLongLong() == now.llDropped &&
+               std::abs(told.captured(6).toDouble() - now.dDecodeMs) < 0.06 &&
+               std::abs(told.captured(7).toDouble() - now.dDrawMs) < 0.06 &&
+               std::abs(told.captured(8).toDouble() - now.dLatencyMs) < 0.6 &&
+               now.dDecodeMs > 0.0 && now.dDecodeMs < CONST_AGES && now.dDrawMs > 0.0 &&
+               now.dDrawMs < CONST_AGES && now.dLatencyMs > 0.0 && now.dLatencyMs < CONST_AGES;
+    })) << Figures(viewer).toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(Codecs, StatusLines,
+                         ::testing::Values(Clip{"H264", "libx264", "320x240", "12.5"},
+                                           Clip{"HEVC", "libx265", "256x320", "30"},
+                                           Clip{"MJPEG", "mjpeg", "400x400", "10"}),
+                         [](const auto& info) { return info.param.codec; });
+
+TEST(StatusLine, CanBeTurnedOffAndOnAndIsEmptyWithoutACamera)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    const auto tells = [&] { return !Figures(viewer).isEmpty(); };
+    ASSERT_TRUE(Await(tells));
+    QAction& shown = stage::ActionOf(viewer, "Status line");
+    EXPECT_TRUE(shown.isChecked());
+    const int room = viewer.camera().height();
+    shown.trigger();
+    EXPECT_FALSE(viewer.window().statusBar()->isVisible());
+    EXPECT_TRUE(Await([&] { return viewer.camera().height() > room; }));  // the pictures get it
+    EXPECT_TRUE(Await([&] { return !tells(); }));
+    shown.trigger();
+    EXPECT_TRUE(viewer.window().statusBar()->isVisible());
+    EXPECT_TRUE(Await(tells));
+    viewer.window().cameras().closeActive();
+    EXPECT_TRUE(Await([&] { return !tells(); }));
 }
 
 TEST(FullScreen, ShowsThePicturesAloneAndComesBackAsItWas)

@@ -1,6 +1,8 @@
 // The viewer as its user has it: X events in, pictures of its windows out, held against the room
 // that the camera films.
+#include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -11,6 +13,9 @@
 #include <QTemporaryDir>
 
 #include "tests/viewer/Stage.h"
+
+#include "tools/scene/Paint.h"
+#include "tools/scene/Room.h"
 
 #include "viewer/CameraArea.h"
 #include "viewer/EngineExtras.h"
@@ -91,18 +96,6 @@ TEST(Gestures, AnOutlineLeadsItsViewToWhereItIsDragged)
     EXPECT_TRUE(ShowsTheTruth(viewer, 2));
 }
 
-TEST(Gestures, OnThePanoramaAnOutlineLeadsItsViewToo)
-{
-    stage::Viewer viewer(Mount::Ceiling, "panorama+6", OverlayKind::Traced);
-    const QPointF start =
-        viewer::ToPanorama(Mount::Ceiling, viewer::FromFishEye(viewer.camera().lookOf(1)->centre));
-    const QPointF end(start.x() + 0.12, start.y() - 0.1);
-    stage::Drag(viewer.cell("panorama"), start, end);
-    const QPointF there =
-        viewer::ToPanorama(Mount::Ceiling, viewer::FromFishEye(viewer.camera().lookOf(1)->centre));
-    EXPECT_LT(Apart(there, end), 0.02);
-}
-
 TEST(Outlines, LieWhereTheViewLooksAlsoAfterADrag)
 {
     stage::Viewer viewer(Mount::Ceiling, "fisheye+3", OverlayKind::Traced);
@@ -127,6 +120,101 @@ TEST(Pictures, ThePanoramaIsTheRoomAndNotItsMirrorImage)
         }));
         EXPECT_LT(stage::Likeness(image.mirrored(true, false), view, mount),
                   stage::Likeness(image, view, mount) - CONST_WORSE);
+    }
+}
+
+/// A word on a wall of the room, within a piece of the wall that bears nothing else.
+struct Sign
+{
+    scene::Surface wall;
+    double left;  ///< metres on the wall, to the right of somebody who faces it
+    double right;
+    double bottom;
+    double top;
+};
+
+constexpr Sign CONST_NORTH = {scene::Surface::North, -1.7, 1.9, 1.55, 2.35};
+constexpr Sign CONST_EAST = {scene::Surface::East, -0.9, 1.7, 1.55, 2.35};
+constexpr Sign CONST_WEST = {scene::Surface::West, -0.7, 1.9, 1.7, 2.5};
+
+/// Where the middle of a sign is in a view, from its left, and how much of it can be read there,
+/// 0..1: ink and wall where they are painted.
+struct Reading
+{
+    double x;
+    double right;
+    double mirrored;  ///< the same of the word seen in a mirror
+};
+
+Reading Read(const QImage& image, const optics::View& view, const Sign& sign)
+{
+    const scene::Room room(view.Parameters().eMount);
+    const auto at = [&](double across, double up) {
+        return view.Fraction(room.DirectionTo(scene::PointOn(sign.wall, {across, up}))).value();
+    };
+    const auto inked = [&](double across, double up) {
+        constexpr float CONST_DARK = 0.5f;  // between ink and wall, in red
+        return scene::PaintAt(sign.wall, scene::PointOn(sign.wall, {across, up})).fRed < CONST_DARK;
+    };
+    struct Spot
+    {
+        double red;
+        bool ink;
+        bool inkInTheMirror;
+    };
+    std::vector<Spot> spots;
+    double mean = 0.0;
+    for (double across = sign.left; across < sign.right; across += 0.02) {
+        for (double up = sign.bottom; up < sign.top; up += 0.02) {
+            const optics::Point place = at(across, up);
+            const QPoint pixel(int(place.x * image.width()), int(place.y * image.height()));
+            spots.push_back({QColor(image.pixel(pixel)).redF(), inked(across, up),
+                             inked(sign.left + sign.right - across, up)});
+            mean += spots.back().red;
+        }
+    }
+    mean /= static_cast<double>(spots.size());
+    const auto part = [&](bool Spot::*ink) {
+        return static_cast<double>(std::count_if(
+                   spots.begin(), spots.end(),
+                   [&](const Spot& spot) { return spot.*ink == (spot.red < mean); })) /
+               static_cast<double>(spots.size());
+    };
+    return {at((sign.left + sign.right) / 2.0, (sign.bottom + sign.top) / 2.0).x, part(&Spot::ink),
+            part(&Spot::inkInTheMirror)};
+}
+
+TEST(Pictures, TheRoomsSignsCanBeReadAndStandWhereTheyAre)
+{
+    const struct
+    {
+        Mount mount;
+        optics::ViewKind kind;
+        const char* layout;
+        const char* cell;
+        const Sign& sign;
+        double x;  ///< where its wall is
+    } cases[] = {
+        // The middle is the foot of the picture, south; who looks south has west on the right.
+        {Mount::Ceiling, optics::ViewKind::Panorama, "panorama", "panorama", CONST_WEST, 0.75},
+        {Mount::Ceiling, optics::ViewKind::Panorama, "panorama", "panorama", CONST_EAST, 0.25},
+        {Mount::Floor, optics::ViewKind::Panorama, "panorama", "panorama", CONST_WEST, 0.75},
+        {Mount::Floor, optics::ViewKind::Panorama, "panorama", "panorama", CONST_EAST, 0.25},
+        {Mount::Wall, optics::ViewKind::Half, "half180", "half", CONST_NORTH, 0.5}};
+    for (const auto& one : cases) {
+        stage::Viewer viewer(one.mount, one.layout);
+        optics::ViewParameters parameters;
+        parameters.eKind = one.kind;
+        parameters.eMount = stage::MountOf(one.mount);
+        const optics::View view(parameters);
+        Reading reading{};
+        EXPECT_TRUE(Await([&] {
+            reading = Read(stage::Grab(viewer.cell(one.cell)), view, one.sign);
+            return reading.right > 0.85;
+        })) << reading.right
+            << " of " << viewer::WordOf(one.mount).toStdString() << one.x;
+        EXPECT_LT(reading.mirrored, reading.right - 0.2);
+        EXPECT_NEAR(reading.x, one.x, 0.06);
     }
 }
 
@@ -226,42 +314,6 @@ TEST(Outlines, LieOnThePanoramaAndOnTheFisheyeWhereBothAreShown)
     EXPECT_LT(Apart(there, start + QPointF(0.1, 0.05)), 0.02);
     EXPECT_TRUE(Await([&] { return stage::Traced(viewer, 0, "panorama", red) > 0.9; }));
     EXPECT_TRUE(Await([&] { return stage::Traced(viewer, 0, "main", red) > 0.9; }));
-}
-
-/// Pixels of a colour in a part of the panorama's width.
-int Coloured(stage::Viewer& viewer, const QColor& colour, double left, double right)
-{
-    const QImage image = stage::Grab(viewer.cell("panorama"));
-    int count = 0;
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = int(left * image.width()); x < int(right * image.width()); ++x)
-            count += image.pixelColor(x, y) == colour ? 1 : 0;
-    return count;
-}
-
-TEST(Outlines, OverTheSeamOfThePanoramaAreNeverALineAcross)
-{
-    const QColor red("#ff5a5a");
-    for (const char* const layout : {"panorama+6", "panorama+fisheye+4"}) {
-        for (const OverlayKind kind : {OverlayKind::Traced, OverlayKind::Square}) {
-            stage::Viewer viewer(Mount::Ceiling, layout, kind);
-            for (int i = 1; i < viewer.camera().viewCount(); ++i)  // out of the way
-                viewer.camera().turnTo(i, {{0.5, 0.75}, 500});
-            viewer.camera().turnTo(0, {{0.5, 0.2}, 5000});    // the seam in its middle
-            const bool traced = OverlayKind::Traced == kind;  // the manager cuts squares off there
-            EXPECT_TRUE(Await([&] {
-                const int left = Coloured(viewer, red, 0.0, 0.2);
-                const int right = Coloured(viewer, red, 0.8, 1.0);
-                return traced ? left > 20 && right > 20 : left + right > 20;
-            })) << layout;
-            EXPECT_EQ(Coloured(viewer, red, 0.3, 0.7), 0) << layout;
-            // Turned by half a panorama it is whole, and there is nothing at the seam.
-            stage::Drag(viewer.cell("panorama"), {0.25, 0.1}, {0.75, 0.1});
-            EXPECT_TRUE(Await([&] {
-                return Coloured(viewer, red, 0.3, 0.7) > 40 && 0 == Coloured(viewer, red, 0.0, 0.2);
-            })) << layout;
-        }
-    }
 }
 
 TEST(Outlines, BeyondTheNumberOfCamerasThatCanHaveThemAreMissedAloud)

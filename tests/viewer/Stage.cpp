@@ -123,6 +123,42 @@ void MovePointer(int x, int y)
         Fake(XCB_MOTION_NOTIFY, 0, x, y);
 }
 
+xcb_atom_t Atom(const std::string& name)
+{
+    const Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
+        s_connection,
+        xcb_intern_atom(s_connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str()),
+        nullptr));
+    return atom->atom;
+}
+
+/// A key of the keyboard, and whether a symbol comes with Shift.
+struct Stroke
+{
+    std::uint8_t code;
+    bool shifted;
+};
+
+Stroke KeyOf(unsigned keysym)
+{
+    const xcb_setup_t& setup = *xcb_get_setup(s_connection);
+    const auto count = static_cast<std::uint8_t>(setup.max_keycode - setup.min_keycode + 1);
+    const Reply<xcb_get_keyboard_mapping_reply_t> map(xcb_get_keyboard_mapping_reply(
+        s_connection, xcb_get_keyboard_mapping(s_connection, setup.min_keycode, count), nullptr));
+    const xcb_keysym_t* const symbols = xcb_get_keyboard_mapping_keysyms(map.get());
+    for (int level = 0; level < 2; ++level)
+        for (int i = 0; i < count; ++i)
+            if (symbols[i * map->keysyms_per_keycode + level] == keysym)
+                return {static_cast<std::uint8_t>(setup.min_keycode + i), 1 == level};
+    throw std::runtime_error("no such key");
+}
+
+void FakeKey(std::uint8_t type, std::uint8_t code)
+{
+    xcb_test_fake_input(s_connection, type, code, XCB_CURRENT_TIME, s_root, 0, 0, 0);
+    xcb_flush(s_connection);
+}
+
 }  // namespace
 
 bool StartDisplay()
@@ -275,9 +311,14 @@ void MoveTo(const viewer::CellWidget& cell, QPointF at)
 
 void Click(const QWidget& widget)
 {
-    const QPoint middle = widget.mapToGlobal(widget.rect().center());
+    ClickAt(widget, widget.rect().center());
+}
+
+void ClickAt(const QWidget& widget, QPoint place)
+{
+    const QPoint onScreen = widget.mapToGlobal(place);
     const double ratio = widget.devicePixelRatioF();
-    MovePointer(static_cast<int>(middle.x() * ratio), static_cast<int>(middle.y() * ratio));
+    MovePointer(static_cast<int>(onScreen.x() * ratio), static_cast<int>(onScreen.y() * ratio));
     Press();
     Release();
 }
@@ -322,22 +363,74 @@ void DoubleClick(const viewer::CellWidget& cell, QPointF at)
     Release();
 }
 
-void Key(unsigned keysym)
+void Hold(unsigned keysym)
 {
-    const xcb_setup_t& setup = *xcb_get_setup(s_connection);
-    const auto count = static_cast<std::uint8_t>(setup.max_keycode - setup.min_keycode + 1);
-    const Reply<xcb_get_keyboard_mapping_reply_t> map(xcb_get_keyboard_mapping_reply(
-        s_connection, xcb_get_keyboard_mapping(s_connection, setup.min_keycode, count), nullptr));
-    const xcb_keysym_t* const symbols = xcb_get_keyboard_mapping_keysyms(map.get());
-    for (int i = 0; i < count; ++i) {
-        if (symbols[i * map->keysyms_per_keycode] != keysym)
-            continue;
-        const auto code = static_cast<std::uint8_t>(setup.min_keycode + i);
-        xcb_test_fake_input(s_connection, XCB_KEY_PRESS, code, XCB_CURRENT_TIME, s_root, 0, 0, 0);
-        xcb_test_fake_input(s_connection, XCB_KEY_RELEASE, code, XCB_CURRENT_TIME, s_root, 0, 0, 0);
-        xcb_flush(s_connection);
-        return;
+    FakeKey(XCB_KEY_PRESS, KeyOf(keysym).code);
+}
+
+void LetGo(unsigned keysym)
+{
+    FakeKey(XCB_KEY_RELEASE, KeyOf(keysym).code);
+}
+
+void Key(unsigned keysym, const std::vector<unsigned>& held)
+{
+    const Stroke stroke = KeyOf(keysym);
+    std::vector<unsigned> around = held;
+    if (stroke.shifted)
+        around.push_back(CONST_KEY_SHIFT);
+    for (const unsigned key : around)
+        Hold(key);
+    FakeKey(XCB_KEY_PRESS, stroke.code);
+    FakeKey(XCB_KEY_RELEASE, stroke.code);
+    for (const unsigned key : around)
+        LetGo(key);
+}
+
+void Type(const char* text)
+{
+    for (; '\0' != *text; ++text)
+        Key(static_cast<unsigned char>(*text));  // whose keysyms are their codes
+}
+
+WId WindowOf(qint64 process)
+{
+    const xcb_atom_t pid = Atom("_NET_WM_PID");
+    const Reply<xcb_query_tree_reply_t> tree(
+        xcb_query_tree_reply(s_connection, xcb_query_tree(s_connection, s_root), nullptr));
+    for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
+        const xcb_window_t window = xcb_query_tree_children(tree.get())[i];
+        const Reply<xcb_get_window_attributes_reply_t> state(xcb_get_window_attributes_reply(
+            s_connection, xcb_get_window_attributes(s_connection, window), nullptr));
+        const Reply<xcb_get_property_reply_t> owner(xcb_get_property_reply(
+            s_connection, xcb_get_property(s_connection, 0, window, pid, XCB_ATOM_CARDINAL, 0, 1),
+            nullptr));
+        if (state && XCB_MAP_STATE_VIEWABLE == state->map_state && owner &&
+            xcb_get_property_value_length(owner.get()) == 4 &&
+            *static_cast<const std::uint32_t*>(xcb_get_property_value(owner.get())) == process)
+            return window;
     }
+    return 0;
+}
+
+void Focus(WId window)
+{
+    xcb_set_input_focus(s_connection, XCB_INPUT_FOCUS_PARENT, static_cast<xcb_window_t>(window),
+                        XCB_CURRENT_TIME);
+    xcb_flush(s_connection);
+}
+
+void AskToClose(WId window)
+{
+    xcb_client_message_event_t event{};
+    event.response_type = XCB_CLIENT_MESSAGE;
+    event.format = 32;
+    event.window = static_cast<xcb_window_t>(window);
+    event.type = Atom("WM_PROTOCOLS");
+    event.data.data32[0] = Atom("WM_DELETE_WINDOW");
+    xcb_send_event(s_connection, 0, event.window, XCB_EVENT_MASK_NO_EVENT,
+                   reinterpret_cast<const char*>(&event));
+    xcb_flush(s_connection);
 }
 
 bool AnyWindowHasAnIcon()
@@ -452,8 +545,13 @@ double Apart(QPointF a, QPointF b)
 
 double Traced(Viewer& viewer, int number, const QString& name, const QColor& colour)
 {
+    return Traced(Grab(viewer.cell(name)), viewer, number, name, colour);
+}
+
+double Traced(const QImage& image, Viewer& viewer, int number, const QString& name,
+              const QColor& colour)
+{
     const viewer::CellWidget& cell = viewer.cell(name);
-    const QImage image = Grab(cell);
     const viewer::PtzView view = Now(viewer, number);
     int hits = 0;
     int all = 0;

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -94,8 +95,25 @@ void Wheel(const viewer::CellWidget& cell, QPointF at, int notches);
 void DoubleClick(const viewer::CellWidget& cell, QPointF at);
 /// A click in the middle of any widget that can be seen.
 void Click(const QWidget& widget);
-/// A key by its X keysym.
-void Key(unsigned keysym);
+/// The same at a place of it.
+void ClickAt(const QWidget& widget, QPoint place);
+/// Keys by their X keysyms; throws where the keyboard has none. Nothing is awaited.
+void Hold(unsigned keysym);
+void LetGo(unsigned keysym);
+/// A key while others are held. What it gives only with Shift is typed with it.
+void Key(unsigned keysym, const std::vector<unsigned>& held = {});
+/// Latin letters, digits and signs, one after the other.
+void Type(const char* text);
+
+constexpr unsigned CONST_KEY_SHIFT = 0xffe1;
+constexpr unsigned CONST_KEY_CONTROL = 0xffe3;
+
+/// The window that a program shows, by its process; 0 while there is none.
+WId WindowOf(qint64 process);
+/// Lets a window have the keys.
+void Focus(WId window);
+/// Asks it to close, as its frame's button does.
+void AskToClose(WId window);
 
 /// Whether a window of any program on the display has an icon.
 bool AnyWindowHasAnIcon();
@@ -126,5 +144,8 @@ double Apart(QPointF a, QPointF b);
 /// How much of a view's border has a line of its colour on the picture in the cell "main" (fisheye)
 /// or "panorama" (unturned): 0..1.
 double Traced(Viewer& viewer, int number, const QString& cell, const QColor& colour);
+/// The same, of a picture of that cell.
+double Traced(const QImage& image, Viewer& viewer, int number, const QString& cell,
+              const QColor& colour);
 
 }  // namespace stage
