@@ -65,7 +65,9 @@ void CameraWidget::lookAt(int view, QPointF centre)
     const std::optional<extras::Look> now = lookOf(view);
     if (!now)
         return;
-    const MoveStep step = StepBetween(m_settings.mount, now->centre, centre);
+    // Nearer to the rim than that a rounded step may end beyond it, and would be refused as a
+    // whole.
+    const MoveStep step = StepBetween(m_settings.mount, now->centre, NearestCentre(centre));
     Manager& manager = Manager::instance();
     manager.move(m_player, view, step.x, step.y);
     manager.zoom(m_player, view, 0);  // the outline lags one command behind
@@ -333,7 +335,7 @@ void CameraWidget::zoomBox(const CellWidget* cell, QPointF from, QPointF to)
     const PtzView view = geometryOf(m_drag.view);
     const Direction middle = DirectionAt(view, (from + to) / 2.0);
     zoomTo(m_drag.view, view.zoom * std::max(box.width(), box.height()));
-    lookAt(m_drag.view, NearestCentre(ToFishEye(middle)));
+    lookAt(m_drag.view, ToFishEye(middle));
 }
 
 void CameraWidget::dragCircle(QPointF at)

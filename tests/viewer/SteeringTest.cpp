@@ -1,0 +1,50 @@
+// How the views are steered, to the rim of the picture, by their outlines, in each mount.
+#include <array>
+#include <cmath>
+
+#include <gtest/gtest.h>
+
+#include "tests/viewer/Stage.h"
+
+#include "viewer/EngineExtras.h"
+
+namespace {
+
+using stage::Apart;
+using stage::Now;
+using viewer::Mount;
+using viewer::OverlayKind;
+using viewer::PtzView;
+
+constexpr double CONST_PI = 3.14159265358979323846;
+constexpr double CONST_RIM = 0.49995;     ///< as near to it as a view comes
+constexpr double CONST_ROUNDED = 0.0008;  /// what the steps and positions leave, in whole units
+
+/// A centre on the rim, `degrees` from the bottom of the picture.
+QPointF OnRim(double degrees)
+{
+    const double bearing = degrees / 180.0 * CONST_PI;
+    return QPointF(0.5, 0.5) + CONST_RIM * QPointF(std::sin(bearing), std::cos(bearing));
+}
+
+class Rims : public ::testing::TestWithParam<Mount>
+{};
+
+TEST_P(Rims, AreReachedFromWhereverAViewWas)
+{
+    stage::Viewer viewer(GetParam(), "quad");
+    for (int degrees = 0; degrees < 360; degrees += 7) {
+        const QPointF rim = OnRim(degrees);
+        viewer.camera().turnTo(0, {{0.62, 0.43}, 7000});
+        viewer.camera().turnTo(0, {rim, 6000});
+        EXPECT_LT(Apart(Now(viewer, 0).centre, rim), CONST_ROUNDED) << degrees;
+        EXPECT_EQ(Now(viewer, 0).zoom, 6000) << degrees;
+    }
+    EXPECT_TRUE(stage::ShowsTheTruth(viewer, 0));
+}
+
+INSTANTIATE_TEST_SUITE_P(OfEachMount, Rims,
+                         ::testing::Values(Mount::Ceiling, Mount::Wall, Mount::Floor),
+                         [](const auto& info) { return viewer::WordOf(info.param).toStdString(); });
+
+}  // namespace
