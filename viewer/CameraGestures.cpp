@@ -30,6 +30,7 @@ constexpr double CONST_HALF_SQUARE = 0.05;  ///< of the outline that is a square
 constexpr int CONST_LEAST_BOX = 16;         ///< pixels
 constexpr int CONST_HALF_LIMIT = 179;       ///< degrees, either way, to which the 180 view turns
 constexpr int CONST_WALL_LIMIT = 90;        ///< beyond it a wall camera sees nothing
+constexpr int CONST_END_OF_TRAVEL = 1;      ///< the manager's answer where a button leads too far
 
 double Distance(QPointF a, QPointF b)
 {
@@ -40,6 +41,20 @@ STRUCT_FecPoint Units(QPointF fraction)
 {
     return {static_cast<std::int32_t>(std::lround(fraction.x() * CONST_UNITS)),
             static_cast<std::int32_t>(std::lround(fraction.y() * CONST_UNITS))};
+}
+
+/// The relative move that a button command is: a move takes the picture along, a button the view.
+MoveStep StepOf(n_PTZCtlCmd command, int units)
+{
+    const auto is = [command](auto... commands) { return ((command == commands) || ...); };
+    MoveStep step;
+    step.x = is(n_PTZCtl_Left, n_PTZCtl_LeftUp, n_PTZCtl_LeftDown)      ? units
+             : is(n_PTZCtl_Right, n_PTZCtl_RightUp, n_PTZCtl_RightDown) ? -units
+                                                                        : 0;
+    step.y = is(n_PTZCtl_Up, n_PTZCtl_LeftUp, n_PTZCtl_RightUp)         ? units
+             : is(n_PTZCtl_Down, n_PTZCtl_LeftDown, n_PTZCtl_RightDown) ? -units
+                                                                        : 0;
+    return step;
 }
 
 }  // namespace
@@ -106,7 +121,9 @@ void CameraWidget::press(n_PTZCtlCmd command, int speed)
     const int pan = std::max(1, static_cast<int>(CONST_PAD_PAN * scale));
     const int zoom = std::max(1, static_cast<int>(CONST_PAD_ZOOM * scale));
     Manager& manager = Manager::instance();
-    manager.press(m_player, m_selected, {pan, pan, zoom}, command);
+    // To the rim and along it, where the manager would not move at all.
+    if (manager.press(m_player, m_selected, {pan, pan, zoom}, command) == CONST_END_OF_TRAVEL)
+        lookAt(m_selected, CentreAfter(m_settings.mount, look->centre, StepOf(command, pan)));
     manager.zoom(m_player, m_selected, 0);  // the outline lags one command behind
 }
 

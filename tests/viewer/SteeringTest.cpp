@@ -43,6 +43,39 @@ TEST_P(Rims, AreReachedFromWhereverAViewWas)
     EXPECT_TRUE(stage::ShowsTheTruth(viewer, 0));
 }
 
+struct Outwards
+{
+    n_PTZCtlCmd straight;
+    n_PTZCtlCmd aside;
+};
+
+/// The buttons that lead away from the middle of the picture, from the right of it.
+Outwards OutwardsOf(Mount mount)
+{
+    return Mount::Wall == mount      ? Outwards{n_PTZCtl_Right, n_PTZCtl_RightDown}
+           : Mount::Ceiling == mount ? Outwards{n_PTZCtl_Up, n_PTZCtl_LeftUp}
+                                     : Outwards{n_PTZCtl_Down, n_PTZCtl_LeftDown};
+}
+
+TEST_P(Rims, AreReachedByTheButtonsAndFollowedByThem)
+{
+    stage::Viewer viewer(GetParam(), "quad");
+    const auto away = [&] { return Apart(Now(viewer, 0).centre, {0.5, 0.5}); };
+    viewer.camera().turnTo(0, {{0.97, 0.5}, 10000});
+    for (int i = 0; i < 3; ++i) {  // the first would lead beyond it
+        viewer.camera().press(OutwardsOf(GetParam()).straight, 10);
+        EXPECT_GT(away(), 0.499);
+        EXPECT_NEAR(Now(viewer, 0).centre.y(), 0.5, CONST_ROUNDED);
+    }
+    for (int i = 0; i < 3; ++i) {
+        const QPointF before = Now(viewer, 0).centre;
+        viewer.camera().press(OutwardsOf(GetParam()).aside, 10);
+        EXPECT_GT(Apart(Now(viewer, 0).centre, before), 0.01);
+        EXPECT_GT(away(), 0.499);
+    }
+    EXPECT_TRUE(stage::ShowsTheTruth(viewer, 0));
+}
+
 INSTANTIATE_TEST_SUITE_P(OfEachMount, Rims,
                          ::testing::Values(Mount::Ceiling, Mount::Wall, Mount::Floor),
                          [](const auto& info) { return viewer::WordOf(info.param).toStdString(); });
