@@ -154,7 +154,8 @@ bool CameraWidget::goToPreset(const QString& name)
 
 void CameraWidget::snapshotView(const QString& path)
 {
-    const CellWidget* const cell = viewCount() > 0 ? m_views[static_cast<std::size_t>(m_selected)]
+    const CellWidget* const cell = nullptr != m_enlarged ? m_enlarged
+                                   : viewCount() > 0 ? m_views[static_cast<std::size_t>(m_selected)]
                                    : m_panorama->isVisible() ? m_panorama
                                    : m_half->isVisible()     ? m_half
                                                              : m_main;

@@ -1,8 +1,10 @@
 // How the views are steered, to the rim of the picture, by their outlines, in each mount.
-#include <array>
+#include <algorithm>
 #include <cmath>
 
 #include <gtest/gtest.h>
+
+#include <QTemporaryDir>
 
 #include "tests/viewer/Stage.h"
 
@@ -11,7 +13,9 @@
 namespace {
 
 using stage::Apart;
+using stage::Await;
 using stage::Now;
+using viewer::CellWidget;
 using viewer::Mount;
 using viewer::OverlayKind;
 using viewer::PtzView;
@@ -79,5 +83,57 @@ TEST_P(Rims, AreReachedByTheButtonsAndFollowedByThem)
 INSTANTIATE_TEST_SUITE_P(OfEachMount, Rims,
                          ::testing::Values(Mount::Ceiling, Mount::Wall, Mount::Floor),
                          [](const auto& info) { return viewer::WordOf(info.param).toStdString(); });
+
+// ---- Snapshots of what is no pan/tilt/zoom view
+
+struct Shot
+{
+    const char* layout;
+    const char* enlarged;  ///< a cell; null: none
+    optics::ViewKind kind;
+    double degrees;
+};
+
+class SnapshotsOf : public ::testing::TestWithParam<Shot>
+{};
+
+TEST_P(SnapshotsOf, ACellHoldWhatItShows)
+{
+    const QTemporaryDir folder;
+    stage::Viewer viewer(Mount::Ceiling, GetParam().layout);
+    if (nullptr != GetParam().enlarged) {
+        const CellWidget& cell = viewer.cell(GetParam().enlarged);
+        const QSize before = cell.size();
+        stage::DoubleClick(cell, {0.5, 0.5});
+        ASSERT_TRUE(Await([&] { return cell.size() != before; }));
+    }
+    QString written;
+    QObject::connect(&viewer.camera(), &viewer::CameraWidget::snapshotTaken,
+                     [&](const QString& path, bool good) { written = good ? path : "failed"; });
+    viewer.camera().snapshotView(folder.filePath("cell.png"));
+    ASSERT_TRUE(Await([&] { return !written.isEmpty(); }));
+    QImage image(written);
+    if (optics::ViewKind::Fisheye == GetParam().kind) {  // with bars beside it
+        const int side = std::min(image.width(), image.height());
+        image = image.copy((image.width() - side) / 2, (image.height() - side) / 2, side, side);
+    }
+    optics::ViewParameters view;
+    view.eKind = GetParam().kind;
+    view.dAngleDeg = GetParam().degrees;
+    EXPECT_GT(stage::Likeness(image, view, Mount::Ceiling), stage::CONST_RIGHT);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    AloneAndEnlarged, SnapshotsOf,
+    ::testing::Values(Shot{"panorama", nullptr, optics::ViewKind::Panorama, 0.0},
+                      Shot{"half180", nullptr, optics::ViewKind::Half, 0.0},
+                      Shot{"fisheye", nullptr, optics::ViewKind::Fisheye, 0.0},
+                      Shot{"panorama+6", "panorama", optics::ViewKind::Panorama, 0.0},
+                      Shot{"double180", "other-half", optics::ViewKind::Half, 180.0},
+                      Shot{"fisheye+3", "main", optics::ViewKind::Fisheye, 0.0}),
+    [](const auto& info) {
+        return QString(info.param.layout).remove('+').toStdString() +
+               (nullptr == info.param.enlarged ? "" : "Enlarged");
+    });
 
 }  // namespace
