@@ -207,13 +207,19 @@ int CameraWidget::outlineAt(const CellWidget* cell, QPointF at) const
     const std::optional<QPointF> point = overlayPoint(cell, at);
     if (!point || OverlayKind::Off == m_settings.overlay)
         return -1;
+    // The picture for which the manager makes the outlines: a square is one on that.
+    const bool ofPanorama = CORRECT_TYPE_360 == cameraRecord().m_iDrawCorrectMode;
+    const auto onCarrier = [&](QPointF place) {
+        return ofPanorama ? ToPanorama(m_settings.mount, FromFishEye(place)) : place;
+    };
     int found = -1;
     double nearest = std::numeric_limits<double>::max();
     for (int i = 0; i < viewCount(); ++i) {
         const PtzView view = geometryOf(i);
         const std::optional<QPointF> seen = Locate(view, FromFishEye(*point));
         const bool within = seen && QRectF(0.0, 0.0, 1.0, 1.0).contains(*seen);
-        const bool close = Distance(view.centre, *point) < CONST_HALF_SQUARE;
+        const QPointF off = onCarrier(*point) - onCarrier(view.centre);
+        const bool close = std::max(std::abs(off.x()), std::abs(off.y())) < CONST_HALF_SQUARE;
         if (!within && !close)
             continue;
         const double distance = Distance(view.centre, *point);

@@ -84,6 +84,39 @@ INSTANTIATE_TEST_SUITE_P(OfEachMount, Rims,
                          ::testing::Values(Mount::Ceiling, Mount::Wall, Mount::Floor),
                          [](const auto& info) { return viewer::WordOf(info.param).toStdString(); });
 
+// ---- Outlines
+
+TEST(Outlines, ThatAreSquaresAreTakenAnywhereInThem)
+{
+    constexpr double CONST_WITHIN = 0.047;  // half a square is 0.05
+    for (const char* const layout : {"panorama+6", "panorama+fisheye+4", "fisheye+3"}) {
+        stage::Viewer viewer(Mount::Ceiling, layout, OverlayKind::Square);
+        const bool onPanorama = QString("panorama+6") == layout;
+        CellWidget& cell = viewer.cell(onPanorama ? "panorama" : "main");
+        for (int i = 0; i < viewer.camera().viewCount(); ++i)  // out of the way
+            viewer.camera().turnTo(i, {{0.3, 0.6}, 500});
+        viewer.camera().turnTo(1, {{0.6, 0.72}, 500});
+        const QPointF centre = Now(viewer, 1).centre;
+        const auto placeOf = [&](QPointF offset) {
+            return onPanorama
+                       ? viewer::ToPanorama(Mount::Ceiling, viewer::FromFishEye(centre)) + offset
+                       : cell.fromSquare(centre + offset);
+        };
+        const auto takenAt = [&](QPointF offset) {
+            viewer.camera().select(0);
+            stage::MoveTo(cell, placeOf(offset));
+            stage::Press();
+            stage::Release();
+            return viewer.camera().selected() == 1;
+        };
+        for (const double x : {-1.0, 0.0, 1.0})
+            for (const double y : {-1.0, 0.0, 1.0})
+                EXPECT_TRUE(takenAt(CONST_WITHIN * QPointF(x, y))) << layout << x << y;
+        for (const QPointF beyond : {QPointF(1.0, 0.0), QPointF(0.0, -1.0)})
+            EXPECT_FALSE(takenAt(1.2 * CONST_WITHIN * beyond)) << layout;
+    }
+}
+
 // ---- Snapshots of what is no pan/tilt/zoom view
 
 struct Shot
