@@ -464,7 +464,8 @@ void CameraWidget::layOut()
             windows[type].append(cellOf(kind, 0)->handle());
 
     const STRUCT_FishEyeParam camera = cameraRecord();
-    const bool outlines = OverlayKind::Off != m_settings.overlay;
+    // Without views there are none, and the manager would look for them and complain all the time.
+    const bool outlines = OverlayKind::Off != m_settings.overlay && viewCount() > 0;
     const STRUCT_FishDrawParam draw{outlines ? camera.m_iDrawCorrectMode : 0,
                                     OverlayKind::Square == m_settings.overlay ? n_DrawType_Rect
                                                                               : n_DrawType_Fec};

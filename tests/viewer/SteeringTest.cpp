@@ -1,6 +1,7 @@
 // How the views are steered, to the rim of the picture, by their outlines, in each mount.
 #include <algorithm>
 #include <cmath>
+#include <mutex>
 
 #include <gtest/gtest.h>
 
@@ -115,6 +116,32 @@ TEST(Outlines, ThatAreSquaresAreTakenAnywhereInThem)
         for (const QPointF beyond : {QPointF(1.0, 0.0), QPointF(0.0, -1.0)})
             EXPECT_FALSE(takenAt(1.2 * CONST_WITHIN * beyond)) << layout;
     }
+}
+
+TEST(Outlines, AreNotLookedForWhereThereAreNoViews)
+{
+    QVector<QString> complaints;
+    static QVector<QString>* s_complaints = nullptr;
+    static std::mutex s_mutex;
+    s_complaints = &complaints;
+    const QtMessageHandler before =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& text) {
+            const std::lock_guard<std::mutex> lock(s_mutex);
+            if (text.contains("DrawCalculate"))
+                s_complaints->append(text);
+        });
+    stage::Viewer viewer(Mount::Ceiling, "fisheye+3", OverlayKind::Traced);
+    EXPECT_TRUE(Await([&] { return stage::Traced(viewer, 0, "main", "#ff5a5a") > 0.9; }));
+    const auto shown = [&] { return viewer::extras::FiguresOf(viewer.camera().player())->llShown; };
+    for (const char* const layout : {"fisheye", "panorama"}) {
+        viewer.camera().chooseLayout(layout);
+        const auto start = shown();
+        EXPECT_TRUE(Await([&] { return shown() > start + 10; }));
+    }
+    viewer.camera().chooseLayout("fisheye+3");
+    EXPECT_TRUE(Await([&] { return stage::Traced(viewer, 0, "main", "#ff5a5a") > 0.9; }));
+    qInstallMessageHandler(before);
+    EXPECT_TRUE(complaints.isEmpty()) << complaints.size();
 }
 
 // ---- Snapshots of what is no pan/tilt/zoom view
