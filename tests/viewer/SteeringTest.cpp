@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <mutex>
+#include <set>
 
 #include <gtest/gtest.h>
 
@@ -23,6 +24,7 @@ using viewer::PtzView;
 
 constexpr double CONST_PI = 3.14159265358979323846;
 constexpr double CONST_RIM = 0.49995;     ///< as near to it as a view comes
+constexpr double CONST_WORSE = 0.08;      ///< how much less of the room a wrong picture has
 constexpr double CONST_ROUNDED = 0.0008;  /// what the steps and positions leave, in whole units
 
 /// A centre on the rim, `degrees` from the bottom of the picture.
@@ -85,7 +87,85 @@ INSTANTIATE_TEST_SUITE_P(OfEachMount, Rims,
                          ::testing::Values(Mount::Ceiling, Mount::Wall, Mount::Floor),
                          [](const auto& info) { return viewer::WordOf(info.param).toStdString(); });
 
+// ---- The wheel and the panorama, where they are not on a ceiling
+
+class Wheels : public ::testing::TestWithParam<Mount>
+{};
+
+TEST_P(Wheels, ZoomAboutTheCursor)
+{
+    stage::Viewer viewer(GetParam(), "quad");
+    viewer.camera().turnTo(0, {{0.6, 0.7}, 8000});
+    const QPointF cursor(0.3, 0.6);
+    const PtzView before = Now(viewer, 0);
+    const viewer::Direction there = viewer::DirectionAt(before, cursor);
+    stage::Wheel(viewer.cell("view", 0), cursor, 4);
+    EXPECT_NEAR(Now(viewer, 0).zoom, before.zoom * std::pow(0.85, 4), 30.0);
+    EXPECT_LT(Apart(stage::SeenAt(Now(viewer, 0), there), cursor), 0.02);
+    stage::Wheel(viewer.cell("view", 0), cursor, -4);
+    EXPECT_NEAR(Now(viewer, 0).zoom, before.zoom, 60.0);
+    EXPECT_LT(Apart(stage::SeenAt(Now(viewer, 0), there), cursor), 0.02);
+    EXPECT_TRUE(stage::ShowsTheTruth(viewer, 0));
+}
+
+INSTANTIATE_TEST_SUITE_P(OnWallAndFloor, Wheels, ::testing::Values(Mount::Wall, Mount::Floor),
+                         [](const auto& info) { return viewer::WordOf(info.param).toStdString(); });
+
+TEST(Wheels, OverAnOutlineZoomItsView)
+{
+    for (const char* const name : {"main", "panorama"}) {
+        stage::Viewer viewer(Mount::Ceiling, "panorama+fisheye+4", OverlayKind::Traced);
+        CellWidget& cell = viewer.cell(name);
+        const PtzView before = Now(viewer, 2);
+        const QPointF place =
+            QString("main") == name
+                ? cell.fromSquare(before.centre)
+                : viewer::ToPanorama(Mount::Ceiling, viewer::FromFishEye(before.centre));
+        stage::Wheel(cell, place, 3);
+        EXPECT_EQ(viewer.camera().selected(), 2) << name;
+        EXPECT_NEAR(Now(viewer, 2).zoom, before.zoom * std::pow(0.85, 3), 30.0) << name;
+        EXPECT_EQ(Now(viewer, 2).centre, before.centre) << name;
+    }
+}
+
+TEST(Panoramas, OfAFloorCameraAreTurnedByADrag)
+{
+    stage::Viewer viewer(Mount::Floor, "panorama");
+    const auto likeness = [&](double degrees) {
+        optics::ViewParameters view;
+        view.eKind = optics::ViewKind::Panorama;
+        view.eMount = optics::Mount::Floor;
+        view.dAngleDeg = degrees;
+        return stage::Likeness(stage::Grab(viewer.cell("panorama")), view, Mount::Floor);
+    };
+    stage::Drag(viewer.cell("panorama"), {0.3, 0.5}, {0.55, 0.5});
+    // Turned the other way the room looks much like it.
+    EXPECT_TRUE(Await([&] { return likeness(90) > likeness(-90) + CONST_WORSE; }));
+    EXPECT_GT(likeness(90), stage::CONST_RIGHT);
+}
+
 // ---- Outlines
+
+TEST(Outlines, HaveEachTheColourOfItsViewsFrame)
+{
+    for (const auto& [layout, name] :
+         {std::pair("fisheye+8", "main"), std::pair("panorama+6", "panorama")}) {
+        stage::Viewer viewer(Mount::Ceiling, layout, OverlayKind::Traced);
+        std::set<QRgb> colours;
+        for (int i = 0; i < viewer.camera().viewCount(); ++i)  // no two of them cross
+            viewer.camera().turnTo(i, {Now(viewer, i).centre, 3000});
+        for (int i = 0; i < viewer.camera().viewCount(); ++i) {
+            EXPECT_TRUE(stage::ShowsTheTruth(viewer, i));
+            const QImage image = stage::Grab(viewer.cell("view", i));
+            const QColor colour = image.pixelColor(1, image.height() / 2);
+            EXPECT_TRUE(colours.insert(colour.rgb()).second) << layout << i;
+            EXPECT_TRUE(Await([&, name = name] {
+                return stage::Traced(viewer, i, name, colour) > 0.9;
+            })) << layout
+                << i << colour.name().toStdString();
+        }
+    }
+}
 
 TEST(Outlines, ThatAreSquaresAreTakenAnywhereInThem)
 {
