@@ -481,7 +481,9 @@ void CameraWidget::layOut()
         const std::lock_guard<std::mutex> lock(m_outlinesMutex);
         m_outlines.clear();
     }
-    m_selected = std::clamp(m_selected, 0, std::max(0, viewCount() - 1));
+    if (viewCount() > 1)
+        m_chosen = std::min(m_chosen, viewCount() - 1);
+    m_selected = viewCount() > 1 ? m_chosen : 0;
     restoreViews();
     placeCells();
     drawOutlines();
@@ -490,21 +492,25 @@ void CameraWidget::layOut()
     emit selectionChanged();
 }
 
+std::optional<extras::Look>& CameraWidget::keptLook(int view)
+{
+    return m_looks[static_cast<std::size_t>(viewCount() > 1 ? view : m_chosen)];
+}
+
 void CameraWidget::keepLooks()
 {
     for (int i = 0; i < viewCount(); ++i)
         if (const std::optional<extras::Look> look = lookOf(i))
-            m_looks[static_cast<std::size_t>(i)] = look;
+            keptLook(i) = look;
 }
 
 /// What the views showed in the layout before.
 void CameraWidget::restoreViews()
 {
     for (int i = 0; i < viewCount(); ++i) {
-        const auto index = static_cast<std::size_t>(i);
-        m_homes[index] = lookOf(i).value_or(extras::Look{});
-        if (m_looks[index])
-            turnTo(i, *m_looks[index]);
+        m_homes[static_cast<std::size_t>(i)] = lookOf(i).value_or(extras::Look{});
+        if (const std::optional<extras::Look>& look = keptLook(i))
+            turnTo(i, *look);
     }
     if (Holds(layoutNow(), CellKind::Panorama))
         turnWide(m_panorama, std::exchange(m_panoramaDegrees, 0));
@@ -554,7 +560,7 @@ void CameraWidget::select(int view)
 {
     if (view < 0 || view >= viewCount() || view == m_selected)
         return;
-    m_selected = view;
+    m_selected = m_chosen = view;
     drawFrames();
     emit selectionChanged();
 }

@@ -144,6 +144,33 @@ TEST(Panoramas, OfAFloorCameraAreTurnedByADrag)
     EXPECT_GT(likeness(90), stage::CONST_RIGHT);
 }
 
+// ---- One view
+
+TEST(OneView, IsTheSelectedOneAndLeadsItOn)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    const QPointF places[] = {{0.7, 0.7}, {0.3, 0.6}, {0.4, 0.3}, {0.6, 0.2}};
+    for (int i = 0; i < 4; ++i)
+        viewer.camera().turnTo(i, {places[i], 5000});
+    viewer.camera().select(2);
+    for (const char* const layout : {"source", "single"})  // there may be others in between
+        viewer.camera().chooseLayout(layout);
+    EXPECT_LT(Apart(Now(viewer, 0).centre, places[2]), CONST_ROUNDED);
+    EXPECT_TRUE(stage::ShowsTheTruth(viewer, 0));
+    viewer.camera().turnTo(0, {{0.5, 0.8}, 3000});
+    viewer.camera().chooseOverlay(OverlayKind::Square);
+    viewer.camera().chooseLayout("quad");
+    EXPECT_EQ(viewer.camera().selected(), 2);
+    for (int i = 0; i < 4; ++i)
+        EXPECT_LT(Apart(Now(viewer, i).centre, 2 == i ? QPointF(0.5, 0.8) : places[i]),
+                  CONST_ROUNDED)
+            << i;
+    viewer.camera().chooseLayout("fisheye+3");  // which has no fourth
+    viewer.camera().select(1);
+    viewer.camera().chooseLayout("single");
+    EXPECT_LT(Apart(Now(viewer, 0).centre, places[1]), CONST_ROUNDED);
+}
+
 // ---- Outlines
 
 TEST(Outlines, HaveEachTheColourOfItsViewsFrame)
