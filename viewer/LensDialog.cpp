@@ -50,6 +50,7 @@ LensDialog::LensDialog(CameraWidget& camera)
         box->setRange(low, high);
         box->setDecimals(decimals);
         box->setSuffix(unit);
+        box->setKeyboardTracking(false);  // a number counts once it is typed, not digit by digit
         connect(box, qOverload<double>(&QDoubleSpinBox::valueChanged), this, &LensDialog::apply);
         form->addRow(label, box);
         return box;

@@ -1,0 +1,99 @@
+// The window and its dialogs, as far as they are there to be understood: what is typed, what is
+// said where nothing can be done, what fits on a small screen.
+#include <cmath>
+
+#include <gtest/gtest.h>
+
+#include <QComboBox>
+#include <QDoubleSpinBox>
+#include <QLineEdit>
+
+#include "tests/viewer/Stage.h"
+
+#include "viewer/EngineExtras.h"
+#include "viewer/LensDialog.h"
+
+namespace {
+
+using stage::Await;
+using viewer::Mount;
+
+constexpr unsigned CONST_KEY_TAB = 0xff09;
+constexpr unsigned CONST_KEY_RETURN = 0xff0d;
+
+/// The lens dialog of a camera, and its fields in their order.
+class LensFields : public ::testing::Test
+{
+protected:
+    enum Field
+    {
+        FieldOfView,
+        CentreX,
+        CentreY,
+        Radius,
+        FocalX,
+        FocalY,
+        K1
+    };
+
+    void open(const RvLens& lens)
+    {
+        ASSERT_TRUE(m_viewer.camera().chooseLens(lens));
+        m_dialog = std::make_unique<viewer::LensDialog>(m_viewer.camera());
+        m_dialog->show();
+    }
+
+    void TearDown() override { m_dialog->reject(); }
+
+    QDoubleSpinBox& field(Field field) { return *m_dialog->findChildren<QDoubleSpinBox*>()[field]; }
+
+    /// What a user does with the keyboard; the field is left only by the last key.
+    void type(Field which, const QString& number)
+    {
+        QDoubleSpinBox& box = field(which);
+        m_dialog->activateWindow();
+        ASSERT_TRUE(Await([&] { return m_dialog->isActiveWindow(); }));
+        box.setFocus();
+        box.selectAll();
+        for (const QChar letter : number)
+            stage::Key(letter.unicode());
+        const auto& line = *box.findChild<QLineEdit*>();
+        ASSERT_TRUE(Await([&] { return line.text() == number + box.suffix(); }))
+            << line.text().toStdString();
+    }
+
+    RvLens lens() { return *viewer::extras::LensOf(m_viewer.camera().player()); }
+
+    static RvLens calibrated()
+    {
+        RvLens lens = viewer::UnknownLens();
+        lens.iModel = 4;
+        lens.dCentreX = lens.dCentreY = 511.5;
+        lens.dFocalX = lens.dFocalY = 330.0;
+        return lens;
+    }
+
+    stage::Viewer m_viewer{Mount::Ceiling, "quad"};
+    std::unique_ptr<viewer::LensDialog> m_dialog;
+};
+
+TEST_F(LensFields, TakeWholeNumbersAsTheyAreTyped)
+{
+    open(calibrated());
+    for (const auto& [which, number] : {std::pair(CentreX, "512.5"), std::pair(K1, "-0.015")}) {
+        const RvLens before = lens();
+        type(which, number);
+        EXPECT_EQ(lens().dCentreX, before.dCentreX);  // nothing yet, and no nonsense
+        EXPECT_EQ(lens().adK[0], before.adK[0]);
+        stage::Key(CONST_KEY_TAB);
+        EXPECT_TRUE(Await([&] { return !field(which).hasFocus(); }));
+    }
+    EXPECT_EQ(lens().dCentreX, 512.5);
+    EXPECT_EQ(lens().adK[0], -0.015);
+    type(CentreY, "509.5");
+    stage::Key(CONST_KEY_RETURN);  // which is OK at once
+    EXPECT_TRUE(Await([&] { return !m_dialog->isVisible(); }));
+    EXPECT_EQ(lens().dCentreY, 509.5);
+}
+
+}  // namespace
