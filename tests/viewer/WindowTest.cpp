@@ -96,4 +96,24 @@ TEST_F(LensFields, TakeWholeNumbersAsTheyAreTyped)
     EXPECT_EQ(lens().dCentreY, 509.5);
 }
 
+TEST_F(LensFields, OfACalibrationMakeTheCircleUnlessItIsGiven)
+{
+    constexpr double CONST_HALF_PIXEL = 0.5;
+    open(calibrated());
+    const auto at = [](double degrees, double k1) {
+        const double theta = degrees / 360.0 * 2.0 * std::acos(-1.0);
+        return 330.0 * (theta + k1 * theta * theta * theta);
+    };
+    EXPECT_NEAR(lens().dCircleRadius, at(90, 0.0), CONST_HALF_PIXEL);
+    field(FieldOfView).setValue(200.0);
+    EXPECT_NEAR(lens().dCircleRadius, at(100, 0.0), CONST_HALF_PIXEL);
+    field(K1).setValue(0.05);
+    EXPECT_NEAR(lens().dCircleRadius, at(100, 0.05), CONST_HALF_PIXEL);
+    field(FieldOfView).setValue(180.0);
+    EXPECT_NEAR(lens().dCircleRadius, at(90, 0.05), CONST_HALF_PIXEL);
+    field(Radius).setValue(400.0);
+    EXPECT_EQ(lens().dCircleRadius, 400.0);
+    EXPECT_EQ(lens().dFocalX, 330.0);
+}
+
 }  // namespace
