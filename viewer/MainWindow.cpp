@@ -94,6 +94,7 @@ MainWindow::MainWindow(std::unique_ptr<QSettings> store)
     connect(m_area, &CameraArea::activeChanged, this, &MainWindow::showState);
     m_patrolTimer->setObjectName("patrol");
     m_patrolTimer->setSingleShot(true);
+    m_snapshotTimer->setObjectName("snapshot");
     qApp->installEventFilter(this);
     connect(m_patrolTimer, &QTimer::timeout, this, &MainWindow::patrol);
     connect(m_snapshotTimer, &QTimer::timeout, this, &MainWindow::checkSnapshot);
@@ -606,9 +607,10 @@ void MainWindow::checkSnapshot()
     ++m_snapshotPolls;
     for (const CameraWidget* const camera : m_area->cameras()) {
         const bool over = StreamState::Failed == camera->state() ||
-                          (StreamState::Ended == camera->state() && !camera->showsPictures()) ||
+                          (!camera->showsPictures() && (StreamState::Ended == camera->state() ||
+                                                        m_snapshotPolls > CONST_SNAPSHOT_POLLS)) ||
                           (camera->pictureless() && !camera->stream().live);
-        if (over || m_snapshotPolls > CONST_SNAPSHOT_POLLS)
+        if (over)
             return fail(camera->trouble());
         if (!camera->showsPictures())
             return;

@@ -7,6 +7,8 @@
 #include <QComboBox>
 #include <QDoubleSpinBox>
 #include <QLineEdit>
+#include <QTemporaryDir>
+#include <QTimer>
 
 #include "tests/viewer/Stage.h"
 
@@ -114,6 +116,19 @@ TEST_F(LensFields, OfACalibrationMakeTheCircleUnlessItIsGiven)
     field(Radius).setValue(400.0);
     EXPECT_EQ(lens().dCircleRadius, 400.0);
     EXPECT_EQ(lens().dFocalX, 330.0);
+}
+
+TEST(Snapshots, ThatComeToNothingAreForTheCameraThatShowsNothing)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    viewer.window().openSource("rtsp://127.0.0.1:1/nobody");
+    const QTemporaryDir folder;
+    viewer.window().leaveWithSnapshot(folder.filePath("a.png"), 0.0);
+    viewer.window().findChild<QTimer*>("snapshot")->setInterval(1);  // three minutes in seconds
+    ::testing::internal::CaptureStderr();
+    EXPECT_EQ(QApplication::exec(), 1);
+    const QString said = QString::fromStdString(::testing::internal::GetCapturedStderr());
+    EXPECT_TRUE(said.contains("127.0.0.1")) << said.toStdString();
 }
 
 }  // namespace
