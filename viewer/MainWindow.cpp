@@ -24,6 +24,7 @@
 #include <QStatusBar>
 #include <QTimer>
 #include <QToolButton>
+#include <QToolTip>
 #include <QUrl>
 #include <QWindow>
 
@@ -372,15 +373,7 @@ void MainWindow::makePad()
     auto* const patrol = new QToolButton;
     for (QWidget* const button : std::array<QWidget*, 3>{save, remove, patrol})
         button->setFocusPolicy(Qt::NoFocus);
-    connect(save, &QPushButton::clicked, this, [this] {
-        CameraWidget* const camera = active();
-        const QString name =
-            nullptr == camera || camera->viewCount() < 1
-                ? QString()
-                : QInputDialog::getText(this, tr("Save a preset"), tr("Its name:")).trimmed();
-        if (!name.isEmpty())
-            camera->savePreset(name);
-    });
+    connect(save, &QPushButton::clicked, this, &MainWindow::savePreset);
     connect(remove, &QPushButton::clicked, this, [this] {
         if (active() && m_presets->currentItem())
             active()->removePreset(m_presets->currentItem()->text());
@@ -391,7 +384,7 @@ void MainWindow::makePad()
     addAction(m_patrol);
     connect(m_patrol, &QAction::toggled, this, [this](bool on) {
         if (on)
-            MainWindow::patrol();
+            startPatrol();
         else
             m_patrolTimer->stop();
     });
@@ -442,6 +435,7 @@ void MainWindow::showState()
     setWindowTitle(nullptr == camera
                        ? QApplication::applicationDisplayName()
                        : camera->title() + " \u2013 " + QApplication::applicationDisplayName());
+    fillPresets();
     if (nullptr == camera)
         return;
     const auto check = [](const QActionGroup* group, const QVariant& data) {
@@ -455,12 +449,12 @@ void MainWindow::showState()
     m_mirrored->setChecked(camera->settings().mirrored);
     m_flipped->setChecked(camera->settings().flipped);
     m_pause->setChecked(camera->paused());
-    fillPresets();
 }
 
 void MainWindow::fillPresets()
 {
-    const QStringList names = active()->settings().presets.keys();
+    const CameraWidget* const camera = active();
+    const QStringList names = nullptr == camera ? QStringList() : camera->settings().presets.keys();
     QStringList shown;
     for (int i = 0; i < m_presets->count(); ++i)
         shown.append(m_presets->item(i)->text());
@@ -468,6 +462,20 @@ void MainWindow::fillPresets()
         return;
     m_presets->clear();
     m_presets->addItems(names);
+}
+
+void MainWindow::savePreset()
+{
+    if (nullptr == active() || active()->viewCount() < 1)
+        return say(tr("There is no view here whose direction could be saved."));
+    const QString name =
+        QInputDialog::getText(this, tr("Save a preset"), tr("Its name:")).trimmed();
+    if (name.isEmpty() || nullptr == active())
+        return;
+    const QString question = tr("There is a preset \"%1\" already. Put this one in its place?");
+    if (!active()->settings().presets.contains(name) ||
+        QMessageBox::question(this, tr("Save a preset"), question.arg(name)) == QMessageBox::Yes)
+        active()->savePreset(name);
 }
 
 /// Whatever the user does to any window of the program holds a patrol up.
@@ -493,6 +501,17 @@ bool MainWindow::eventFilter(QObject* object, QEvent* event)
     return QMainWindow::eventFilter(object, event);
 }
 
+void MainWindow::startPatrol()
+{
+    const CameraWidget* const camera = active();
+    if (nullptr != camera && !camera->settings().presets.isEmpty() && camera->viewCount() > 0)
+        return patrol();
+    m_patrol->setChecked(false);
+    say(nullptr == camera         ? tr("There is no camera for a patrol.")
+        : camera->viewCount() < 1 ? tr("A patrol needs a layout with a view that can be turned.")
+                                  : tr("There are no presets to go to; save some first."));
+}
+
 void MainWindow::patrol()
 {
     m_patrolTimer->start(CONST_PATROL_MS);
@@ -505,6 +524,14 @@ void MainWindow::patrol()
 }
 
 // ---- Dialogs
+
+/// In a line that goes away by itself, also where the status line is turned off.
+void MainWindow::say(const QString& text)
+{
+    statusBar()->showMessage(text, CONST_MESSAGE_MS);
+    if (!statusBar()->isVisible())
+        QToolTip::showText(mapToGlobal(rect().bottomLeft()), text, this, {}, CONST_MESSAGE_MS);
+}
 
 void MainWindow::chooseFile()
 {
@@ -543,7 +570,7 @@ void MainWindow::editLens()
 {
     CameraWidget* const camera = active();
     if (nullptr == camera || !camera->showsPictures())
-        return;
+        return say(tr("The lens can be set once there are pictures."));
     if (auto* const open = camera->findChild<LensDialog*>()) {
         open->raise();
         open->activateWindow();

@@ -59,7 +59,10 @@ private:
     void showState();
     void showFigures();
     void fillPresets();
+    void savePreset();
+    void startPatrol();
     void patrol();
+    void say(const QString& text);
     void chooseFile();
     void chooseAddress();
     void takeSnapshot(bool ofView);

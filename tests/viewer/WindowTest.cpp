@@ -4,11 +4,17 @@
 
 #include <gtest/gtest.h>
 
-#include <QComboBox>
+#include <QAction>
 #include <QDoubleSpinBox>
+#include <QInputDialog>
 #include <QLineEdit>
+#include <QListWidget>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <QToolTip>
 
 #include "tests/viewer/Stage.h"
 
@@ -129,6 +135,92 @@ TEST(Snapshots, ThatComeToNothingAreForTheCameraThatShowsNothing)
     EXPECT_EQ(QApplication::exec(), 1);
     const QString said = QString::fromStdString(::testing::internal::GetCapturedStderr());
     EXPECT_TRUE(said.contains("127.0.0.1")) << said.toStdString();
+}
+
+QPushButton& ButtonOf(stage::Viewer& viewer, const QString& text)
+{
+    for (QPushButton* const button : viewer.window().findChildren<QPushButton*>())
+        if (button->text() == text)
+            return *button;
+    throw std::runtime_error("no such button");
+}
+
+/// Saves the selected view by the pad's button; whether a question was asked, which gets the
+/// answer.
+bool SaveAs(stage::Viewer& viewer, const QString& name, QMessageBox::StandardButton answer)
+{
+    bool asked = false;
+    QTimer question;
+    QObject::connect(&question, &QTimer::timeout, [&] {
+        if (auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+            asked = true;
+            box->button(answer)->click();
+        }
+    });
+    question.start(20);
+    stage::WhenOpen<QInputDialog>([&](QInputDialog& dialog) {
+        dialog.setTextValue(name);
+        dialog.accept();
+    });
+    ButtonOf(viewer, "Save...").click();
+    return asked;
+}
+
+TEST(Presets, AreNotOverwrittenUnasked)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    const auto zoom = [&] { return viewer.camera().settings().presets["door"].zoom; };
+    viewer.camera().turnTo(0, {{0.6, 0.7}, 4000});
+    viewer.camera().savePreset("door");
+    viewer.camera().turnTo(0, {{0.6, 0.7}, 3000});
+    EXPECT_TRUE(SaveAs(viewer, "door", QMessageBox::No));
+    EXPECT_EQ(zoom(), 4000);
+    EXPECT_TRUE(SaveAs(viewer, "door", QMessageBox::Yes));
+    EXPECT_EQ(zoom(), 3000);
+    EXPECT_FALSE(SaveAs(viewer, "window", QMessageBox::No));
+    EXPECT_EQ(viewer.camera().settings().presets.size(), 2);
+}
+
+TEST(Presets, AreListedAsLongAsTheirCameraIsThere)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    viewer.camera().savePreset("door");
+    auto* const presets = viewer.window().findChild<QListWidget*>();
+    EXPECT_EQ(presets->count(), 1);
+    stage::ActionOf(viewer, "Close camera").trigger();
+    EXPECT_EQ(presets->count(), 0);
+}
+
+TEST(Wishes, ThatCannotBeFulfilledAreAnswered)
+{
+    stage::Viewer viewer("rtsp://127.0.0.1:1/nobody", "quad", viewer::OverlayKind::Off,
+                         stage::Viewer::Wait::No);
+    QAction& patrol = stage::ActionOf(viewer, "Patrol");
+    const auto said = [&](QAction& wish) {
+        viewer.window().statusBar()->clearMessage();
+        wish.trigger();
+        return viewer.window().statusBar()->currentMessage();
+    };
+    EXPECT_TRUE(said(stage::ActionOf(viewer, "Lens...")).contains("pictures"));
+    EXPECT_TRUE(said(patrol).contains("presets"));
+    EXPECT_FALSE(patrol.isChecked());
+    viewer.window().openSource(stage::RoomClip(Mount::Ceiling));
+    ASSERT_TRUE(Await([&] { return viewer.camera().showsPictures(); }));
+    viewer.camera().savePreset("door");
+    viewer.camera().chooseLayout("fisheye");
+    EXPECT_TRUE(said(patrol).contains("layout"));
+    viewer.window().statusBar()->clearMessage();
+    ButtonOf(viewer, "Save...").click();  // opens nothing
+    EXPECT_TRUE(viewer.window().statusBar()->currentMessage().contains("no view"));
+    viewer.camera().chooseLayout("quad");
+    EXPECT_TRUE(said(patrol).isEmpty());
+    EXPECT_TRUE(patrol.isChecked());
+    patrol.trigger();
+    stage::ActionOf(viewer, "Status line").trigger();
+    for (int i = 0; i < 2; ++i)
+        stage::ActionOf(viewer, "Close camera").trigger();
+    patrol.trigger();
+    EXPECT_TRUE(QToolTip::text().contains("no camera"));  // in place of the status line
 }
 
 }  // namespace
