@@ -220,7 +220,8 @@ void MainWindow::makeViewMenu()
     status->setChecked(true);
     connect(status, &QAction::toggled, this,
             [this](bool shown) { statusBar()->setVisible(shown); });
-    add(menu, tr("&Full screen"), QKeySequence(Qt::Key_F11), [this] { toggleFullScreen(); });
+    m_fullScreen =
+        add(menu, tr("&Full screen"), QKeySequence(Qt::Key_F11), [this] { toggleFullScreen(); });
 
     QMenu* const help = new QMenu(tr("&Help"), this);
     add(help, tr("&Keys and gestures"), QKeySequence(Qt::Key_F1), [this] { showKeys(); });
@@ -612,6 +613,9 @@ void MainWindow::toggleFullScreen()
             *shown = !widget->isHidden();
         widget->setVisible(!full && *shown);
     }
+    // Escape is a way out alone: elsewhere it means other things.
+    m_fullScreen->setShortcuts(full ? QList<QKeySequence>{Qt::Key_F11, Qt::Key_Escape}
+                                    : QList<QKeySequence>{Qt::Key_F11});
     setWindowState(windowState() ^ Qt::WindowFullScreen);
 }
 

@@ -82,6 +82,7 @@ private:
     QAction* m_pause = nullptr;
     QAction* m_loop = nullptr;
     QAction* m_patrol = nullptr;
+    QAction* m_fullScreen = nullptr;
     QListWidget* m_presets = nullptr;
     QSlider* m_padSpeed = nullptr;
     QLabel* m_figures = nullptr;

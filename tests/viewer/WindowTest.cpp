@@ -9,6 +9,7 @@
 #include <QInputDialog>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QStatusBar>
@@ -28,6 +29,8 @@ using viewer::Mount;
 
 constexpr unsigned CONST_KEY_TAB = 0xff09;
 constexpr unsigned CONST_KEY_RETURN = 0xff0d;
+constexpr unsigned CONST_KEY_ESCAPE = 0xff1b;
+constexpr unsigned CONST_KEY_F11 = 0xffc8;
 
 /// The lens dialog of a camera, and its fields in their order.
 class LensFields : public ::testing::Test
@@ -221,6 +224,30 @@ TEST(Wishes, ThatCannotBeFulfilledAreAnswered)
         stage::ActionOf(viewer, "Close camera").trigger();
     patrol.trigger();
     EXPECT_TRUE(QToolTip::text().contains("no camera"));  // in place of the status line
+}
+
+TEST(FullScreen, IsLeftByEscapeWhichMeansNothingElse)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    const auto press = [&](QWidget& window, unsigned key) {
+        window.activateWindow();
+        ASSERT_TRUE(Await([&] { return window.isActiveWindow(); }));
+        stage::Key(key);
+    };
+    press(viewer.window(), CONST_KEY_F11);
+    ASSERT_TRUE(Await([&] { return viewer.window().isFullScreen(); }));
+    viewer::LensDialog dialog(viewer.camera());
+    dialog.show();
+    press(dialog, CONST_KEY_ESCAPE);
+    ASSERT_TRUE(Await([&] { return !dialog.isVisible(); }));
+    EXPECT_TRUE(viewer.window().isFullScreen());
+    press(viewer.window(), CONST_KEY_ESCAPE);
+    EXPECT_TRUE(Await([&] { return !viewer.window().isFullScreen(); }));
+    EXPECT_TRUE(viewer.window().menuBar()->isVisible());
+    press(viewer.window(), CONST_KEY_ESCAPE);
+    press(viewer.window(), '2');  // which comes after it
+    EXPECT_TRUE(Await([&] { return viewer.camera().selected() == 1; }));
+    EXPECT_FALSE(viewer.window().isFullScreen());
 }
 
 }  // namespace
