@@ -6,6 +6,7 @@
 #include <QActionGroup>
 #include <QApplication>
 #include <QDateTime>
+#include <QDialogButtonBox>
 #include <QDockWidget>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -18,6 +19,7 @@
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QScreen>
+#include <QScrollArea>
 #include <QSettings>
 #include <QSlider>
 #include <QStandardPaths>
@@ -26,6 +28,7 @@
 #include <QToolButton>
 #include <QToolTip>
 #include <QUrl>
+#include <QVBoxLayout>
 #include <QWindow>
 
 #include "viewer/CameraArea.h"
@@ -47,6 +50,7 @@ constexpr int CONST_SNAPSHOT_POLL_MS = 100;
 constexpr int CONST_SNAPSHOT_POLLS = 1800;
 constexpr int CONST_USUAL_PAD_SPEED = 5;
 constexpr int CONST_MESSAGE_MS = 6000;
+constexpr int CONST_HELP_MARGIN = 8;
 
 struct PadButton
 {
@@ -78,6 +82,13 @@ QToolButton* MakeButton(const QString& text, const QString& tip)
     return button;
 }
 
+/// A window's size, or what a small screen has room for beside its bars and the window's frame.
+QSize OnScreen(QSize size)
+{
+    constexpr double CONST_ROOM = 0.9;
+    return size.boundedTo(QGuiApplication::primaryScreen()->availableSize() * CONST_ROOM);
+}
+
 }  // namespace
 
 MainWindow::MainWindow(std::unique_ptr<QSettings> store)
@@ -99,7 +110,7 @@ MainWindow::MainWindow(std::unique_ptr<QSettings> store)
     qApp->installEventFilter(this);
     connect(m_patrolTimer, &QTimer::timeout, this, &MainWindow::patrol);
     connect(m_snapshotTimer, &QTimer::timeout, this, &MainWindow::checkSnapshot);
-    resize(1180, 800);
+    resize(OnScreen({1180, 800}));
     showState();
 }
 
@@ -598,7 +609,22 @@ void MainWindow::showKeys()
             text += QString("<b>%1</b>&nbsp; %2<br>")
                         .arg(action->shortcut().toString(QKeySequence::NativeText).toHtmlEscaped(),
                              QString(action->text()).remove('&').toHtmlEscaped());
-    QMessageBox::information(this, tr("Keys and gestures"), text + "</p>");
+    auto* const label = new QLabel(text + "</p>");
+    label->setWordWrap(true);
+    label->setMargin(CONST_HELP_MARGIN);
+    auto* const scroll = new QScrollArea;
+    scroll->setWidget(label);
+    scroll->setWidgetResizable(true);
+    auto* const close = new QDialogButtonBox(QDialogButtonBox::Close);
+    QDialog dialog(this);
+    dialog.setWindowTitle(tr("Keys and gestures"));
+    auto* const column = new QVBoxLayout(&dialog);
+    column->addWidget(scroll);
+    column->addWidget(close);
+    connect(close, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    dialog.resize(OnScreen({560, 720}));
+    scroll->setFocus();  // so that the keys scroll
+    dialog.exec();
 }
 
 void MainWindow::toggleFullScreen()

@@ -11,7 +11,9 @@
 #include <QListWidget>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QProcess>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -30,6 +32,7 @@ using viewer::Mount;
 constexpr unsigned CONST_KEY_TAB = 0xff09;
 constexpr unsigned CONST_KEY_RETURN = 0xff0d;
 constexpr unsigned CONST_KEY_ESCAPE = 0xff1b;
+constexpr unsigned CONST_KEY_PAGE_DOWN = 0xff56;
 constexpr unsigned CONST_KEY_F11 = 0xffc8;
 
 /// The lens dialog of a camera, and its fields in their order.
@@ -248,6 +251,47 @@ TEST(FullScreen, IsLeftByEscapeWhichMeansNothingElse)
     press(viewer.window(), '2');  // which comes after it
     EXPECT_TRUE(Await([&] { return viewer.camera().selected() == 1; }));
     EXPECT_FALSE(viewer.window().isFullScreen());
+}
+
+// The display of these tests is 2600 x 2000; at three times the density it is a small one.
+constexpr QSize CONST_DISPLAY(2600, 2000);
+
+TEST(SmallScreens, HaveRoomForTheWindow)
+{
+    const QTemporaryDir folder;
+    const QString out = folder.filePath("window.png");
+    QProcess program;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("QT_SCALE_FACTOR", "3");
+    program.setProcessEnvironment(environment);
+    program.start(FISHEYE_VIEWER,
+                  {"--snapshot", out, "--after", "0", stage::RoomClip(Mount::Ceiling)});
+    program.waitForFinished(-1);
+    const QSize window = QImage(out).size();
+    EXPECT_FALSE(window.isEmpty()) << program.readAllStandardError().toStdString();
+    EXPECT_EQ(window, window.boundedTo(CONST_DISPLAY)) << window.width() << window.height();
+}
+
+TEST(SmallScreens, HaveRoomForTheKeysWhichScroll)
+{
+    stage::Viewer viewer(Mount::Ceiling, "quad");
+    int handled = 0;
+    stage::WhenOpen<QDialog>([&](QDialog& dialog) {
+        EXPECT_EQ(dialog.windowTitle(), "Keys and gestures");
+        dialog.resize(400, 300);
+        dialog.activateWindow();
+        auto* const scroll = dialog.findChild<QScrollArea*>();
+        const auto* const last = scroll->widget();
+        const auto end = [&] { return last->mapTo(scroll, last->rect().bottomLeft()).y(); };
+        EXPECT_TRUE(Await([&] { return dialog.isActiveWindow() && end() > scroll->height(); }));
+        for (int i = 0; i < 20; ++i)
+            stage::Key(CONST_KEY_PAGE_DOWN);
+        EXPECT_TRUE(Await([&] { return end() < scroll->height(); }));
+        stage::Key(CONST_KEY_ESCAPE);
+        ++handled;
+    });
+    stage::ActionOf(viewer, "Keys and gestures").trigger();
+    EXPECT_EQ(handled, 1);
 }
 
 }  // namespace
