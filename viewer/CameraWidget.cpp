@@ -11,6 +11,7 @@
 #include <QThreadPool>
 #include <QTimer>
 #include <QUrl>
+#include <QUrlQuery>
 
 #include "VideoPlayer_FishEye/feplayer/CLS_180ViewSubPlayer.h"
 
@@ -144,9 +145,15 @@ QString CameraWidget::title() const
 {
     if (Scene::name() == m_source)
         return tr("Built-in scene");
-    const QUrl url(m_source);
-    if (m_source.contains("://"))
-        return url.host() + url.path();
+    if (m_source.contains("://")) {
+        // Ports and queries tell the cameras of one recorder apart. A password is nobody's to see.
+        QUrl url(m_source);
+        QUrlQuery query(url);
+        for (const char* const secret : {"password", "passwd", "pass", "pwd", "token"})
+            query.removeAllQueryItems(secret);
+        url.setQuery(query);
+        return url.toString(QUrl::RemoveScheme | QUrl::RemoveUserInfo).mid(2);
+    }
     return QFileInfo(m_source).fileName();
 }
 
