@@ -35,7 +35,7 @@ private:
 
     CameraWidget& m_camera;
     const std::optional<RvLens> m_before;
-    RvLens m_lens{};  ///< what the fields were filled from
+    RvLens m_lens{};             ///< what the fields were filled from
     double m_radiusShown = 0.0;  ///< in its field, before anybody changed it
     bool m_filling = false;
     QComboBox* m_model;
