@@ -17,7 +17,6 @@ fi
 
 say "Packages"
 "$here/scripts/install-packages.sh" manager engine dewarp clip viewer
-[ -n "${DISPLAY:-}" ] || "$here/scripts/install-packages.sh" display
 
 # A tree of its own, so that no start waits for the tests' programs.
 build=$here/build/run
@@ -38,11 +37,12 @@ if [ $# -eq 0 ] && [ ! -f "$source" ]; then
     mv "$build/room.part.mkv" "$source"
 fi
 
-viewer=("$build/viewer/fisheye-viewer")
-if [ -n "${DISPLAY:-}" ]; then
-    say "The viewer; F1 tells its keys and gestures"
-    exec "${viewer[@]}" "$source"
-fi
+viewer=("$build/viewer/fisheye-viewer" --layout fisheye+8 --overlay traced)
+say "The viewer; F1 tells its keys and gestures"
+code=0
+"${viewer[@]}" "$source" || code=$?
+[ "$code" -eq 3 ] || exit "$code" # 3: there is no display, or what DISPLAY names is gone
+"$here/scripts/install-packages.sh" display
 say "No display: the viewer runs under Xvfb"
 xvfb-run -a -s "-screen 0 1400x1000x24" \
     "${viewer[@]}" --snapshot "$here/build/fisheye-demo.png" --after 2 "$source"

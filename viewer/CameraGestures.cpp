@@ -30,6 +30,7 @@ constexpr double CONST_HALF_SQUARE = 0.05;  ///< of the outline that is a square
 constexpr int CONST_LEAST_BOX = 16;         ///< pixels
 constexpr int CONST_HALF_LIMIT = 179;       ///< degrees, either way, to which the 180 view turns
 constexpr int CONST_WALL_LIMIT = 90;        ///< beyond it a wall camera sees nothing
+constexpr int CONST_END_OF_TRAVEL = 1;      ///< the manager's answer where a button leads too far
 
 double Distance(QPointF a, QPointF b)
 {
@@ -40,6 +41,20 @@ STRUCT_FecPoint Units(QPointF fraction)
 {
     return {static_cast<std::int32_t>(std::lround(fraction.x() * CONST_UNITS)),
             static_cast<std::int32_t>(std::lround(fraction.y() * CONST_UNITS))};
+}
+
+/// The relative move that a button command is: a move takes the picture along, a button the view.
+MoveStep StepOf(n_PTZCtlCmd command, int units)
+{
+    const auto is = [command](auto... commands) { return ((command == commands) || ...); };
+    MoveStep step;
+    step.x = is(n_PTZCtl_Left, n_PTZCtl_LeftUp, n_PTZCtl_LeftDown)      ? units
+             : is(n_PTZCtl_Right, n_PTZCtl_RightUp, n_PTZCtl_RightDown) ? -units
+                                                                        : 0;
+    step.y = is(n_PTZCtl_Up, n_PTZCtl_LeftUp, n_PTZCtl_RightUp)         ? units
+             : is(n_PTZCtl_Down, n_PTZCtl_LeftDown, n_PTZCtl_RightDown) ? -units
+                                                                        : 0;
+    return step;
 }
 
 }  // namespace
@@ -65,7 +80,9 @@ void CameraWidget::lookAt(int view, QPointF centre)
     const std::optional<extras::Look> now = lookOf(view);
     if (!now)
         return;
-    const MoveStep step = StepBetween(m_settings.mount, now->centre, centre);
+    // Nearer to the rim than that a rounded step may end beyond it, and would be refused as a
+    // whole.
+    const MoveStep step = StepBetween(m_settings.mount, now->centre, NearestCentre(centre));
     Manager& manager = Manager::instance();
     manager.move(m_player, view, step.x, step.y);
     manager.zoom(m_player, view, 0);  // the outline lags one command behind
@@ -104,7 +121,9 @@ void CameraWidget::press(n_PTZCtlCmd command, int speed)
     const int pan = std::max(1, static_cast<int>(CONST_PAD_PAN * scale));
     const int zoom = std::max(1, static_cast<int>(CONST_PAD_ZOOM * scale));
     Manager& manager = Manager::instance();
-    manager.press(m_player, m_selected, {pan, pan, zoom}, command);
+    // To the rim and along it, where the manager would not move at all.
+    if (manager.press(m_player, m_selected, {pan, pan, zoom}, command) == CONST_END_OF_TRAVEL)
+        lookAt(m_selected, CentreAfter(m_settings.mount, look->centre, StepOf(command, pan)));
     manager.zoom(m_player, m_selected, 0);  // the outline lags one command behind
 }
 
@@ -135,7 +154,8 @@ bool CameraWidget::goToPreset(const QString& name)
 
 void CameraWidget::snapshotView(const QString& path)
 {
-    const CellWidget* const cell = viewCount() > 0 ? m_views[static_cast<std::size_t>(m_selected)]
+    const CellWidget* const cell = nullptr != m_enlarged ? m_enlarged
+                                   : viewCount() > 0 ? m_views[static_cast<std::size_t>(m_selected)]
                                    : m_panorama->isVisible() ? m_panorama
                                    : m_half->isVisible()     ? m_half
                                                              : m_main;
@@ -187,13 +207,19 @@ int CameraWidget::outlineAt(const CellWidget* cell, QPointF at) const
     const std::optional<QPointF> point = overlayPoint(cell, at);
     if (!point || OverlayKind::Off == m_settings.overlay)
         return -1;
+    // The picture for which the manager makes the outlines: a square is one on that.
+    const bool ofPanorama = CORRECT_TYPE_360 == cameraRecord().m_iDrawCorrectMode;
+    const auto onCarrier = [&](QPointF place) {
+        return ofPanorama ? ToPanorama(m_settings.mount, FromFishEye(place)) : place;
+    };
     int found = -1;
     double nearest = std::numeric_limits<double>::max();
     for (int i = 0; i < viewCount(); ++i) {
         const PtzView view = geometryOf(i);
         const std::optional<QPointF> seen = Locate(view, FromFishEye(*point));
         const bool within = seen && QRectF(0.0, 0.0, 1.0, 1.0).contains(*seen);
-        const bool close = Distance(view.centre, *point) < CONST_HALF_SQUARE;
+        const QPointF off = onCarrier(*point) - onCarrier(view.centre);
+        const bool close = std::max(std::abs(off.x()), std::abs(off.y())) < CONST_HALF_SQUARE;
         if (!within && !close)
             continue;
         const double distance = Distance(view.centre, *point);
@@ -333,7 +359,7 @@ void CameraWidget::zoomBox(const CellWidget* cell, QPointF from, QPointF to)
     const PtzView view = geometryOf(m_drag.view);
     const Direction middle = DirectionAt(view, (from + to) / 2.0);
     zoomTo(m_drag.view, view.zoom * std::max(box.width(), box.height()));
-    lookAt(m_drag.view, NearestCentre(ToFishEye(middle)));
+    lookAt(m_drag.view, ToFishEye(middle));
 }
 
 void CameraWidget::dragCircle(QPointF at)

@@ -11,6 +11,7 @@
 #include <QThreadPool>
 #include <QTimer>
 #include <QUrl>
+#include <QUrlQuery>
 
 #include "VideoPlayer_FishEye/feplayer/CLS_180ViewSubPlayer.h"
 
@@ -152,9 +153,15 @@ QString CameraWidget::title() const
 {
     if (Scene::name() == m_source)
         return tr("Built-in scene");
-    const QUrl url(m_source);
-    if (m_source.contains("://"))
-        return url.host() + url.path();
+    if (m_source.contains("://")) {
+        // Ports and queries tell the cameras of one recorder apart. A password is nobody's to see.
+        QUrl url(m_source);
+        QUrlQuery query(url);
+        for (const char* const secret : {"password", "passwd", "pass", "pwd", "token"})
+            query.removeAllQueryItems(secret);
+        url.setQuery(query);
+        return url.toString(QUrl::RemoveScheme | QUrl::RemoveUserInfo).mid(2);
+    }
     return QFileInfo(m_source).fileName();
 }
 
@@ -519,7 +526,8 @@ void CameraWidget::layOut()
             windows[type].append(cellOf(kind, 0)->handle());
 
     const STRUCT_FishEyeParam camera = cameraRecord();
-    const bool outlines = OverlayKind::Off != m_settings.overlay;
+    // Without views there are none, and the manager would look for them and complain all the time.
+    const bool outlines = OverlayKind::Off != m_settings.overlay && viewCount() > 0;
     const STRUCT_FishDrawParam draw{outlines ? camera.m_iDrawCorrectMode : 0,
                                     OverlayKind::Square == m_settings.overlay ? n_DrawType_Rect
                                                                               : n_DrawType_Fec};
@@ -543,7 +551,9 @@ void CameraWidget::layOut()
         const std::lock_guard<std::mutex> lock(m_outlinesMutex);
         m_outlines.clear();
     }
-    m_selected = std::clamp(m_selected, 0, std::max(0, viewCount() - 1));
+    if (viewCount() > 1)
+        m_chosen = std::min(m_chosen, viewCount() - 1);
+    m_selected = viewCount() > 1 ? m_chosen : 0;
     restoreViews();
     placeCells();
     drawOutlines();
@@ -552,21 +562,25 @@ void CameraWidget::layOut()
     emit selectionChanged();
 }
 
+std::optional<extras::Look>& CameraWidget::keptLook(int view)
+{
+    return m_looks[static_cast<std::size_t>(viewCount() > 1 ? view : m_chosen)];
+}
+
 void CameraWidget::keepLooks()
 {
     for (int i = 0; i < viewCount(); ++i)
         if (const std::optional<extras::Look> look = lookOf(i))
-            m_looks[static_cast<std::size_t>(i)] = look;
+            keptLook(i) = look;
 }
 
 /// What the views showed in the layout before.
 void CameraWidget::restoreViews()
 {
     for (int i = 0; i < viewCount(); ++i) {
-        const auto index = static_cast<std::size_t>(i);
-        m_homes[index] = lookOf(i).value_or(extras::Look{});
-        if (m_looks[index])
-            turnTo(i, *m_looks[index]);
+        m_homes[static_cast<std::size_t>(i)] = lookOf(i).value_or(extras::Look{});
+        if (const std::optional<extras::Look>& look = keptLook(i))
+            turnTo(i, *look);
     }
     if (Holds(layoutNow(), CellKind::Panorama))
         turnWide(m_panorama, std::exchange(m_panoramaDegrees, 0));
@@ -615,7 +629,7 @@ void CameraWidget::select(int view)
 {
     if (view < 0 || view >= viewCount() || view == m_selected)
         return;
-    m_selected = view;
+    m_selected = m_chosen = view;
     drawFrames();
     emit selectionChanged();
 }

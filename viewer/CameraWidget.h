@@ -164,6 +164,7 @@ private:
     void restoreViews();
     CellWidget* cellOf(CellKind kind, int number) const;
     QList<CellWidget*> cells() const;
+    std::optional<extras::Look>& keptLook(int view);
     int viewIn(const CellWidget* cell) const;
     QStringList notices() const;
     void tell();
@@ -228,6 +229,7 @@ private:
     double m_speed = 1.0;
 
     int m_selected = 0;
+    int m_chosen = 0;  ///< the one selected in the last layout of several; one alone shows that
     std::array<std::optional<extras::Look>, CONST_VIEWS> m_looks;  ///< of the layout before
     std::array<extras::Look, CONST_VIEWS> m_homes;
     int m_panoramaDegrees = 0;

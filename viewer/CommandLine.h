@@ -14,7 +14,8 @@ enum ExitCode
 {
     CONST_EXIT_DONE = 0,
     CONST_EXIT_FAILED = 1,  ///< something could not be opened, shown or written
-    CONST_EXIT_USAGE = 2    ///< the command line made no sense
+    CONST_EXIT_USAGE = 2,   ///< the command line made no sense
+    CONST_EXIT_NO_DISPLAY = 3
 };
 
 /// What the command line asks for.

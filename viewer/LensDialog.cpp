@@ -112,6 +112,7 @@ void LensDialog::fill(const RvLens& lens)
     m_centreX->setValue(lens.dCentreX);
     m_centreY->setValue(lens.dCentreY);
     m_radius->setValue(lens.dCircleRadius);
+    m_radiusShown = m_radius->value();
     m_focalX->setValue(lens.dFocalX);
     m_focalY->setValue(lens.dFocalY);
     for (std::size_t i = 0; i < m_k.size(); ++i)
@@ -136,6 +137,10 @@ void LensDialog::apply()
     const bool polynomial = CONST_KANNALA_BRANDT == lens.iModel;
     lens.dFocalX = polynomial && 0.0 != lens.dFocalX ? NumberIn(*m_focalX, lens.dFocalX) : 0.0;
     lens.dFocalY = polynomial && 0.0 != lens.dFocalY ? NumberIn(*m_focalY, lens.dFocalY) : 0.0;
+    // Focal lengths and field of view make the circle; beside them a radius is a limit, and the one
+    // that is merely shown is that of the lens before.
+    if (0.0 != lens.dFocalX && m_radius->value() == m_radiusShown)
+        lens.dCircleRadius = 0.0;
     for (std::size_t i = 0; i < m_k.size(); ++i)
         lens.adK[i] = polynomial ? NumberIn(*m_k[i], lens.adK[i]) : 0.0;
     m_camera.chooseLens(lens);

@@ -33,7 +33,8 @@ private:
     void follow();
 
     CameraWidget& m_camera;
-    RvLens m_lens{};  ///< what the fields were filled from
+    RvLens m_lens{};             ///< what the fields were filled from
+    double m_radiusShown = 0.0;  ///< in its field, before anybody changed it
     bool m_filling = false;
     QComboBox* m_model;
     QDoubleSpinBox* m_fieldOfView;

@@ -6,6 +6,7 @@
 #include <QActionGroup>
 #include <QApplication>
 #include <QDateTime>
+#include <QDialogButtonBox>
 #include <QDockWidget>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -18,13 +19,16 @@
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QScreen>
+#include <QScrollArea>
 #include <QSettings>
 #include <QSlider>
 #include <QStandardPaths>
 #include <QStatusBar>
 #include <QTimer>
 #include <QToolButton>
+#include <QToolTip>
 #include <QUrl>
+#include <QVBoxLayout>
 #include <QWindow>
 
 #include "viewer/CameraArea.h"
@@ -46,6 +50,7 @@ constexpr int CONST_SNAPSHOT_POLL_MS = 100;
 constexpr int CONST_SNAPSHOT_POLLS = 1800;
 constexpr int CONST_USUAL_PAD_SPEED = 5;
 constexpr int CONST_MESSAGE_MS = 6000;
+constexpr int CONST_HELP_MARGIN = 8;
 
 struct PadButton
 {
@@ -89,6 +94,13 @@ QString NameOf(const QString& source)
     return file.isFile() ? file.canonicalFilePath() : file.absoluteFilePath();
 }
 
+/// A window's size, or what a small screen has room for beside its bars and the window's frame.
+QSize OnScreen(QSize size)
+{
+    constexpr double CONST_ROOM = 0.9;
+    return size.boundedTo(QGuiApplication::primaryScreen()->availableSize() * CONST_ROOM);
+}
+
 }  // namespace
 
 MainWindow::MainWindow(std::unique_ptr<QSettings> store)
@@ -106,10 +118,11 @@ MainWindow::MainWindow(std::unique_ptr<QSettings> store)
     connect(m_area, &CameraArea::activeChanged, this, &MainWindow::showState);
     m_patrolTimer->setObjectName("patrol");
     m_patrolTimer->setSingleShot(true);
+    m_snapshotTimer->setObjectName("snapshot");
     qApp->installEventFilter(this);
     connect(m_patrolTimer, &QTimer::timeout, this, &MainWindow::patrol);
     connect(m_snapshotTimer, &QTimer::timeout, this, &MainWindow::checkSnapshot);
-    resize(1180, 800);
+    resize(OnScreen({1180, 800}));
     showState();
 }
 
@@ -235,7 +248,8 @@ void MainWindow::makeViewMenu()
     status->setChecked(true);
     connect(status, &QAction::toggled, this,
             [this](bool shown) { statusBar()->setVisible(shown); });
-    add(menu, tr("&Full screen"), QKeySequence(Qt::Key_F11), [this] { toggleFullScreen(); });
+    m_fullScreen =
+        add(menu, tr("&Full screen"), QKeySequence(Qt::Key_F11), [this] { toggleFullScreen(); });
 
     QMenu* const help = new QMenu(tr("&Help"), this);
     add(help, tr("&Keys and gestures"), QKeySequence(Qt::Key_F1), [this] { showKeys(); });
@@ -388,15 +402,7 @@ void MainWindow::makePad()
     auto* const patrol = new QToolButton;
     for (QWidget* const button : std::array<QWidget*, 3>{save, remove, patrol})
         button->setFocusPolicy(Qt::NoFocus);
-    connect(save, &QPushButton::clicked, this, [this] {
-        CameraWidget* const camera = active();
-        const QString name =
-            nullptr == camera || camera->viewCount() < 1
-                ? QString()
-                : QInputDialog::getText(this, tr("Save a preset"), tr("Its name:")).trimmed();
-        if (!name.isEmpty())
-            camera->savePreset(name);
-    });
+    connect(save, &QPushButton::clicked, this, &MainWindow::savePreset);
     connect(remove, &QPushButton::clicked, this, [this] {
         if (active() && m_presets->currentItem())
             active()->removePreset(m_presets->currentItem()->text());
@@ -407,7 +413,7 @@ void MainWindow::makePad()
     addAction(m_patrol);
     connect(m_patrol, &QAction::toggled, this, [this](bool on) {
         if (on)
-            MainWindow::patrol();
+            startPatrol();
         else
             m_patrolTimer->stop();
     });
@@ -458,6 +464,7 @@ void MainWindow::showState()
     setWindowTitle(nullptr == camera
                        ? QApplication::applicationDisplayName()
                        : camera->title() + " \u2013 " + QApplication::applicationDisplayName());
+    fillPresets();
     if (nullptr == camera)
         return;
     const auto check = [](const QActionGroup* group, const QVariant& data) {
@@ -471,12 +478,12 @@ void MainWindow::showState()
     m_mirrored->setChecked(camera->settings().mirrored);
     m_flipped->setChecked(camera->settings().flipped);
     m_pause->setChecked(camera->paused());
-    fillPresets();
 }
 
 void MainWindow::fillPresets()
 {
-    const QStringList names = active()->settings().presets.keys();
+    const CameraWidget* const camera = active();
+    const QStringList names = nullptr == camera ? QStringList() : camera->settings().presets.keys();
     QStringList shown;
     for (int i = 0; i < m_presets->count(); ++i)
         shown.append(m_presets->item(i)->text());
@@ -484,6 +491,20 @@ void MainWindow::fillPresets()
         return;
     m_presets->clear();
     m_presets->addItems(names);
+}
+
+void MainWindow::savePreset()
+{
+    if (nullptr == active() || active()->viewCount() < 1)
+        return say(tr("There is no view here whose direction could be saved."));
+    const QString name =
+        QInputDialog::getText(this, tr("Save a preset"), tr("Its name:")).trimmed();
+    if (name.isEmpty() || nullptr == active())
+        return;
+    const QString question = tr("There is a preset \"%1\" already. Put this one in its place?");
+    if (!active()->settings().presets.contains(name) ||
+        QMessageBox::question(this, tr("Save a preset"), question.arg(name)) == QMessageBox::Yes)
+        active()->savePreset(name);
 }
 
 /// Whatever the user does to any window of the program holds a patrol up.
@@ -509,6 +530,17 @@ bool MainWindow::eventFilter(QObject* object, QEvent* event)
     return QMainWindow::eventFilter(object, event);
 }
 
+void MainWindow::startPatrol()
+{
+    const CameraWidget* const camera = active();
+    if (nullptr != camera && !camera->settings().presets.isEmpty() && camera->viewCount() > 0)
+        return patrol();
+    m_patrol->setChecked(false);
+    say(nullptr == camera         ? tr("There is no camera for a patrol.")
+        : camera->viewCount() < 1 ? tr("A patrol needs a layout with a view that can be turned.")
+                                  : tr("There are no presets to go to; save some first."));
+}
+
 void MainWindow::patrol()
 {
     m_patrolTimer->start(CONST_PATROL_MS);
@@ -522,6 +554,14 @@ void MainWindow::patrol()
 }
 
 // ---- Dialogs
+
+/// In a line that goes away by itself, also where the status line is turned off.
+void MainWindow::say(const QString& text)
+{
+    statusBar()->showMessage(text, CONST_MESSAGE_MS);
+    if (!statusBar()->isVisible())
+        QToolTip::showText(mapToGlobal(rect().bottomLeft()), text, this, {}, CONST_MESSAGE_MS);
+}
 
 void MainWindow::chooseFile()
 {
@@ -560,7 +600,7 @@ void MainWindow::editLens()
 {
     CameraWidget* const camera = active();
     if (nullptr == camera || !camera->showsPictures())
-        return;
+        return say(tr("The lens can be set once there are pictures."));
     if (auto* const open = camera->findChild<LensDialog*>()) {
         open->raise();
         open->activateWindow();
@@ -591,7 +631,22 @@ void MainWindow::showKeys()
                         .arg(keys.join(tr(" or ")).toHtmlEscaped(),
                              QString(action->text()).remove('&').toHtmlEscaped());
     }
-    QMessageBox::information(this, tr("Keys and gestures"), text + "</p>");
+    auto* const label = new QLabel(text + "</p>");
+    label->setWordWrap(true);
+    label->setMargin(CONST_HELP_MARGIN);
+    auto* const scroll = new QScrollArea;
+    scroll->setWidget(label);
+    scroll->setWidgetResizable(true);
+    auto* const close = new QDialogButtonBox(QDialogButtonBox::Close);
+    QDialog dialog(this);
+    dialog.setWindowTitle(tr("Keys and gestures"));
+    auto* const column = new QVBoxLayout(&dialog);
+    column->addWidget(scroll);
+    column->addWidget(close);
+    connect(close, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    dialog.resize(OnScreen({560, 720}));
+    scroll->setFocus();  // so that the keys scroll
+    dialog.exec();
 }
 
 void MainWindow::toggleFullScreen()
@@ -606,6 +661,9 @@ void MainWindow::toggleFullScreen()
             *shown = !widget->isHidden();
         widget->setVisible(!full && *shown);
     }
+    // Escape is a way out alone: elsewhere it means other things.
+    m_fullScreen->setShortcuts(full ? QList<QKeySequence>{Qt::Key_F11, Qt::Key_Escape}
+                                    : QList<QKeySequence>{Qt::Key_F11});
     setWindowState(windowState() ^ Qt::WindowFullScreen);
 }
 
@@ -628,9 +686,10 @@ void MainWindow::checkSnapshot()
     ++m_snapshotPolls;
     for (const CameraWidget* const camera : m_area->cameras()) {
         const bool over = StreamState::Failed == camera->state() ||
-                          (StreamState::Ended == camera->state() && !camera->showsPictures()) ||
+                          (!camera->showsPictures() && (StreamState::Ended == camera->state() ||
+                                                        m_snapshotPolls > CONST_SNAPSHOT_POLLS)) ||
                           (camera->pictureless() && !camera->stream().live);
-        if (over || m_snapshotPolls > CONST_SNAPSHOT_POLLS)
+        if (over)
             return fail(camera->trouble());
         if (!camera->showsPictures())
             return;

@@ -59,7 +59,10 @@ private:
     void showState();
     void showFigures();
     void fillPresets();
+    void savePreset();
+    void startPatrol();
     void patrol();
+    void say(const QString& text);
     void chooseFile();
     void chooseAddress();
     void takeSnapshot(bool ofView);
@@ -79,6 +82,7 @@ private:
     QAction* m_pause = nullptr;
     QAction* m_loop = nullptr;
     QAction* m_patrol = nullptr;
+    QAction* m_fullScreen = nullptr;
     QListWidget* m_presets = nullptr;
     QSlider* m_padSpeed = nullptr;
     QLabel* m_figures = nullptr;

@@ -3,9 +3,12 @@
 #include <array>
 #include <mutex>
 #include <utility>
+#include <vector>
 
-#include <QCoreApplication>
+#include <dlfcn.h>
+
 #include <QDir>
+#include <QFile>
 #include <QObject>
 #include <QStringList>
 
@@ -56,6 +59,26 @@ constexpr auto CONST_CALLBACKS = MakeCallbacks(std::make_index_sequence<CONST_SL
 
 constexpr STRUCT_FishWindowRect CONST_UNIT_RECT{10000, 10000};
 
+/// Where the system looks for libraries that this program opens by file name: what the environment
+/// names, the program's run path, the system's folders.
+QStringList LibraryFolders()
+{
+    const std::unique_ptr<void, int (*)(void*)> program(::dlopen(nullptr, RTLD_LAZY), ::dlclose);
+    Dl_serinfo head{};
+    if (!program || ::dlinfo(program.get(), RTLD_DI_SERINFOSIZE, &head) != 0)
+        return {};
+    std::vector<Dl_serinfo> room(head.dls_size / sizeof(Dl_serinfo) + 1);  // the names lie behind
+    room.front() = head;
+    if (::dlinfo(program.get(), RTLD_DI_SERINFO, room.data()) != 0)
+        return {};
+    QStringList folders;
+    const Dl_serpath* const paths = room.front().dls_serpath;
+    for (unsigned i = 0; i < head.dls_cnt; ++i)
+        folders.append(QDir::cleanPath(QFile::decodeName(paths[i].dls_name)));
+    folders.removeDuplicates();
+    return folders;
+}
+
 CLS_FishPlayer& Facade()
 {
     return *CLS_FishPlayer::GetInstance();
@@ -84,12 +107,8 @@ QString Manager::missing() const
                                                             : nullptr;
     if (nullptr == file)
         return {};
-    QStringList folders = qEnvironmentVariable("LD_LIBRARY_PATH").split(':', Qt::SkipEmptyParts);
-    folders.append(
-        QDir::cleanPath(QCoreApplication::applicationDirPath() + "/" FISHEYE_LIBRARY_FOLDER));
-    return QObject::tr("The library %1 cannot be loaded. It was looked for in %2 and in the "
-                       "system's library folders.")
-        .arg(file, folders.join(", "));
+    return QObject::tr("The library %1 cannot be loaded. It was looked for in %2.")
+        .arg(file, LibraryFolders().join(", "));
 }
 
 int Manager::create(const STRUCT_FishEyeParam& camera, void* mainWindow, QByteArray header)

@@ -202,6 +202,19 @@ MoveStep StepBetween(Mount mount, QPointF from, QPointF to)
     return {sign * rounded(turn * CONST_UNITS / CONST_PI), sign * rounded(away)};
 }
 
+QPointF CentreAfter(Mount mount, QPointF from, MoveStep step)
+{
+    if (Mount::Wall == mount)
+        return from - QPointF(step.x, step.y) / CONST_UNITS;
+    const int sign = Mount::Floor == mount ? -1 : 1;
+    const QPointF start = from - CONST_MIDDLE;
+    const double bearing =
+        std::atan2(start.x(), start.y()) + sign * step.x * CONST_PI / CONST_UNITS;
+    const double away =
+        std::max(0.0, std::hypot(start.x(), start.y()) + sign * step.y / CONST_UNITS);
+    return CONST_MIDDLE + away * QPointF(std::sin(bearing), std::cos(bearing));
+}
+
 Direction FromPanorama(Mount mount, QPointF fraction)
 {
     const bool floor = Mount::Floor == mount;

@@ -73,6 +73,9 @@ struct MoveStep
 /// camera, otherwise an orbit by 1/10000 of half a circle and a change of the radius.
 MoveStep StepBetween(Mount mount, QPointF from, QPointF to);
 
+/// Where a step leads from a centre, be it within the circle or not.
+QPointF CentreAfter(Mount mount, QPointF from, MoveStep step);
+
 /// A fraction of the unturned panorama as a direction, and the other way round.
 Direction FromPanorama(Mount mount, QPointF fraction);
 QPointF ToPanorama(Mount mount, const Direction& direction);

@@ -69,12 +69,12 @@ int main(int argc, char** argv)
     // The engine draws into X11 windows; on Wayland that is XWayland's.
     if (qEnvironmentVariableIsEmpty("DISPLAY")) {
         std::fprintf(stderr, "%s: there is no X11 display (DISPLAY is not set).\n", CONST_NAME);
-        return viewer::CONST_EXIT_FAILED;
+        return viewer::CONST_EXIT_NO_DISPLAY;
     }
     if (!DisplayAnswers()) {
         std::fprintf(stderr, "%s: the X11 display %s does not answer.\n", CONST_NAME,
                      qgetenv("DISPLAY").constData());
-        return viewer::CONST_EXIT_FAILED;
+        return viewer::CONST_EXIT_NO_DISPLAY;
     }
     qputenv("QT_QPA_PLATFORM", "xcb");
     qputenv("QT_XCB_GL_INTEGRATION", "none");  // nothing here draws with it, and it starts slowly

@@ -5,8 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <QDialog>
-#include <QMessageBox>
+#include <QLabel>
 #include <QRegularExpression>
+#include <QScrollArea>
 #include <QTimer>
 
 #include "tests/viewer/Stage.h"
@@ -67,9 +68,10 @@ protected:
     std::vector<std::pair<QString, QString>> help()
     {
         QString text;
-        stage::WhenOpen<QMessageBox>([&](QMessageBox& box) {
-            text = box.text();
-            box.close();
+        stage::WhenOpen<QDialog>([&](QDialog& dialog) {
+            if (const auto* const area = dialog.findChild<QScrollArea*>())
+                text = qobject_cast<QLabel*>(area->widget())->text();
+            dialog.reject();
         });
         listen();
         stage::Key(CONST_F1);

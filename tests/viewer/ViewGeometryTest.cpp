@@ -138,6 +138,13 @@ TEST(Steps, AnOrbitTakesTheShortWayRound)
     EXPECT_LT(std::abs(step.x), 500);
 }
 
+TEST_P(EachMount, AStepLeadsWhereItWasMadeFor)
+{
+    const QPointF from(0.31, 0.64);
+    for (const QPointF to : {QPointF(0.33, 0.6), QPointF(0.8, 0.2), QPointF(0.9, 1.02)})
+        ExpectSame(CentreAfter(GetParam(), from, StepBetween(GetParam(), from, to)), to, 2e-4);
+}
+
 TEST_P(EachMount, ThePanoramaGoesThereAndBack)
 {
     for (double x = 0.05; x < 1.0; x += 0.1)

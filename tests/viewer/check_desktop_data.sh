@@ -40,8 +40,8 @@ code=0
 [ $code -eq 1 ]
 code=0
 env -u DISPLAY "$viewer" 2>/dev/null || code=$?
-[ $code -eq 1 ]
+[ $code -eq 3 ]
 code=0
 said=$(DISPLAY=:4711 "$viewer" 2>&1) || code=$?
-[ $code -eq 1 ]
+[ $code -eq 3 ]
 [[ $said == *":4711 does not answer"* ]]
