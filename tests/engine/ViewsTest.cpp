@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 
 #include "optics/FisheyePicture.h"
+#include "optics/Lens.h"
 #include "optics/View.h"
 #include "tests/engine/EngineUnderTest.h"
 
@@ -39,6 +40,21 @@ ClipOptions FisheyeClip(int size = 512)
     return options;
 }
 
+/// A picture of the room through a lens.
+ClipOptions LensClip(const optics::LensParameters& parameters, double scale, int size = 512)
+{
+    std::string error;
+    const auto lens = optics::Lens::Make(parameters, error);
+    if (!lens)
+        throw std::runtime_error(error);
+    ClipOptions options = FisheyeClip(size);
+    options.paint = [scaled = lens->ScaledBy(scale, scale)](int, int x, int y) {
+        const auto direction = scaled.Unproject({double(x), double(y)});
+        return direction ? ColourOf(*direction) : Colour{0, 0, 0};
+    };
+    return options;
+}
+
 const Bytes& Clip()
 {
     static const Bytes clip = MakeClip(FisheyeClip());
@@ -48,15 +64,19 @@ const Bytes& Clip()
 class Views : public testing::Test
 {
 protected:
-    void Feed()
+    void Feed() { Feed(m_player, Clip()); }
+
+    static void Feed(TestPlayer& player, const Bytes& clip)
     {
-        ASSERT_EQ(m_player.Play(), 0);
-        ASSERT_EQ(m_player.Put(Clip()), 0);
-        ASSERT_EQ(m_player.End(), 0);
+        ASSERT_EQ(player.Play(), 0);
+        ASSERT_EQ(player.Put(clip), 0);
+        ASSERT_EQ(player.End(), 0);
     }
 
-    /// Holds what a view shows against the view's own geometry.
-    void ExpectView(const Images::Image& image, const optics::ViewParameters& parameters)
+    /// Holds what a view shows against the view's own geometry; the lens sees half the field of
+    /// view off its axis.
+    void ExpectView(const Images::Image& image, const optics::ViewParameters& parameters,
+                    double fieldOfView = PI)
     {
         optics::ViewParameters sized = parameters;
         sized.iWidth = image.width;
@@ -68,8 +88,10 @@ protected:
                 const int row = static_cast<int>(y * image.height);
                 const auto direction =
                     view.Direction({(column + 0.5) / image.width, (row + 0.5) / image.height});
-                const bool seen = direction && optics::AngleOffAxis(*direction) < 0.49 * PI;
-                const bool black = !direction || optics::AngleOffAxis(*direction) > 0.51 * PI;
+                const bool seen =
+                    direction && optics::AngleOffAxis(*direction) < 0.49 * fieldOfView;
+                const bool black =
+                    !direction || optics::AngleOffAxis(*direction) > 0.51 * fieldOfView;
                 const Colour colour = image.At(x, y);
                 if (seen) {
                     EXPECT_TRUE(Near(colour, ColourOf(*direction), 6))
@@ -431,6 +453,106 @@ TEST_F(Views, LensMeasuredOnAnotherSizeFollowsAChangeOfResolution)
                 << width << ": " << point.x << " " << point.y;
     }
     m_player.Delete();
+}
+
+class EveryLens : public Views, public testing::WithParamInterface<int>
+{};
+
+/// Measured on a picture twice as large, off its middle.
+TEST_P(EveryLens, ShowsTheDirectionsThatItsModelSays)
+{
+    optics::LensParameters parameters;
+    parameters.eModel = static_cast<optics::LensModel>(GetParam());
+    parameters.stCentre = {520, 500};
+    RvLens record{};
+    if (parameters.eModel == optics::LensModel::Table) {
+        parameters.astTable = {{{0, 0}, {30, 180}, {60, 320}, {90, 420}, {105, 460}}};
+        parameters.iTableLength = 5;
+    } else {
+        parameters.dFovDeg = 190;
+        if (parameters.eModel == optics::LensModel::KannalaBrandt) {
+            parameters.dFocalX = 310;
+            parameters.dFocalY = 320;
+            parameters.adK = {-0.12, 0.02, -0.004, 0.0004};
+        } else {
+            parameters.dCircleRadius = 480;
+        }
+    }
+    record.iModel = GetParam();
+    record.iWidth = record.iHeight = 1024;
+    record.dFieldOfView = parameters.dFovDeg;
+    record.dCentreX = parameters.stCentre.x;
+    record.dCentreY = parameters.stCentre.y;
+    record.dFocalX = parameters.dFocalX;
+    record.dFocalY = parameters.dFocalY;
+    record.dCircleRadius = parameters.dCircleRadius;
+    std::copy(parameters.adK.begin(), parameters.adK.end(), record.adK);
+    record.iTableLength = parameters.iTableLength;
+    for (int i = 0; i < parameters.iTableLength; ++i) {
+        record.adTable[i][0] = parameters.astTable[i].dDeg;
+        record.adTable[i][1] = parameters.astTable[i].dRadius;
+    }
+    ASSERT_EQ(m_player.SetLens(record), 0);
+    const int view = m_player.AddView(RV_MODE_PTZ, RV_MOUNT_CEILING, 6000, 4200, 6000);
+    ASSERT_EQ(m_player.Listen(view, m_images, 320, 240), 0);
+    Feed(m_player, MakeClip(LensClip(parameters, 0.5)));
+    const Images::Image image = m_images.Await(1);
+    ASSERT_EQ(image.width, 320);
+    optics::ViewParameters shown;
+    shown.eKind = optics::ViewKind::PanTiltZoom;
+    shown.stCentre = {0.6, 0.42};
+    shown.dZoom = 6000;
+    ExpectView(image, shown);
+
+    const RvLens read = m_player.Lens();
+    EXPECT_EQ(read.iModel, GetParam());
+    EXPECT_EQ(read.iWidth, 512);
+    EXPECT_EQ(read.dFieldOfView, parameters.dFovDeg);
+    EXPECT_NEAR(read.dCentreX, 259.75, 1e-9);
+    EXPECT_NEAR(read.dCentreY, 249.75, 1e-9);
+    EXPECT_EQ(read.adK[3], parameters.adK[3]);
+    EXPECT_EQ(read.iTableLength, parameters.iTableLength);
+    EXPECT_EQ(read.adTable[4][0], parameters.astTable[4].dDeg);
+    EXPECT_EQ(read.adTable[4][1], parameters.astTable[4].dRadius / 2);
+}
+
+constexpr const char* MODELS[] = {"Equidistant",  "Stereographic", "EquisolidAngle",
+                                  "Orthographic", "KannalaBrandt", "Table"};
+
+INSTANTIATE_TEST_SUITE_P(All, EveryLens, testing::Range(0, 6),
+                         [](const auto& info) { return std::string(MODELS[info.param]); });
+
+TEST_F(Views, LensOfTheStreamDescriptionIsInForce)
+{
+    constexpr std::uint8_t EQUISOLID = 2;
+    TestPlayer player({0, 0, 0, 0, 2200 & 0xFF, 2200 >> 8, EQUISOLID, /*no search*/ 1});
+    EXPECT_EQ(player.Lens().dFieldOfView, 220);
+    optics::LensParameters parameters;
+    parameters.eModel = optics::LensModel::EquisolidAngle;
+    parameters.dFovDeg = 220;
+    parameters.stCentre = {255.5, 255.5};
+    parameters.dCircleRadius = 256;
+    const int view = player.AddView(RV_MODE_PTZ, RV_MOUNT_CEILING, 5000, 8500);
+    Images images;
+    ASSERT_EQ(player.Listen(view, images, 320, 240), 0);
+    Feed(player, MakeClip(LensClip(parameters, 1.0)));
+    const Images::Image image = images.Await(1);
+    ASSERT_EQ(image.width, 320);
+    optics::ViewParameters shown;
+    shown.eKind = optics::ViewKind::PanTiltZoom;
+    shown.stCentre = {0.5, 0.85};
+    ExpectView(image, shown, 220 * PI / 180);
+    EXPECT_EQ(player.Lens().iModel, EQUISOLID);
+    EXPECT_EQ(player.Lens().dFieldOfView, 220);
+    player.Delete();
+}
+
+TEST_F(Views, FieldOfViewOfTheStreamDescriptionIsClamped)
+{
+    const TestPlayer wide({0, 0, 0, 0, 0xFF, 0xFF, 0, 0});
+    EXPECT_EQ(wide.Lens().dFieldOfView, 235);
+    const TestPlayer narrow({0, 0, 0, 0, 1, 0, 0, 0});
+    EXPECT_EQ(narrow.Lens().dFieldOfView, 90);
 }
 
 TEST_F(Views, MirroredAndFlippedCamerasAreShownTheRightWayRound)
