@@ -555,6 +555,24 @@ TEST_F(Views, FieldOfViewOfTheStreamDescriptionIsClamped)
     EXPECT_EQ(narrow.Lens().dFieldOfView, 90);
 }
 
+TEST_F(Views, LensSetAfterAPictureIsDrawnWithoutANewOne)
+{
+    ASSERT_EQ(m_player.Listen(m_player.Fisheye(), m_images), 0);
+    ASSERT_EQ(m_player.Put(Clip()), 0);
+    ASSERT_EQ(RV(RV_StepForward)(m_player.Id()), 0);
+    const auto shows = [&](const optics::Point& point) {
+        return m_images.AwaitOne([&](const auto& image) {
+            return Near(image.At(0.9, 0.5), ColourOf(optics::FisheyeDirection(point)), 5);
+        });
+    };
+    EXPECT_TRUE(shows({0.9, 0.5}));
+    RvLens lens{};
+    lens.dCentreX = lens.dCentreY = 255.5;
+    lens.dCircleRadius = 128;
+    ASSERT_EQ(m_player.SetLens(lens), 0);
+    EXPECT_TRUE(shows({0.7, 0.5})) << "half as far out";
+}
+
 TEST_F(Views, MirroredAndFlippedCamerasAreShownTheRightWayRound)
 {
     Images sourceImages;
