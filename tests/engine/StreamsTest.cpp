@@ -23,6 +23,9 @@ struct FormatCase
     AVColorRange range;
     AVColorSpace matrix;
     const char* fourCc;
+    bool tagged = true;
+    int width = 256;
+    int height = 256;
 };
 
 void PrintTo(const FormatCase& format, std::ostream* out)
@@ -42,6 +45,12 @@ TEST_P(Formats, AreShownInTheirColours)
     options.pixels = format.pixels;
     options.range = format.range;
     options.matrix = format.matrix;
+    options.tagged = format.tagged;
+    options.width = format.width;
+    options.height = format.height;
+    options.paint = [&](int, int x, int) {
+        return x < format.width / 2 ? Colour{200, 40, 40} : Colour{40, 60, 190};
+    };
     Images images;
     TestPlayer player(format.fourCc);
     const int view = player.AddView(RV_MODE_SOURCE);
@@ -51,16 +60,53 @@ TEST_P(Formats, AreShownInTheirColours)
     ASSERT_EQ(player.End(), 0);
     const Images::Image image = images.Await(1);
     ASSERT_EQ(image.width, 256);
-    const bool grey = format.pixels == AV_PIX_FMT_GRAY8;
-    const Colour left = grey ? Colour{80, 80, 80} : Colour{200, 40, 40};
-    if (!grey) {
-        EXPECT_TRUE(Near(image.At(0.25, 0.5), left, 4))
-            << image.At(0.25, 0.5).r << " " << image.At(0.25, 0.5).g << " "
-            << image.At(0.25, 0.5).b;
-        EXPECT_TRUE(Near(image.At(0.75, 0.5), {40, 60, 190}, 4))
-            << image.At(0.75, 0.5).r << " " << image.At(0.75, 0.5).g << " "
-            << image.At(0.75, 0.5).b;
+    for (const auto& [x, colour] :
+         {std::pair{0.25, Colour{200, 40, 40}}, {0.75, Colour{40, 60, 190}}}) {
+        const double luma = 0.299 * colour.r + 0.587 * colour.g + 0.114 * colour.b;
+        const bool grey = format.pixels == AV_PIX_FMT_GRAY8;
+        const Colour shown = image.At(x, 0.5);
+        EXPECT_TRUE(Near(shown, grey ? Colour{luma, luma, luma} : colour, 4))
+            << shown.r << " " << shown.g << " " << shown.b;
     }
+}
+
+/// A baseline JPEG of one component, 256 x 256 pixels of one grey level below 128. Only the first
+/// block differs from the one before it: by a DC coefficient of six bits.
+Bytes GreyJpeg(int level)
+{
+    Bytes jpeg = {0xFF, 0xD8, 0xFF, 0xDB, 0, 67, 0};
+    jpeg.insert(jpeg.end(), 64, 8);  // so the DC coefficient is the level, from 128
+    const Bytes size = {0xFF, 0xC0, 0, 11, 8, 1, 0, 1, 0, 1, 1, 0x11, 0};
+    jpeg.insert(jpeg.end(), size.begin(), size.end());
+    // DC: the bit 0 says no difference, the bits 10 that six bits follow. AC: 0 ends the block.
+    const Bytes codes[] = {{0xFF, 0xC4, 0, 21, 0x00, 1, 1}, {0xFF, 0xC4, 0, 20, 0x10, 1, 0}};
+    const Bytes values[] = {{0, 6}, {0}};
+    for (int table = 0; table < 2; ++table) {
+        jpeg.insert(jpeg.end(), codes[table].begin(), codes[table].end());
+        jpeg.insert(jpeg.end(), 14, 0);  // no longer codes
+        jpeg.insert(jpeg.end(), values[table].begin(), values[table].end());
+    }
+    const Bytes scan = {0xFF, 0xDA, 0, 8, 1, 1, 0, 0, 63, 0};
+    jpeg.insert(jpeg.end(), scan.begin(), scan.end());
+    jpeg.push_back(static_cast<std::uint8_t>(0x80 | (level - 128 + 63)));
+    jpeg.insert(jpeg.end(), 32 * 32 * 2 / 8, 0);
+    jpeg.insert(jpeg.end(), {0xFF, 0xD9});
+    return jpeg;
+}
+
+TEST(Streams, GreyJpegOfACameraAtNightIsShown)
+{
+    Images images;
+    TestPlayer player;
+    ASSERT_EQ(player.Listen(player.AddView(RV_MODE_SOURCE), images), 0);
+    ASSERT_EQ(player.Play(), 0);
+    ASSERT_EQ(player.Put(GreyJpeg(80)), 0);
+    ASSERT_EQ(player.End(), 0);
+    const Images::Image image = images.Await(1);
+    ASSERT_EQ(image.width, 256);
+    EXPECT_TRUE(Near(image.At(0.1, 0.1), {80, 80, 80}, 1)) << image.At(0.1, 0.1).r;
+    EXPECT_TRUE(Near(image.At(0.9, 0.9), {80, 80, 80}, 1)) << image.At(0.9, 0.9).r;
+    player.Delete();
 }
 
 constexpr AVColorRange LIMITED = AVCOL_RANGE_MPEG;
@@ -95,7 +141,18 @@ INSTANTIATE_TEST_SUITE_P(
         FormatCase{"H264444", "mpegts", H264, AV_PIX_FMT_YUV444P, LIMITED, BT709, "AUTO"},
         FormatCase{"H264444Full", "mpegts", H264, AV_PIX_FMT_YUV444P, FULL, BT601, "AUTO"},
         FormatCase{"H265TenBits", "mpegts", H265, AV_PIX_FMT_YUV420P10, LIMITED, BT709, "AUTO"},
-        FormatCase{"H265TenBits422", "mpegts", H265, AV_PIX_FMT_YUV422P10, FULL, BT709, "AUTO"}),
+        FormatCase{"H265TenBits422", "mpegts", H265, AV_PIX_FMT_YUV422P10, FULL, BT709, "AUTO"},
+        FormatCase{"H264Grey", "mpegts", H264, AV_PIX_FMT_GRAY8, LIMITED, BT601, "AUTO"},
+        FormatCase{"H265GreyFull", "mpegts", H265, AV_PIX_FMT_GRAY8, FULL, BT601, "AUTO"},
+        FormatCase{"H265Rgb", "mpegts", H265, AV_PIX_FMT_GBRP, FULL, AVCOL_SPC_RGB, "AUTO"},
+        FormatCase{"UntaggedSmall", "h264", H264, AV_PIX_FMT_YUV420P, LIMITED, BT601, "AUTO", false,
+                   1264, 704},
+        FormatCase{"UntaggedWide", "h264", H264, AV_PIX_FMT_YUV420P, LIMITED, BT709, "AUTO", false,
+                   1280, 704},
+        FormatCase{"UntaggedHigh", "h264", H264, AV_PIX_FMT_YUV420P, LIMITED, BT709, "AUTO", false,
+                   1264, 720},
+        FormatCase{"UntaggedJpeg", "mjpeg", JPEG, AV_PIX_FMT_YUVJ420P, FULL, BT601, "AUTO", false,
+                   1280, 720}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // ---- Blocks, breaks and changes
