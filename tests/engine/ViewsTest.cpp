@@ -2,11 +2,14 @@
 #include <atomic>
 #include <cmath>
 #include <cstring>
+#include <fstream>
 #include <future>
 #include <limits>
 #include <thread>
 
 #include <gmock/gmock.h>
+
+#include <unistd.h>
 
 #include "optics/FisheyePicture.h"
 #include "optics/Lens.h"
@@ -718,19 +721,46 @@ struct Blocking
     }
 };
 
+/// Waits until a thread of this process sleeps, or says that it is done.
+void AwaitAsleep(pid_t thread, const std::atomic<bool>& done)
+{
+    char state = 0;
+    while (!done && state != 'S') {
+        std::ifstream stat("/proc/self/task/" + std::to_string(thread) + "/stat");
+        std::string word;
+        stat >> word >> word >> state;
+    }
+}
+
+/// Runs a call while the callback is held up; whether the call came back only after the callback.
+template <typename Call>
+bool WaitsFor(Blocking& blocking, Call&& call)
+{
+    blocking.entered.get_future().wait();
+    std::promise<pid_t> id;
+    std::atomic<bool> done{false};
+    bool waited = false;
+    std::thread caller([&] {
+        id.set_value(gettid());
+        call();
+        waited = blocking.left;
+        done = true;
+    });
+    AwaitAsleep(id.get_future().get(), done);
+    blocking.release.set_value();
+    caller.join();
+    return waited;
+}
+
 TEST_F(Views, ClearingACallbackWaitsUntilItHasReturned)
 {
     Blocking blocking;
     const int view = m_player.AddView(RV_MODE_PTZ);
     RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Blocking::Block, &blocking);
     Feed();
-    blocking.entered.get_future().wait();
-    std::thread clearer([&] {
+    EXPECT_TRUE(WaitsFor(blocking, [&] {
         RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, nullptr, nullptr);
-        EXPECT_TRUE(blocking.left);
-    });
-    blocking.release.set_value();
-    clearer.join();
+    }));
 }
 
 TEST_F(Views, DeletingAViewWaitsForItsCallback)
@@ -739,14 +769,9 @@ TEST_F(Views, DeletingAViewWaitsForItsCallback)
     const int view = m_player.AddView(RV_MODE_PTZ);
     RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Blocking::Block, &blocking);
     Feed();
-    blocking.entered.get_future().wait();
-    std::thread deleter([&] {
-        EXPECT_EQ(RV(RV_DeleteFishEyeCorrect)(m_player.Id(), view), 0);
-        EXPECT_TRUE(blocking.left);
-        EXPECT_EQ(RV(RV_DeleteFishEyeCorrect)(m_player.Id(), view), -1);
-    });
-    blocking.release.set_value();
-    deleter.join();
+    EXPECT_TRUE(WaitsFor(blocking,
+                         [&] { EXPECT_EQ(RV(RV_DeleteFishEyeCorrect)(m_player.Id(), view), 0); }));
+    EXPECT_EQ(RV(RV_DeleteFishEyeCorrect)(m_player.Id(), view), -1);
 }
 
 }  // namespace
