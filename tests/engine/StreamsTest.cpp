@@ -611,7 +611,7 @@ TEST(Streams, WrongFourCcIsCorrectedByTheData)
     }
 }
 
-TEST(Streams, RepetitionsOfOnePictureAreStillPictures)
+TEST(Streams, FiguresTellWhatIsPlayed)
 {
     Source source;
     const RvVideoParam before = source.player.Describe();
@@ -623,6 +623,9 @@ TEST(Streams, RepetitionsOfOnePictureAreStillPictures)
     EXPECT_EQ(std::string(param.acCodec, 4), "H264");
     EXPECT_EQ(std::string(param.acContainer, 4), "MPTS");
     EXPECT_NEAR(param.dFrameRate, 25.0, 0.5);
+    double rate = 0.0;
+    EXPECT_EQ(RV(RV_GetFrameRate)(source.player.Id(), &rate), 0);
+    EXPECT_EQ(rate, param.dFrameRate);
     EXPECT_EQ(param.llShown + param.llDropped, 3);
     EXPECT_EQ(param.iBytesBuffered, 0);
 }
@@ -651,20 +654,23 @@ TEST(Streams, StreamThatGivesNoPictureIsKnownByItsFigures)
 
 TEST(Streams, FullBufferTakesNothingAndTakesItLater)
 {
-    TestPlayer player;
-    ASSERT_EQ(RV(RV_SetFrameListBufferSize)(player.Id(), 64 * 1024), 0);
-    const Bytes zeros(40 * 1024);
-    ASSERT_EQ(player.Put(zeros), 0);
-    int result = 0;
-    int taken = 0;
-    // Without a stream's beginning in them the decoder passes over zeros, so that room comes again.
-    for (int i = 0; i < 100000 && taken < 3; ++i) {
-        result = player.Put(zeros);
-        taken += result == 0;
-        EXPECT_TRUE(result == 0 || result == RV_BUFFER_FULL);
+    Source source;
+    RV(RV_Pause)(source.player.Id(), 1);
+    ASSERT_EQ(RV(RV_SetFrameListBufferSize)(source.player.Id(), 64 * 1024), 0);
+    const Bytes clip = MakeClip(Numbered("mpegts", 10));
+    ASSERT_EQ(source.player.Put(clip), 0);
+    while (source.player.Describe().llDecoded == 0)
         std::this_thread::yield();
-    }
-    EXPECT_EQ(taken, 3);
+    // With one picture waiting nothing more is read.
+    while (source.player.Put(clip) == 0)
+        ;
+    const int buffered = source.player.Describe().iBytesBuffered;
+    EXPECT_GT(buffered + static_cast<int>(clip.size()), 64 * 1024);
+    EXPECT_EQ(source.player.Put(clip), RV_BUFFER_FULL);
+    EXPECT_EQ(source.player.Describe().iBytesBuffered, buffered);
+    RV(RV_Play)(source.player.Id());
+    source.PutAll(clip, clip.size());
+    EXPECT_TRUE(source.AwaitEnd());
 }
 
 TEST(Streams, PausedPlayerFillsItsBuffer)
