@@ -225,6 +225,22 @@ public:
         return came;
     }
 
+    /// Shows the next picture of the paused player: its number, modulo 10.
+    int Step()
+    {
+        const int before = images.Count();
+        EXPECT_EQ(RV(RV_StepForward)(player.Id()), 0);
+        const Images::Image image = images.Await(before + 1);
+        return image.width == 0 ? -1 : static_cast<int>((image.At(0.5, 0.5).r - 30) / 20);
+    }
+
+    std::int64_t PlayTime() const
+    {
+        std::int64_t time = -1;
+        RV(RV_GetPlayTime)(player.Id(), &time);
+        return time;
+    }
+
     Images images;
     TestPlayer player;
     int view;
@@ -608,6 +624,21 @@ TEST(Streams, WrongFourCcIsCorrectedByTheData)
         source.PutAll(MakeClip(Numbered("mpegts", 30)), 4096);
         ASSERT_TRUE(source.AwaitEnd());
         EXPECT_EQ(source.player.Describe().llDecoded, 30) << fourCc;
+    }
+}
+
+TEST(Streams, RateThatNoCameraHasIsTakenForUnknown)
+{
+    for (const AVRational rate : {AVRational{1, 1000}, AVRational{45000, 1}}) {
+        ClipOptions options = Numbered("h264", 4);
+        options.rate = rate;
+        Source source;
+        source.PutAll(MakeClip(options), 100000);
+        ASSERT_TRUE(source.AwaitEnd()) << rate.num;
+        EXPECT_EQ(source.PlayTime(), 3 * 40) << rate.num;
+        double shownRate = 0.0;
+        ASSERT_EQ(RV(RV_GetFrameRate)(source.player.Id(), &shownRate), 0);
+        EXPECT_EQ(shownRate, 25.0);
     }
 }
 
