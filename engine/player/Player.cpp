@@ -456,9 +456,9 @@ bool Player::DrawNext()
             lock, [this] { return m_drawStopped || (m_picture.frame && (m_fresh || m_redraw)); });
         if (m_drawStopped)
             return false;
-        m_drawing = true;
         picture = m_picture;
         fresh = std::exchange(m_fresh, false);
+        m_drawing = fresh;
         m_redraw = false;
         for (const auto& entry : m_views)
             m_drawViews.push_back(entry.second);

@@ -774,5 +774,31 @@ TEST_F(Views, DeletingAViewWaitsForItsCallback)
     EXPECT_EQ(RV(RV_DeleteFishEyeCorrect)(m_player.Id(), view), -1);
 }
 
+struct Turning
+{
+    std::atomic<int> calls{0};
+    static void Turn(int player, int correct, void*, unsigned int, unsigned int, void* self)
+    {
+        RvWideScan wide{0, static_cast<float>(++static_cast<Turning*>(self)->calls)};
+        RV(RV_SetFishEyeCorrectPara)(player, correct, RV_KIND_WIDE_SCAN, &wide, sizeof(wide));
+    }
+};
+
+TEST_F(Views, EndIsToldThoughAViewChangesAllTheTime)
+{
+    Turning turning;
+    std::promise<void> ended;
+    const int view = m_player.AddView(RV_MODE_PANORAMA);
+    RV(RV_SetPlayRectEx)(m_player.Id(), view, 64, 16);
+    RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Turning::Turn, &turning);
+    RV(RV_RegisterNotifyPlayToEnd)
+    (
+        m_player.Id(),
+        [](int, void* promise) { static_cast<std::promise<void>*>(promise)->set_value(); }, &ended);
+    Feed();
+    EXPECT_EQ(ended.get_future().wait_for(PATIENCE), std::future_status::ready);
+    m_player.Delete();
+}
+
 }  // namespace
 }  // namespace test
