@@ -234,6 +234,9 @@ void Player::SetOrientation(bool mirrored, bool flipped)
 {
     {
         std::lock_guard lock(m_drawLock);
+        const CameraOptics& camera = m_lens.InForce();
+        if (camera.mirrored == mirrored && camera.flipped == flipped)
+            return;
         m_lens.SetOrientation(mirrored, flipped);
         MarkAllDirtyLocked();
     }

@@ -800,5 +800,63 @@ TEST_F(Views, EndIsToldThoughAViewChangesAllTheTime)
     m_player.Delete();
 }
 
+/// Sets on its view what is set already.
+struct Insisting
+{
+    std::atomic<int> calls{0};
+    static void Set(int player, int correct, void*, unsigned int width, unsigned int height,
+                    void* self)
+    {
+        ++static_cast<Insisting*>(self)->calls;
+        RvPtz ptz{};
+        RvWideScan wide{};
+        if (RV(RV_GetFishEyeCorrectPara)(player, correct, RV_KIND_PTZ, &ptz, sizeof(ptz)) == 0)
+            RV(RV_SetFishEyeCorrectPara)(player, correct, RV_KIND_PTZ, &ptz, sizeof(ptz));
+        if (RV(RV_GetFishEyeCorrectPara)(player, correct, RV_KIND_WIDE_SCAN, &wide, sizeof(wide)) ==
+            0)
+            RV(RV_SetFishEyeCorrectPara)(player, correct, RV_KIND_WIDE_SCAN, &wide, sizeof(wide));
+        RvCreateCorrect creation{};
+        creation.iSize = sizeof(creation);
+        creation.iCreateType = RV_MOUNT_FLOOR;
+        RV(RV_SetFishEyeCorrectEnable)(player, 1, &creation);
+        RV(RV_SetPlayRectEx)(player, correct, static_cast<int>(width), static_cast<int>(height));
+        RvOrientation orientation{sizeof(orientation), 0, 0};
+        RV(RV_PlayerControl)
+        (player, RV_CONTROL_SET_ORIENTATION, &orientation, sizeof(orientation));
+    }
+};
+
+TEST_F(Views, NothingIsDrawnAgainWhenNothingChanges)
+{
+    Insisting insisting;
+    for (const int view : {m_player.Fisheye(RV_MOUNT_FLOOR), m_player.AddView(RV_MODE_PTZ),
+                           m_player.AddView(RV_MODE_PANORAMA)}) {
+        RV(RV_SetPlayRectEx)(m_player.Id(), view, 48, 48);
+        RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Insisting::Set, &insisting);
+    }
+    const int turned = m_player.AddView(RV_MODE_PANORAMA);
+    ASSERT_EQ(m_player.Listen(turned, m_images, 48, 48), 0);
+    std::promise<void> ended;
+    RV(RV_RegisterNotifyPlayToEnd)
+    (
+        m_player.Id(),
+        [](int, void* promise) { static_cast<std::promise<void>*>(promise)->set_value(); }, &ended);
+    Feed();
+    ASSERT_EQ(ended.get_future().wait_for(PATIENCE), std::future_status::ready);
+    const int calls = insisting.calls;
+    EXPECT_GE(calls, 3);
+    // What wants to be drawn is drawn together with the view that turns.
+    for (int i = 1; i <= 5; ++i) {
+        const int before = m_images.Count();
+        RvWideScan wide{0, static_cast<float>(i)};
+        RV(RV_SetFishEyeCorrectPara)
+        (m_player.Id(), turned, RV_KIND_WIDE_SCAN, &wide, sizeof(wide));
+        ASSERT_EQ(m_images.Await(before + 1).width, 48);
+        EXPECT_EQ(m_images.Count(), before + 1);
+    }
+    EXPECT_EQ(insisting.calls, calls);
+    m_player.Delete();
+}
+
 }  // namespace
 }  // namespace test

@@ -244,7 +244,7 @@ TEST_F(Windows, ServerThatGoesOnShowsTheNewestPicture)
     ASSERT_TRUE(Becomes(window, 20, 50, RED));
     TheServer().Hang();
     // Two pictures: the first is on its way, the second finds the window busy.
-    RvOrientation orientation = {sizeof(orientation), 0, 0};
+    RvOrientation orientation = {sizeof(orientation), 0, 1};
     for (int i = 0; i < 2; ++i) {
         const int before = images.Count();
         orientation.iMirrored = i;
