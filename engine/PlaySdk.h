@@ -230,7 +230,8 @@ RV_API int RV_Play(int player);
 RV_API int RV_Pause(int player, int paused);
 /* Stops and forgets the data put so far; the last picture stays. RV_Play starts anew. */
 RV_API int RV_Stop(int player);
-/* While paused: shows the next picture. */
+/* While paused: shows the next picture, as soon as there is one; playing and cleaning forget what
+ * was not shown. */
 RV_API int RV_StepForward(int player);
 /* Plays at `times` (1..16) the speed, or at one `times`-th of it; 1 is the normal speed. */
 RV_API int RV_FastForward(int player, int times);

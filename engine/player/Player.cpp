@@ -116,6 +116,7 @@ void Player::Clean()
         m_queue.Clear();
         m_discard = true;
         m_restartClock = true;
+        m_steps = 0;
     }
     m_playNews.notify_all();
 }
@@ -126,6 +127,7 @@ void Player::Play()
         std::lock_guard lock(m_playLock);
         m_restartClock = m_restartClock || !m_playing;
         m_playing = true;
+        m_steps = 0;
     }
     m_playNews.notify_all();
 }

@@ -728,6 +728,31 @@ TEST(Streams, PausedPlayerFillsItsBuffer)
     EXPECT_EQ(source.images.Await(3).width, 32);
 }
 
+TEST(Streams, StepsThatFoundNoPictureAreForgottenByPlayingAndCleaning)
+{
+    const Bytes clip = MakeClip(Numbered("mpegts", 9));
+    for (const bool playing : {true, false}) {
+        Source source;
+        const int id = source.player.Id();
+        RV(RV_Pause)(id, 1);
+        for (int i = 0; i < 9; ++i)
+            ASSERT_EQ(RV(RV_StepForward)(id), 0);
+        if (playing) {
+            RV(RV_Play)(id);
+            RV(RV_Pause)(id, 1);
+        } else {
+            RV(RV_CleanStreamBuffer)(id);
+        }
+        ASSERT_EQ(source.player.Put(clip), 0);
+        ASSERT_EQ(source.player.End(), 0);
+        for (int i = 0; i < 9; ++i) {
+            ASSERT_EQ(source.Step(), i);
+            ASSERT_EQ(RV(RV_GetPlayingFrameNum)(id), i + 1);
+            ASSERT_EQ(source.PlayTime(), 40 * i);
+        }
+    }
+}
+
 TEST(Streams, StopForgetsTheStreamAndPlayStartsAnew)
 {
     Source source;
