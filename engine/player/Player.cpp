@@ -365,6 +365,7 @@ void Player::KeepTime(const Picture& picture)
             return;
         if (!m_playing) {
             --m_steps;
+            m_decoder.Hurry(false);  // playing may have fallen behind
             break;
         }
         if (std::exchange(m_newSpeed, false))
