@@ -246,7 +246,7 @@ RV_API int RV_SetFrameListBufferSize(int player, int bytes);
 RV_API int RV_RegisterNotifyPlayToEnd(int player, RvEndCallback callback, void* user);
 RV_API int RV_PlayerControl(int player, int command, void* record, int size);
 
-/* Refused (-1) while no picture has been decoded. */
+/* Refused (-1) while no picture has been shown. */
 RV_API int RV_GetFrameRate(int player, double* pictures_per_second);
 /* Time of the picture shown, since the first picture of the stream. */
 RV_API int RV_GetPlayTime(int player, int64_t* milliseconds);

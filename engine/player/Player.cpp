@@ -268,12 +268,18 @@ RvLens Player::GetLens() const
 Picture Player::Shown() const
 {
     std::lock_guard lock(m_drawLock);
-    return m_picture;
+    return m_shownPicture;
 }
 
 std::vector<std::uint8_t> Player::Capture(const View* view, Extent& size) const
 {
-    const Picture picture = Shown();
+    Picture picture;
+    CameraOptics camera;
+    {
+        std::lock_guard lock(m_drawLock);
+        picture = m_shownPicture;
+        camera = m_lens.InForce();
+    }
     if (!picture.frame)
         return {};
     size = view ? view->RenderSize() : Extent{picture.Width(), picture.Height()};
@@ -281,7 +287,7 @@ std::vector<std::uint8_t> Player::Capture(const View* view, Extent& size) const
     ViewImage image;
     image.Prepare({view ? view->State().settings : SourceView(), 1, size,
                    Extent{picture.Width(), picture.Height()}},
-                  Camera());
+                  camera);
     PictureDrawer().Draw(picture, {image.Target(pixels.data())});
     return pixels;
 }
@@ -488,6 +494,7 @@ void Player::UpdateLens(const Picture& picture, bool fresh)
     bool search = false;
     {
         std::lock_guard lock(m_drawLock);
+        m_shownPicture = picture;
         if (m_lens.SetPictureSize(picture.Width(), picture.Height()))
             m_sinceBegin = 0;
         if (fresh && m_lens.WantsCircle() && m_sinceBegin < LAST_SEARCH) {

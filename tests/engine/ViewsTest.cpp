@@ -774,6 +774,35 @@ TEST_F(Views, DeletingAViewWaitsForItsCallback)
     EXPECT_EQ(RV(RV_DeleteFishEyeCorrect)(m_player.Id(), view), -1);
 }
 
+/// While the picture after a change of resolution waits to be drawn.
+TEST_F(Views, CaptureNeverShowsAPictureThroughTheLensOfAnother)
+{
+    Blocking blocking;
+    const int view = m_player.Fisheye();
+    ASSERT_EQ(RV(RV_SetPlayRectEx)(m_player.Id(), view, 128, 128), 0);
+    RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Blocking::Block, &blocking);
+    ClipOptions small = FisheyeClip(256);
+    small.pictures = 1;
+    ASSERT_EQ(m_player.Put(MakeClip(small)), 0);
+    ASSERT_EQ(m_player.Put(Clip()), 0);
+    ASSERT_EQ(m_player.End(), 0);
+    ASSERT_EQ(RV(RV_StepForward)(m_player.Id()), 0);
+    blocking.entered.get_future().wait();
+    ASSERT_EQ(RV(RV_StepForward)(m_player.Id()), 0);
+    while (m_player.Describe().llDecoded < 3)  // the second one has its time behind it
+        std::this_thread::yield();
+    Images::Image captured{128, 128, Bytes(128 * 128 * 4)};
+    ASSERT_EQ(RV(RV_CapturePic)(m_player.Id(), view, captured.pixels.data(), 128 * 128 * 4,
+                                &captured.width, &captured.height),
+              0);
+    EXPECT_EQ(m_player.Describe().iWidth, 256);
+    blocking.release.set_value();
+    for (const double x : {0.1, 0.3, 0.9}) {
+        const Colour there = ColourOf(optics::FisheyeDirection({x, 0.5}));
+        EXPECT_TRUE(Near(captured.At(x, 0.5), there, 8)) << x;
+    }
+}
+
 struct Turning
 {
     std::atomic<int> calls{0};
