@@ -79,7 +79,7 @@ typedef struct RvCreateCorrect
     int32_t iExtra1;
     int32_t iExtra2;
     int32_t iPadding;
-    void* pWindow; /* used when the call's own window argument is null */
+    void* pWindow; /* RV_CreateFishEyeCorrect: used when its own window argument is null */
     void* pReserved;
 } RvCreateCorrect;
 
@@ -257,8 +257,8 @@ RV_API int RV_GetVideoParam(int player, RvVideoParam* param, int size);
 /* ---- Views. `correct` is a view's id. */
 
 /* 0: switches the main window to the decoded picture, 1: to the fisheye picture, with a creation
- * record whose mount and window (where not null) count. Returns the main window's view id, which
- * never changes; 0 when switching off. */
+ * record of which the mount alone counts: the main window is that of the player's creation. Returns
+ * the main window's view id, which never changes; 0 when switching off. */
 RV_API int RV_SetFishEyeCorrectEnable(int player, int enable, void* record);
 /* size 88. Returns the view's id, above 0, and writes it to `correct`. */
 RV_API int RV_CreateFishEyeCorrect(int player, void* record, int size, void* window, int* correct);
