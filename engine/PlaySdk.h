@@ -58,7 +58,7 @@ typedef struct RvPlayerCreation
      * "H265", "MJPG"; zeros, "AUTO" and what is not known are found from the data.
      * Bytes 4-5: the lens's field of view in tenths of a degree, little-endian; 0 is 180 degrees.
      * Byte 6: the lens model, 0 to 3 as in RvLens. Byte 7, bit 0: do not look for the image circle
-     * in the pictures, take the largest centred one. */
+     * in the pictures, take the largest centred one; also where an RvLens set later says "find". */
     uint8_t aucStream[8];
     void* pReserved;
 } RvPlayerCreation;
@@ -110,7 +110,10 @@ enum
 /* Commands of RV_PlayerControl. */
 enum
 {
-    RV_CONTROL_SET_LENS = 1, /* RvLens; in force from the next picture drawn */
+    /* RvLens; in force from the next picture drawn. What it says to find is looked for anew in the
+     * pictures that follow. RV_REFUSED where no lens can be made of it, without a word about which
+     * field is wrong; the one in force stays. */
+    RV_CONTROL_SET_LENS = 1,
     RV_CONTROL_GET_LENS = 2, /* RvLens: what is in force, found values included */
     /* No record (null, 0): what was put so far is the whole stream. The last pictures come out
      * without waiting for more data, then the end is notified; a later put begins a new stream.

@@ -226,6 +226,7 @@ bool Player::SetLens(const RvLens& record)
         std::lock_guard lock(m_drawLock);
         if (!m_lens.Set(record))
             return false;
+        m_sinceBegin = 0;
         MarkAllDirtyLocked();
     }
     m_drawNews.notify_one();

@@ -118,7 +118,8 @@ private:
     bool m_drawStopped = false;
     std::map<int, std::shared_ptr<View>> m_views;  ///< the main view is among them
     LensSetting m_lens;
-    int m_sinceBegin = 0;  ///< pictures of this stream and size, as long as a circle is looked for
+    /// Pictures of this stream, size and lens record, as long as a circle is looked for.
+    int m_sinceBegin = 0;
 
     // The draw thread's.
     struct Job;

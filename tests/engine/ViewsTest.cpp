@@ -371,6 +371,39 @@ TEST_F(Views, CircleThatOnlyTheFirstPictureShowedIsGivenUpAndAnotherStreamsIsFou
     player.Delete();
 }
 
+TEST_F(Views, CircleIsLookedForAnewWhenTheLensIsSet)
+{
+    ClipOptions options;
+    options.width = options.height = 240;
+    options.pictures = 75;
+    options.paint = [](int picture, int x, int y) {
+        const bool lit = picture >= 70 && std::hypot(x - 120.0, y - 120.0) <= 100.0;
+        return lit ? Colour{150, 140, 130} : Colour{8, 8, 8};
+    };
+    Images images;
+    TestPlayer player("AUTO", nullptr, /*search=*/true);
+    ASSERT_EQ(player.Listen(player.Fisheye(), images), 0);
+    ASSERT_EQ(player.Put(MakeClip(options)), 0);
+    ASSERT_EQ(player.End(), 0);
+    const auto step = [&](int pictures) {
+        for (int i = 0; i < pictures; ++i) {
+            const int before = images.Count();
+            RV(RV_StepForward)(player.Id());
+            ASSERT_EQ(images.Await(before + 1).width, 256);
+        }
+    };
+    step(73);  // in the dark beyond the last search of a stream
+    EXPECT_EQ(player.Lens().dCircleRadius, 120);
+    RvLens find{};
+    find.dCentreX = find.dCentreY = std::numeric_limits<double>::quiet_NaN();
+    const int before = images.Count();
+    ASSERT_EQ(player.SetLens(find), 0);
+    ASSERT_EQ(images.Await(before + 1).width, 256);
+    step(1);
+    EXPECT_NEAR(player.Lens().dCircleRadius, 100, 1.5);
+    player.Delete();
+}
+
 TEST_F(Views, LensThatCannotBeIsRefusedAndTheOneInForceStays)
 {
     RvLens lens{};
