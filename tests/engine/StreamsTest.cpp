@@ -642,6 +642,20 @@ TEST(Streams, RateThatNoCameraHasIsTakenForUnknown)
     }
 }
 
+TEST(Streams, AnotherTrackOfTheSameCodecIsFollowed)
+{
+    for (const char* format : {"matroska", "mp4"}) {
+        ClipOptions other = Numbered(format, 70);
+        other.width = 192;
+        other.height = 160;
+        Source source;
+        source.PutAll(MakeProgrammes({Numbered(format, 4), other}), 4096);
+        ASSERT_TRUE(source.AwaitEnd());
+        EXPECT_EQ(source.player.Describe().iWidth, 192) << format;
+        EXPECT_TRUE(Near(source.images.Await(1).At(0.5, 0.5), GreyOf(69), 3)) << format;
+    }
+}
+
 TEST(Streams, FiguresTellWhatIsPlayed)
 {
     Source source;
