@@ -5,6 +5,8 @@
 #include <cstring>
 #include <utility>
 
+#include "engine/dewarp/Picture.h"
+
 namespace engine {
 
 namespace {
@@ -302,6 +304,8 @@ void StreamDecoder::Hurry(bool hurry)
 
 int StreamDecoder::GetBuffer(AVCodecContext* context, AVFrame* frame, int flags)
 {
+    if (std::max(frame->width, frame->height) > dewarp::kLargestPicture)
+        return AVERROR(EINVAL);  // nobody could draw it
     if (frame->format != AV_PIX_FMT_YUV420P && frame->format != AV_PIX_FMT_YUVJ420P)
         return avcodec_default_get_buffer2(context, frame, flags);
     int width = frame->width;

@@ -642,6 +642,26 @@ TEST(Streams, RateThatNoCameraHasIsTakenForUnknown)
     }
 }
 
+TEST(Streams, PictureTooWideToBeDrawnIsRefused)
+{
+    ClipOptions wide = Numbered("mjpeg", 2);
+    wide.height = 16;
+    wide.width = 16384;
+    Source source;
+    source.PutAll(MakeClip(wide), 4096);
+    ASSERT_TRUE(source.AwaitEnd());
+    EXPECT_EQ(source.player.Describe().llDecoded, 2);
+    for (auto [width, height] : {std::pair{16400, 16}, {16, 16400}}) {
+        wide.width = width;
+        wide.height = height;
+        source.PutAll(MakeClip(wide), 4096);
+        ASSERT_TRUE(source.AwaitEnd());
+    }
+    EXPECT_EQ(source.player.Describe().llDecoded, 2);
+    EXPECT_EQ(source.player.Describe().llErrors, 4);
+    EXPECT_EQ(source.player.Describe().iWidth, 16384);
+}
+
 TEST(Streams, AnotherTrackOfTheSameCodecIsFollowed)
 {
     for (const char* format : {"matroska", "mp4"}) {
