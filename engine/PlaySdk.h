@@ -251,7 +251,8 @@ RV_API int RV_PlayerControl(int player, int command, void* record, int size);
 
 /* Refused (-1) while no picture has been shown. */
 RV_API int RV_GetFrameRate(int player, double* pictures_per_second);
-/* Time of the picture shown, since the first picture of the stream. */
+/* Time of the picture shown, since the first picture of the stream. Another stream begins behind
+ * RV_CONTROL_END_OF_STREAM, RV_CleanStreamBuffer and RV_Stop. */
 RV_API int RV_GetPlayTime(int player, int64_t* milliseconds);
 /* Number of pictures shown so far. */
 RV_API int RV_GetPlayingFrameNum(int player);

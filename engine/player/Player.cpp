@@ -345,13 +345,11 @@ bool Player::DecodeNext()
         return true;
     case StreamDecoder::Event::End:
         AwaitDrawn();
-        SearchAgain();
+        BeginAnew();
         m_onEnd.Call(m_id);
         return true;
     case StreamDecoder::Event::Cleared: {
-        SearchAgain();
-        m_hasLast = false;
-        m_playTime = 0.0;
+        BeginAnew();
         std::lock_guard lock(m_playLock);
         m_discard = false;
         return true;
@@ -402,6 +400,8 @@ void Player::Publish(const Picture& picture)
     const double step = picture.seconds - m_lastSeconds;
     if (m_hasLast)
         m_playTime = m_playTime + (step >= 0.0 && step < 2.0 ? step : picture.period);
+    else
+        m_playTime = 0.0;
     m_lastSeconds = picture.seconds;
     m_hasLast = true;
     {
@@ -421,8 +421,9 @@ void Player::AwaitDrawn()
 }
 
 /// The next picture belongs to another stream, whose camera may be another.
-void Player::SearchAgain()
+void Player::BeginAnew()
 {
+    m_hasLast = false;
     std::lock_guard lock(m_drawLock);
     m_sinceBegin = 0;
 }

@@ -81,7 +81,7 @@ private:
     void KeepTime(const Picture& picture);
     void Publish(const Picture& picture);
     void AwaitDrawn();
-    void SearchAgain();
+    void BeginAnew();
 
     void DrawLoop();
     bool DrawNext();

@@ -676,6 +676,20 @@ TEST(Streams, AnotherTrackOfTheSameCodecIsFollowed)
     }
 }
 
+TEST(Streams, PlayTimeBeginsAnewWithEveryStream)
+{
+    Source source;
+    for (int round = 0; round < 2; ++round) {
+        source.PutAll(MakeClip(Numbered("mpegts", 4)), 100000);
+        ASSERT_TRUE(source.AwaitEnd());
+        EXPECT_EQ(source.PlayTime(), 3 * 40);
+    }
+    ASSERT_EQ(RV(RV_CleanStreamBuffer)(source.player.Id()), 0);
+    source.PutAll(MakeClip(Numbered("mpegts", 2)), 100000);
+    ASSERT_TRUE(source.AwaitEnd());
+    EXPECT_EQ(source.PlayTime(), 40);
+}
+
 TEST(Streams, FiguresTellWhatIsPlayed)
 {
     Source source;
