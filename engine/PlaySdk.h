@@ -139,7 +139,7 @@ typedef struct RvLens
     int32_t iSize;  /* 616 */
     int32_t iModel; /* 0 equidistant, 1 stereographic, 2 equisolid angle, 3 orthographic,
                        4 Kannala-Brandt, 5 table */
-    int32_t iWidth; /* the picture size that the pixel figures belong to; 0 = the stream's */
+    int32_t iWidth; /* the picture size, up to 16384, of the pixel figures; 0 = the stream's */
     int32_t iHeight;
     double dFieldOfView;  /* degrees, 0 = 180 */
     double dCentreX;      /* pixels, pixel centres at whole numbers; NaN = find */

@@ -421,6 +421,9 @@ TEST_F(Views, LensThatCannotBeIsRefusedAndTheOneInForceStays)
     wrong.iModel = 6;
     EXPECT_EQ(RV(RV_PlayerControl)(id, RV_CONTROL_SET_LENS, &wrong, sizeof(wrong)), -1);
     wrong = lens;
+    wrong.iWidth = wrong.iHeight = 16385;  // larger than any picture
+    EXPECT_EQ(RV(RV_PlayerControl)(id, RV_CONTROL_SET_LENS, &wrong, sizeof(wrong)), -1);
+    wrong = lens;
     wrong.iSize = 0;
     EXPECT_EQ(RV(RV_PlayerControl)(id, RV_CONTROL_SET_LENS, &wrong, sizeof(wrong)), -1);
     EXPECT_EQ(RV(RV_PlayerControl)(id, RV_CONTROL_SET_LENS, &lens, 615), -1);
