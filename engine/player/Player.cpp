@@ -374,7 +374,7 @@ void Player::KeepTime(const Picture& picture)
             break;
         }
         if (std::exchange(m_newSpeed, false))
-            m_clock.SetSpeed(m_speed);
+            m_clock.SetSpeed(m_speed, Clock::now());
         if (std::exchange(m_restartClock, false))
             m_clock.Restart();
         const PlayClock::Plan plan =

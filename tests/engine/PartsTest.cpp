@@ -331,10 +331,23 @@ TEST_F(Clocks, PicturesAreDueByTheirTimeStamps)
 TEST_F(Clocks, SpeedScalesTheTimeBetweenThem)
 {
     Schedule(0.0, 0.0);
-    m_clock.SetSpeed(4.0);
+    m_clock.SetSpeed(4.0, At(0.0));
     EXPECT_NEAR(When(Schedule(0.4, 0.0).due), 0.1, 1e-6);
-    m_clock.SetSpeed(0.25);
+    m_clock.SetSpeed(0.25, At(0.1));
     EXPECT_NEAR(When(Schedule(0.5, 0.1).due), 0.5, 1e-6);
+}
+
+TEST_F(Clocks, NewSpeedHoldsForThePictureThatWaits)
+{
+    Schedule(0.0, 0.0);
+    EXPECT_NEAR(When(Schedule(1.0, 0.0).due), 1.0, 1e-6);
+    m_clock.SetSpeed(0.5, At(0.5));
+    EXPECT_NEAR(When(Schedule(1.0, 0.5).due), 1.5, 1e-6);
+    m_clock.SetSpeed(4.0, At(0.7));
+    EXPECT_NEAR(When(Schedule(1.0, 0.7).due), 0.8, 1e-6);
+    // Nothing came for a while: the time between pictures does not run on.
+    m_clock.SetSpeed(1.0, At(0.9));
+    EXPECT_NEAR(When(Schedule(1.5, 0.9).due), 1.3, 1e-6);
 }
 
 TEST_F(Clocks, LatePicturesAreLeftOutWhenNewerOnesAreThere)
@@ -396,7 +409,7 @@ TEST_F(Clocks, DelayThatABurstLeftIsTakenBackFromALiveSender)
 TEST_F(Clocks, SlowMotionOfALiveStreamIsNotHurried)
 {
     Put(0.0, 0.0, 0.0);
-    m_clock.SetSpeed(0.5);
+    m_clock.SetSpeed(0.5, At(0.0));
     for (int i = 1; i < 60; ++i) {
         const double now = (i - 1) * 0.08;
         EXPECT_NEAR(When(Put(i * 0.04, now, now - i * 0.04).due), i * 0.08, 1e-6);

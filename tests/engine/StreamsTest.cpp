@@ -843,6 +843,31 @@ TEST(Streams, SteppingLeavesNothingOutAfterPlayingFellBehind)
     EXPECT_LE(passed, 42);
 }
 
+/// Told by what comes first, not by the clock: 20 pictures at 16 times the speed before the second
+/// one at a 16th of it.
+TEST(Streams, SpeedIsWhatTheClientSetAlsoWhileAPictureWaits)
+{
+    ClipOptions options = Numbered("mpegts", 20);
+    options.rate = {2, 1};
+    const Bytes clip = MakeClip(options);
+    Source fast;
+    Source slow;
+    Source changed;
+    for (Source* source : {&slow, &changed})
+        ASSERT_EQ(RV(RV_SlowForward)(source->player.Id(), 16), 0);
+    ASSERT_EQ(RV(RV_FastForward)(fast.player.Id(), 16), 0);
+    for (Source* source : {&slow, &changed, &fast})
+        ASSERT_EQ(source->player.Put(clip), 0);
+    ASSERT_EQ(slow.images.Await(1).width, 32);
+    ASSERT_EQ(changed.images.Await(1).width, 32);
+    while (changed.player.Describe().llDecoded < 2)
+        std::this_thread::yield();
+    ASSERT_EQ(RV(RV_FastForward)(changed.player.Id(), 16), 0);
+    ASSERT_TRUE(fast.AwaitEnd());
+    ASSERT_TRUE(changed.AwaitEnd());
+    EXPECT_EQ(RV(RV_GetPlayingFrameNum)(slow.player.Id()), 1);
+}
+
 TEST(Streams, StopForgetsTheStreamAndPlayStartsAnew)
 {
     Source source;
