@@ -278,11 +278,12 @@ RV_API int RV_SetFishEyeCorrectPara(int player, int correct, int kind, void* rec
  * centred); 0, 0: the window's size, or 640 x 640 without one. */
 RV_API int RV_SetPlayRectEx(int player, int correct, int width, int height);
 
-/* ---- Capture. `correct` 0 is the decoded picture as it is; a view is rendered at its size. */
+/* ---- Capture. `correct` 0 is the decoded picture, the right way round (RvOrientation); a view is
+ * rendered at its size. */
 
 /* A file whose ending says its format: .png, .jpg or .bmp. */
 RV_API int RV_CapturePicture(int player, int correct, const char* file);
-/* The decoded picture as a BMP file. */
+/* `correct` 0 as a BMP file. */
 RV_API int RV_CaptureBmpPic(int player, const char* file);
 /* Pixels to memory. The size is written to width and height also when `capacity` (bytes) is too
  * small, which is refused. */
