@@ -205,6 +205,35 @@ TEST_F(Windows, ResizingStormEndsInTheRightPicture)
     EXPECT_TRUE(Becomes(window, 155, 155, BLUE));
 }
 
+/// Transparency is a compositor's business, which takes it from the window's pixels.
+TEST_F(Windows, PictureAndWhatIsLeftAroundItAreOpaque)
+{
+    xcb_visualid_t visual = 0;
+    for (auto depth = xcb_screen_allowed_depths_iterator(m_screen); depth.rem;
+         xcb_depth_next(&depth)) {
+        if (depth.data->depth == 32 && xcb_depth_visuals_length(depth.data) > 0)
+            visual = xcb_depth_visuals(depth.data)->visual_id;
+    }
+    if (!visual)
+        GTEST_SKIP() << "the server has no windows with transparency";
+    const xcb_colormap_t colours = xcb_generate_id(m_connection);
+    xcb_create_colormap(m_connection, XCB_COLORMAP_ALLOC_NONE, colours, m_screen->root, visual);
+    const xcb_window_t window = xcb_generate_id(m_connection);
+    const std::uint32_t values[] = {0, 0, colours};
+    xcb_create_window(m_connection, 32, window, m_screen->root, 0, 0, 200, 100, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, visual,
+                      XCB_CW_BACK_PIXEL | XCB_CW_BORDER_PIXEL | XCB_CW_COLORMAP, values);
+    xcb_map_window(m_connection, window);
+    Sync();
+    TestPlayer player;
+    const int view = player.AddView(RV_MODE_SOURCE, 0, 0, 0, 0, Handle(window));
+    ASSERT_EQ(RV(RV_SetPlayRectEx)(player.Id(), view, 50, 50), 0);
+    Feed(player);
+    ASSERT_TRUE(Becomes(window, 80, 50, RED));
+    for (const auto& [x, y] : {std::pair{80, 50}, {70, 50}, {100, 20}, {130, 80}, {120, 99}})
+        EXPECT_EQ(Value(window, x, y).value_or(0) >> 24, 0xFFU) << x << " " << y;
+}
+
 TEST_F(Windows, HangingServerStopsNeitherCallbacksNorDeletion)
 {
     const xcb_window_t window = Create(100, 100);
