@@ -54,13 +54,14 @@ TEST_F(Windows, HiddenWindowIsNotDrawnNorOneInAHiddenParent)
 {
     const xcb_window_t parent = Create(200, 200, /*map=*/false);
     const xcb_window_t window = Create(100, 100, /*map=*/true, parent);
-    Images images;
+    const xcb_window_t hidden = Create(100, 100, /*map=*/false);
     TestPlayer player("AUTO", Handle(window));
-    const int other = player.AddView(RV_MODE_SOURCE);
-    player.Listen(other, images, 32, 32);
+    EXPECT_GT(player.AddView(RV_MODE_SOURCE, 0, 0, 0, 0, Handle(hidden)), 0);
     Feed(player);
-    ASSERT_EQ(images.Await(1).width, 32);
-    // Nobody drew it, or it would come with the map: the picture comes anew.
+    while (player.Describe().llShown + player.Describe().llDropped < 10)
+        std::this_thread::yield();
+    EXPECT_GT(player.Describe().llShown, 0);
+    EXPECT_EQ(player.Describe().dDrawMs, 0.0);
     xcb_map_window(m_connection, parent);
     Sync();
     EXPECT_TRUE(Becomes(window, 20, 50, RED));
@@ -69,7 +70,6 @@ TEST_F(Windows, HiddenWindowIsNotDrawnNorOneInAHiddenParent)
     xcb_map_window(m_connection, parent);
     Sync();
     EXPECT_TRUE(Becomes(window, 20, 50, RED));
-    player.Delete();
 }
 
 TEST_F(Windows, ExposedPartsAreDrawnAgain)
@@ -203,6 +203,24 @@ TEST_F(Windows, ResizingStormEndsInTheRightPicture)
     Resize(window, 160, 160);
     EXPECT_TRUE(Becomes(window, 40, 80, RED));
     EXPECT_TRUE(Becomes(window, 155, 155, BLUE));
+}
+
+/// The server would paint it before every new picture.
+TEST_F(Windows, BackgroundIsNeverSeenWhileAWindowIsResized)
+{
+    const Colour background = {255, 0, 255};
+    // Where no other window was: without a background there is what lay below.
+    const xcb_window_t window = Create(100, 100, true, 0, 700, 600);
+    EXPECT_TRUE(Near(Pixel(window, 99, 99), background, 0));
+    TestPlayer player("AUTO", Handle(window));
+    Feed(player);
+    ASSERT_TRUE(Becomes(window, 20, 50, RED));
+    for (int i = 0; i < 200; ++i) {
+        const int width = 20 + i * 7 % 300;
+        const int height = 20 + i * 13 % 300;
+        Resize(window, width, height);
+        ASSERT_FALSE(Near(Pixel(window, width - 1, height - 1), background, 0)) << i;
+    }
 }
 
 /// Transparency is a compositor's business, which takes it from the window's pixels.
