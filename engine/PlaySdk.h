@@ -58,7 +58,7 @@ typedef struct RvPlayerCreation
      * "H265", "MJPG"; zeros, "AUTO" and what is not known are found from the data.
      * Bytes 4-5: the lens's field of view in tenths of a degree, little-endian; 0 is 180 degrees.
      * Byte 6: the lens model, 0 to 3 as in RvLens. Byte 7, bit 0: do not look for the image circle
-     * in the pictures, take the largest centred one. */
+     * in the pictures, take the largest centred one; also where an RvLens set later says "find". */
     uint8_t aucStream[8];
     void* pReserved;
 } RvPlayerCreation;
@@ -79,7 +79,7 @@ typedef struct RvCreateCorrect
     int32_t iExtra1;
     int32_t iExtra2;
     int32_t iPadding;
-    void* pWindow; /* used when the call's own window argument is null */
+    void* pWindow; /* RV_CreateFishEyeCorrect: used when its own window argument is null */
     void* pReserved;
 } RvCreateCorrect;
 
@@ -110,7 +110,10 @@ enum
 /* Commands of RV_PlayerControl. */
 enum
 {
-    RV_CONTROL_SET_LENS = 1, /* RvLens; in force from the next picture drawn */
+    /* RvLens; in force from the next picture drawn. What it says to find is looked for anew in the
+     * pictures that follow. RV_REFUSED where no lens can be made of it, without a word about which
+     * field is wrong; the one in force stays. */
+    RV_CONTROL_SET_LENS = 1,
     RV_CONTROL_GET_LENS = 2, /* RvLens: what is in force, found values included */
     /* No record (null, 0): what was put so far is the whole stream. The last pictures come out
      * without waiting for more data, then the end is notified; a later put begins a new stream.
@@ -136,7 +139,7 @@ typedef struct RvLens
     int32_t iSize;  /* 616 */
     int32_t iModel; /* 0 equidistant, 1 stereographic, 2 equisolid angle, 3 orthographic,
                        4 Kannala-Brandt, 5 table */
-    int32_t iWidth; /* the picture size that the pixel figures belong to; 0 = the stream's */
+    int32_t iWidth; /* the picture size, up to 16384, of the pixel figures; 0 = the stream's */
     int32_t iHeight;
     double dFieldOfView;  /* degrees, 0 = 180 */
     double dCentreX;      /* pixels, pixel centres at whole numbers; NaN = find */
@@ -230,7 +233,8 @@ RV_API int RV_Play(int player);
 RV_API int RV_Pause(int player, int paused);
 /* Stops and forgets the data put so far; the last picture stays. RV_Play starts anew. */
 RV_API int RV_Stop(int player);
-/* While paused: shows the next picture. */
+/* While paused: shows the next picture, as soon as there is one; playing and cleaning forget what
+ * was not shown. */
 RV_API int RV_StepForward(int player);
 /* Plays at `times` (1..16) the speed, or at one `times`-th of it; 1 is the normal speed. */
 RV_API int RV_FastForward(int player, int times);
@@ -245,9 +249,10 @@ RV_API int RV_SetFrameListBufferSize(int player, int bytes);
 RV_API int RV_RegisterNotifyPlayToEnd(int player, RvEndCallback callback, void* user);
 RV_API int RV_PlayerControl(int player, int command, void* record, int size);
 
-/* Refused (-1) while no picture has been decoded. */
+/* Refused (-1) while no picture has been shown. */
 RV_API int RV_GetFrameRate(int player, double* pictures_per_second);
-/* Time of the picture shown, since the first picture of the stream. */
+/* Time of the picture shown, since the first picture of the stream. Another stream begins behind
+ * RV_CONTROL_END_OF_STREAM, RV_CleanStreamBuffer and RV_Stop. */
 RV_API int RV_GetPlayTime(int player, int64_t* milliseconds);
 /* Number of pictures shown so far. */
 RV_API int RV_GetPlayingFrameNum(int player);
@@ -256,8 +261,8 @@ RV_API int RV_GetVideoParam(int player, RvVideoParam* param, int size);
 /* ---- Views. `correct` is a view's id. */
 
 /* 0: switches the main window to the decoded picture, 1: to the fisheye picture, with a creation
- * record whose mount and window (where not null) count. Returns the main window's view id, which
- * never changes; 0 when switching off. */
+ * record of which the mount alone counts: the main window is that of the player's creation. Returns
+ * the main window's view id, which never changes; 0 when switching off. */
 RV_API int RV_SetFishEyeCorrectEnable(int player, int enable, void* record);
 /* size 88. Returns the view's id, above 0, and writes it to `correct`. */
 RV_API int RV_CreateFishEyeCorrect(int player, void* record, int size, void* window, int* correct);
@@ -273,11 +278,12 @@ RV_API int RV_SetFishEyeCorrectPara(int player, int correct, int kind, void* rec
  * centred); 0, 0: the window's size, or 640 x 640 without one. */
 RV_API int RV_SetPlayRectEx(int player, int correct, int width, int height);
 
-/* ---- Capture. `correct` 0 is the decoded picture as it is; a view is rendered at its size. */
+/* ---- Capture. `correct` 0 is the decoded picture, the right way round (RvOrientation); a view is
+ * rendered at its size. */
 
 /* A file whose ending says its format: .png, .jpg or .bmp. */
 RV_API int RV_CapturePicture(int player, int correct, const char* file);
-/* The decoded picture as a BMP file. */
+/* `correct` 0 as a BMP file. */
 RV_API int RV_CaptureBmpPic(int player, const char* file);
 /* Pixels to memory. The size is written to width and height also when `capacity` (bytes) is too
  * small, which is refused. */

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <utility>
 
+#include "engine/dewarp/Picture.h"
+
 namespace engine {
 
 namespace {
@@ -13,6 +15,9 @@ constexpr int READ_SIZE = 16 * 1024;
 /// A picture of this many pixels is still decoded: beyond it a damaged header would cost gigabytes.
 constexpr std::int64_t MAX_PIXELS = std::int64_t{6144} * 6144;
 constexpr double DEFAULT_PERIOD = 0.04;
+/// Pictures per second that a header may claim: what lies outside is a mistake of its writer.
+constexpr double SLOWEST = 0.5;
+constexpr double FASTEST = 240.0;
 
 AVCodecID CodecOf(Container container)
 {
@@ -259,9 +264,10 @@ void StreamDecoder::TakeFrame(FramePtr frame)
 {
     const std::int64_t stamp = frame->best_effort_timestamp;
     const bool stamped = stamp != AV_NOPTS_VALUE;
-    const AVRational rate = m_codec->framerate;
-    const bool rated = rate.num > 0 && rate.den > 0;
-    const double ratedPeriod = rated ? av_q2d(av_inv_q(rate)) : DEFAULT_PERIOD;
+    const AVRational framerate = m_codec->framerate;
+    const double rate = framerate.den > 0 ? av_q2d(framerate) : 0.0;
+    const bool rated = rate >= SLOWEST && rate <= FASTEST;
+    const double ratedPeriod = rated ? 1.0 / rate : DEFAULT_PERIOD;
 
     Picture picture = m_maker.Make(std::move(frame), m_codec->codec_id == AV_CODEC_ID_MJPEG);
     if (!picture.frame)
@@ -298,6 +304,8 @@ void StreamDecoder::Hurry(bool hurry)
 
 int StreamDecoder::GetBuffer(AVCodecContext* context, AVFrame* frame, int flags)
 {
+    if (std::max(frame->width, frame->height) > dewarp::kLargestPicture)
+        return AVERROR(EINVAL);  // nobody could draw it
     if (frame->format != AV_PIX_FMT_YUV420P && frame->format != AV_PIX_FMT_YUVJ420P)
         return avcodec_default_get_buffer2(context, frame, flags);
     int width = frame->width;

@@ -6,6 +6,8 @@
 #include <cmath>
 #include <limits>
 
+#include "engine/dewarp/Picture.h"
+
 namespace engine {
 
 namespace {
@@ -57,7 +59,8 @@ LensSetting::LensSetting(const std::uint8_t (&description)[8])
 
 bool LensSetting::Set(const RvLens& record)
 {
-    const bool sized = record.iWidth > 0 && record.iHeight > 0;
+    const bool sized = record.iWidth > 0 && record.iWidth <= dewarp::kLargestPicture &&
+                       record.iHeight > 0 && record.iHeight <= dewarp::kLargestPicture;
     const bool unsized = record.iWidth == 0 && record.iHeight == 0;
     if (record.iModel < 0 || record.iModel > 5 || (!sized && !unsized) ||
         !MakeLens(record, {0.0, 0.0}, 1000.0))

@@ -85,10 +85,12 @@ bool PlayClock::IsPaced(const Arrival& arrival, double step)
     return m_paced == PACED_PICTURES;
 }
 
-void PlayClock::SetSpeed(double speed)
+void PlayClock::SetSpeed(double speed, Clock::time_point now)
 {
-    if (m_running)
-        Anchor(m_lastSeconds, DueOf(m_lastSeconds));
+    if (m_running) {
+        const Clock::time_point from = std::min(now, DueOf(m_lastSeconds));
+        Anchor(m_anchorSeconds + SecondsOf(from - m_anchorTime) * m_speed, from);
+    }
     m_speed = speed;
 }
 

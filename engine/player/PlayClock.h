@@ -31,8 +31,8 @@ public:
 
     Plan Schedule(const Arrival& arrival, Clock::time_point now);
 
-    /// 1 is the stream's own speed.
-    void SetSpeed(double speed);
+    /// 1 is the stream's own speed. A picture that waits is to be scheduled again.
+    void SetSpeed(double speed, Clock::time_point now);
 
     /// The next picture is shown at once and starts the clock.
     void Restart() { m_running = false; }

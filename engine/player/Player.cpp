@@ -116,6 +116,7 @@ void Player::Clean()
         m_queue.Clear();
         m_discard = true;
         m_restartClock = true;
+        m_steps = 0;
     }
     m_playNews.notify_all();
 }
@@ -126,6 +127,7 @@ void Player::Play()
         std::lock_guard lock(m_playLock);
         m_restartClock = m_restartClock || !m_playing;
         m_playing = true;
+        m_steps = 0;
     }
     m_playNews.notify_all();
 }
@@ -224,6 +226,7 @@ bool Player::SetLens(const RvLens& record)
         std::lock_guard lock(m_drawLock);
         if (!m_lens.Set(record))
             return false;
+        m_sinceBegin = 0;
         MarkAllDirtyLocked();
     }
     m_drawNews.notify_one();
@@ -234,6 +237,9 @@ void Player::SetOrientation(bool mirrored, bool flipped)
 {
     {
         std::lock_guard lock(m_drawLock);
+        const CameraOptics& camera = m_lens.InForce();
+        if (camera.mirrored == mirrored && camera.flipped == flipped)
+            return;
         m_lens.SetOrientation(mirrored, flipped);
         MarkAllDirtyLocked();
     }
@@ -263,12 +269,18 @@ RvLens Player::GetLens() const
 Picture Player::Shown() const
 {
     std::lock_guard lock(m_drawLock);
-    return m_picture;
+    return m_shownPicture;
 }
 
 std::vector<std::uint8_t> Player::Capture(const View* view, Extent& size) const
 {
-    const Picture picture = Shown();
+    Picture picture;
+    CameraOptics camera;
+    {
+        std::lock_guard lock(m_drawLock);
+        picture = m_shownPicture;
+        camera = m_lens.InForce();
+    }
     if (!picture.frame)
         return {};
     size = view ? view->RenderSize() : Extent{picture.Width(), picture.Height()};
@@ -276,7 +288,7 @@ std::vector<std::uint8_t> Player::Capture(const View* view, Extent& size) const
     ViewImage image;
     image.Prepare({view ? view->State().settings : SourceView(), 1, size,
                    Extent{picture.Width(), picture.Height()}},
-                  Camera());
+                  camera);
     PictureDrawer().Draw(picture, {image.Target(pixels.data())});
     return pixels;
 }
@@ -333,13 +345,11 @@ bool Player::DecodeNext()
         return true;
     case StreamDecoder::Event::End:
         AwaitDrawn();
-        SearchAgain();
+        BeginAnew();
         m_onEnd.Call(m_id);
         return true;
     case StreamDecoder::Event::Cleared: {
-        SearchAgain();
-        m_hasLast = false;
-        m_playTime = 0.0;
+        BeginAnew();
         std::lock_guard lock(m_playLock);
         m_discard = false;
         return true;
@@ -360,10 +370,11 @@ void Player::KeepTime(const Picture& picture)
             return;
         if (!m_playing) {
             --m_steps;
+            m_decoder.Hurry(false);  // playing may have fallen behind
             break;
         }
         if (std::exchange(m_newSpeed, false))
-            m_clock.SetSpeed(m_speed);
+            m_clock.SetSpeed(m_speed, Clock::now());
         if (std::exchange(m_restartClock, false))
             m_clock.Restart();
         const PlayClock::Plan plan =
@@ -389,6 +400,8 @@ void Player::Publish(const Picture& picture)
     const double step = picture.seconds - m_lastSeconds;
     if (m_hasLast)
         m_playTime = m_playTime + (step >= 0.0 && step < 2.0 ? step : picture.period);
+    else
+        m_playTime = 0.0;
     m_lastSeconds = picture.seconds;
     m_hasLast = true;
     {
@@ -408,8 +421,9 @@ void Player::AwaitDrawn()
 }
 
 /// The next picture belongs to another stream, whose camera may be another.
-void Player::SearchAgain()
+void Player::BeginAnew()
 {
+    m_hasLast = false;
     std::lock_guard lock(m_drawLock);
     m_sinceBegin = 0;
 }
@@ -456,9 +470,9 @@ bool Player::DrawNext()
             lock, [this] { return m_drawStopped || (m_picture.frame && (m_fresh || m_redraw)); });
         if (m_drawStopped)
             return false;
-        m_drawing = true;
         picture = m_picture;
         fresh = std::exchange(m_fresh, false);
+        m_drawing = fresh;
         m_redraw = false;
         for (const auto& entry : m_views)
             m_drawViews.push_back(entry.second);
@@ -482,6 +496,7 @@ void Player::UpdateLens(const Picture& picture, bool fresh)
     bool search = false;
     {
         std::lock_guard lock(m_drawLock);
+        m_shownPicture = picture;
         if (m_lens.SetPictureSize(picture.Width(), picture.Height()))
             m_sinceBegin = 0;
         if (fresh && m_lens.WantsCircle() && m_sinceBegin < LAST_SEARCH) {

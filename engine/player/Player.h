@@ -81,7 +81,7 @@ private:
     void KeepTime(const Picture& picture);
     void Publish(const Picture& picture);
     void AwaitDrawn();
-    void SearchAgain();
+    void BeginAnew();
 
     void DrawLoop();
     bool DrawNext();
@@ -110,14 +110,16 @@ private:
     mutable std::mutex m_drawLock;  ///< guards what follows; held for moments only
     std::condition_variable m_drawNews;
     std::condition_variable m_drawnNews;
-    Picture m_picture;
-    bool m_fresh = false;   ///< m_picture has not been drawn
-    bool m_redraw = false;  ///< a view changed
-    bool m_drawing = false;
+    Picture m_picture;       ///< the newest
+    Picture m_shownPicture;  ///< the one that m_lens is for
+    bool m_fresh = false;    ///< m_picture has not been drawn
+    bool m_redraw = false;   ///< a view changed
+    bool m_drawing = false;  ///< a new picture is; a mere change of a view is not waited for
     bool m_drawStopped = false;
     std::map<int, std::shared_ptr<View>> m_views;  ///< the main view is among them
     LensSetting m_lens;
-    int m_sinceBegin = 0;  ///< pictures of this stream and size, as long as a circle is looked for
+    /// Pictures of this stream, size and lens record, as long as a circle is looked for.
+    int m_sinceBegin = 0;
 
     // The draw thread's.
     struct Job;

@@ -86,9 +86,13 @@ int View::SetPtz(const RvPtz& ptz)
             return RV_OUTSIDE_CIRCLE;
         m_state.ptz = ptz;
         m_state.ptz.iZoom = std::clamp(ptz.iZoom, MIN_ZOOM, MAX_ZOOM);
-        m_state.settings.positionX = ptz.iPositionX;
-        m_state.settings.positionY = ptz.iPositionY;
-        m_state.settings.zoom = m_state.ptz.iZoom;
+        ViewSettings& settings = m_state.settings;
+        if (settings.positionX == ptz.iPositionX && settings.positionY == ptz.iPositionY &&
+            settings.zoom == m_state.ptz.iZoom)
+            return 0;
+        settings.positionX = ptz.iPositionX;
+        settings.positionY = ptz.iPositionY;
+        settings.zoom = m_state.ptz.iZoom;
         ++m_state.revision;
     }
     Touch();
@@ -112,7 +116,8 @@ int View::SetWide(const RvWideScan& wide)
         if ((mode != RV_MODE_180 && mode != RV_MODE_PANORAMA) || !std::isfinite(wide.fAngle))
             return RV_REFUSED;
         m_state.wide = wide;
-        m_state.settings.angle = wide.fAngle;
+        if (std::exchange(m_state.settings.angle, wide.fAngle) == wide.fAngle)
+            return 0;
         ++m_state.revision;
     }
     Touch();
@@ -133,7 +138,8 @@ void View::SetMount(optics::Mount mount)
 {
     {
         std::lock_guard lock(m_lock);
-        m_state.settings.mount = mount;
+        if (std::exchange(m_state.settings.mount, mount) == mount)
+            return;
         ++m_state.revision;
     }
     Touch();
@@ -143,7 +149,8 @@ void View::SetMode(int mode)
 {
     {
         std::lock_guard lock(m_lock);
-        m_state.settings.mode = mode;
+        if (std::exchange(m_state.settings.mode, mode) == mode)
+            return;
         ++m_state.revision;
     }
     Touch();
@@ -153,7 +160,8 @@ void View::SetFixedSize(Extent size)
 {
     {
         std::lock_guard lock(m_lock);
-        m_state.fixedSize = size;
+        if (std::exchange(m_state.fixedSize, size) == size)
+            return;
     }
     Touch();
 }

@@ -52,7 +52,8 @@ public:
 
     int Id() const { return m_id; }
 
-    // ---- The client's side.
+    // ---- The client's side. Settings that change nothing draw nothing: a callback may set them
+    // every time.
 
     /// 0 opens none and closes the one before.
     void SetWindow(std::uint64_t window);

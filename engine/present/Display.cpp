@@ -530,7 +530,8 @@ void XWindow::Furnish(std::uint8_t depth)
     xcb_connection_t* connection = m_display->Connection();
     m_depth = depth;
     const xcb_gcontext_t gc = xcb_generate_id(connection);
-    const std::uint32_t values[] = {0, 0};
+    constexpr std::uint32_t OPAQUE_BLACK = 0xFF000000;  // in a window of depth 32
+    const std::uint32_t values[] = {OPAQUE_BLACK, 0};
     xcb_create_gc(connection, gc, m_id, XCB_GC_FOREGROUND | XCB_GC_GRAPHICS_EXPOSURES, values);
     // The server would paint the background before every new picture.
     const std::uint32_t none = XCB_BACK_PIXMAP_NONE;

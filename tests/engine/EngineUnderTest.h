@@ -3,6 +3,8 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -123,13 +125,17 @@ class TestPlayer
 {
 public:
     explicit TestPlayer(const char* fourCc = "AUTO", void* window = nullptr, bool search = false)
+        : TestPlayer({std::uint8_t(fourCc[0]), std::uint8_t(fourCc[1]), std::uint8_t(fourCc[2]),
+                      std::uint8_t(fourCc[3]), 0, 0, 0, std::uint8_t(search ? 0 : 1)},
+                     window)
+    {}
+    /// With the stream description of the creation record.
+    explicit TestPlayer(const std::array<std::uint8_t, 8>& stream, void* window = nullptr)
     {
         RvPlayerCreation creation{};
         creation.iSize = sizeof(creation);
         creation.pWindow = window;
-        for (int i = 0; i < 4; ++i)
-            creation.aucStream[i] = static_cast<std::uint8_t>(fourCc[i]);
-        creation.aucStream[7] = search ? 0 : 1;
+        std::copy(stream.begin(), stream.end(), creation.aucStream);
         m_id = RV(RV_CreatePlayerForSpecialNeeds)(2, &creation, sizeof(creation), 0);
     }
     ~TestPlayer() { Delete(); }
@@ -184,6 +190,18 @@ public:
         param.iSize = sizeof(param);
         RV(RV_GetVideoParam)(m_id, &param, sizeof(param));
         return param;
+    }
+
+    RvLens Lens() const
+    {
+        RvLens lens{};
+        RV(RV_PlayerControl)(m_id, RV_CONTROL_GET_LENS, &lens, sizeof(lens));
+        return lens;
+    }
+    int SetLens(RvLens lens)
+    {
+        lens.iSize = sizeof(lens);
+        return RV(RV_PlayerControl)(m_id, RV_CONTROL_SET_LENS, &lens, sizeof(lens));
     }
 
 private:

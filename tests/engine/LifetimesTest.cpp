@@ -1,17 +1,15 @@
 // Many players for a long time: nothing grows. Many threads at once: nothing breaks.
 #include <dirent.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <fstream>
 #include <memory>
 #include <random>
-#include <sstream>
 #include <thread>
 
 #include <gmock/gmock.h>
 
-#include "tests/engine/EngineUnderTest.h"
+#include "tests/engine/XServer.h"
 
 namespace test {
 namespace {
@@ -48,28 +46,23 @@ int EntriesOf(const char* directory)
     return count;
 }
 
-/// SysV shared memory segments of the machine that this process attached or made.
-int SharedMemorySegments()
+/// Pictures that this process shares with the X server.
+int SharedPictures()
 {
-    std::ifstream table("/proc/sysvipc/shm");
+    std::ifstream maps("/proc/self/maps");
     int count = 0;
-    const long self = getpid();
-    for (std::string line; std::getline(table, line);) {
-        std::istringstream fields(line);
-        long key = 0, id = 0, mode = 0, size = 0, creator = 0;
-        fields >> key >> id >> mode >> size >> creator;
-        count += creator == self;
-    }
+    for (std::string line; std::getline(maps, line);)
+        count += line.find("memfd:fisheye-view") != std::string::npos;
     return count;
 }
 
 constexpr int MODES[] = {RV_MODE_PTZ, RV_MODE_180, RV_MODE_PANORAMA, RV_MODE_LAT};
 
-/// Creates, feeds, lays out, steers and deletes a player.
-void LiveOneLife(int number)
+/// Creates, feeds, lays out, steers and deletes a player, with a window where there is one.
+void LiveOneLife(int number, void* window)
 {
     Images images;
-    TestPlayer player;
+    TestPlayer player("AUTO", window);
     std::vector<int> views;
     for (int i = 0; i < 6; ++i)
         views.push_back(player.AddView(MODES[(number + i) % 4], number % 4, 5000, 7000));
@@ -81,6 +74,9 @@ void LiveOneLife(int number)
     ASSERT_EQ(player.Put(Clip()), 0);
     ASSERT_EQ(player.End(), 0);
     ASSERT_GT(images.Await(1).width, 0);
+    if (window) {
+        EXPECT_EQ(SharedPictures(), 1);
+    }
     const int before = images.Count();
     for (const int view : views) {
         RvPtz ptz{0, 0, 4000 + number % 2000, 6000, 3000, {}};
@@ -94,19 +90,29 @@ void LiveOneLife(int number)
     player.Delete();
 }
 
-TEST(Lifetimes, TwoHundredPlayersLeaveNothingBehind)
+class Lives : public Windows
 {
+protected:
+    void SetUp() override
+    {
+        if (TheServer().Runs())
+            Windows::SetUp();
+    }
+};
+
+TEST_F(Lives, TwoHundredPlayersLeaveNothingBehind)
+{
+    void* window = m_connection ? Handle(Create(96, 96)) : nullptr;
     for (int i = 0; i < 20; ++i)
-        LiveOneLife(i);  // until every cache is filled
+        LiveOneLife(i, window);  // until every cache is filled
     const long memory = Memory();
     const int threads = EntriesOf("/proc/self/task");
     const int files = EntriesOf("/proc/self/fd");
-    const int segments = SharedMemorySegments();
     for (int i = 0; i < 200; ++i)
-        LiveOneLife(i);
+        LiveOneLife(i, window);
     EXPECT_EQ(EntriesOf("/proc/self/task"), threads);
     EXPECT_EQ(EntriesOf("/proc/self/fd"), files);
-    EXPECT_EQ(SharedMemorySegments(), segments);
+    EXPECT_EQ(SharedPictures(), 0);
     // A leak of one picture of each player would be 200 x 96 KiB. Sanitizers keep freed memory.
     const long allowed = 12 * 1024;
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)

@@ -11,6 +11,7 @@
 #include "engine/media/Container.h"
 #include "engine/media/FramePool.h"
 #include "engine/media/Input.h"
+#include "engine/media/Picture.h"
 #include "engine/media/PictureEnd.h"
 #include "engine/player/LensSetting.h"
 #include "engine/player/PlayClock.h"
@@ -330,10 +331,23 @@ TEST_F(Clocks, PicturesAreDueByTheirTimeStamps)
 TEST_F(Clocks, SpeedScalesTheTimeBetweenThem)
 {
     Schedule(0.0, 0.0);
-    m_clock.SetSpeed(4.0);
+    m_clock.SetSpeed(4.0, At(0.0));
     EXPECT_NEAR(When(Schedule(0.4, 0.0).due), 0.1, 1e-6);
-    m_clock.SetSpeed(0.25);
+    m_clock.SetSpeed(0.25, At(0.1));
     EXPECT_NEAR(When(Schedule(0.5, 0.1).due), 0.5, 1e-6);
+}
+
+TEST_F(Clocks, NewSpeedHoldsForThePictureThatWaits)
+{
+    Schedule(0.0, 0.0);
+    EXPECT_NEAR(When(Schedule(1.0, 0.0).due), 1.0, 1e-6);
+    m_clock.SetSpeed(0.5, At(0.5));
+    EXPECT_NEAR(When(Schedule(1.0, 0.5).due), 1.5, 1e-6);
+    m_clock.SetSpeed(4.0, At(0.7));
+    EXPECT_NEAR(When(Schedule(1.0, 0.7).due), 0.8, 1e-6);
+    // Nothing came for a while: the time between pictures does not run on.
+    m_clock.SetSpeed(1.0, At(0.9));
+    EXPECT_NEAR(When(Schedule(1.5, 0.9).due), 1.3, 1e-6);
 }
 
 TEST_F(Clocks, LatePicturesAreLeftOutWhenNewerOnesAreThere)
@@ -395,7 +409,7 @@ TEST_F(Clocks, DelayThatABurstLeftIsTakenBackFromALiveSender)
 TEST_F(Clocks, SlowMotionOfALiveStreamIsNotHurried)
 {
     Put(0.0, 0.0, 0.0);
-    m_clock.SetSpeed(0.5);
+    m_clock.SetSpeed(0.5, At(0.0));
     for (int i = 1; i < 60; ++i) {
         const double now = (i - 1) * 0.08;
         EXPECT_NEAR(When(Put(i * 0.04, now, now - i * 0.04).due), i * 0.08, 1e-6);
@@ -475,6 +489,74 @@ TEST_F(FoundCircles, AreForgottenWithThePictureSize)
     EXPECT_NEAR(m_lens.Get().dCircleRadius, 400, 1e-9);
     EXPECT_NEAR(RadiusAfter(350), 350, 1e-9);
 }
+
+// ---- PictureMaker
+
+/// What a frame says of its colours, and what is made of it.
+struct ColourCase
+{
+    const char* name;
+    AVPixelFormat format;
+    AVColorRange range;
+    AVColorSpace matrix;
+    AVChromaLocation site;
+    int width;
+    int height;
+    bool jpeg;
+    bool fullRange;
+    bool bt709;
+    bool centredChroma;
+};
+
+void PrintTo(const ColourCase& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class Colours : public testing::TestWithParam<ColourCase>
+{};
+
+TEST_P(Colours, AreTaggedOrFollowFromSizeAndCodec)
+{
+    const ColourCase& row = GetParam();
+    engine::FramePtr frame(av_frame_alloc());
+    frame->format = row.format;
+    frame->color_range = row.range;
+    frame->colorspace = row.matrix;
+    frame->chroma_location = row.site;
+    frame->width = row.width;
+    frame->height = row.height;
+    ASSERT_GE(av_frame_get_buffer(frame.get(), 0), 0);
+    const engine::Picture picture = engine::PictureMaker().Make(std::move(frame), row.jpeg);
+    ASSERT_TRUE(picture.frame);
+    EXPECT_EQ(picture.fullRange, row.fullRange);
+    EXPECT_EQ(picture.bt709, row.bt709);
+    EXPECT_EQ(picture.centredChroma, row.centredChroma);
+}
+
+constexpr AVColorRange NO_RANGE = AVCOL_RANGE_UNSPECIFIED;
+constexpr AVColorSpace NO_MATRIX = AVCOL_SPC_UNSPECIFIED;
+constexpr AVChromaLocation NO_SITE = AVCHROMA_LOC_UNSPECIFIED;
+constexpr AVChromaLocation LEFT = AVCHROMA_LOC_LEFT;
+constexpr AVChromaLocation CENTRE = AVCHROMA_LOC_CENTER;
+constexpr AVPixelFormat I420 = AV_PIX_FMT_YUV420P;
+constexpr AVPixelFormat J420 = AV_PIX_FMT_YUVJ420P;
+
+INSTANTIATE_TEST_SUITE_P(All, Colours,
+                         testing::Values(
+                             // clang-format off
+        ColourCase{"VideoSmall", I420, NO_RANGE, NO_MATRIX, NO_SITE, 1278, 718, false, false, false, false},
+        ColourCase{"VideoWide", I420, NO_RANGE, NO_MATRIX, NO_SITE, 1280, 718, false, false, true, false},
+        ColourCase{"VideoHigh", I420, NO_RANGE, NO_MATRIX, NO_SITE, 1278, 720, false, false, true, false},
+        ColourCase{"VideoTagged", I420, AVCOL_RANGE_JPEG, AVCOL_SPC_SMPTE170M, LEFT, 1280, 720, false, true, false, false},
+        ColourCase{"VideoTaggedSmall", I420, AVCOL_RANGE_MPEG, AVCOL_SPC_BT709, CENTRE, 64, 64, false, false, true, true},
+        ColourCase{"Jpeg", J420, NO_RANGE, NO_MATRIX, NO_SITE, 1920, 1080, true, true, false, true},
+        ColourCase{"JpegTagged", I420, AVCOL_RANGE_MPEG, AVCOL_SPC_BT709, LEFT, 64, 64, true, false, true, false},
+        ColourCase{"Grey", AV_PIX_FMT_GRAY8, NO_RANGE, NO_MATRIX, NO_SITE, 64, 64, false, false, false, false},
+        ColourCase{"GreyJpeg", AV_PIX_FMT_GRAY8, NO_RANGE, NO_MATRIX, NO_SITE, 64, 64, true, true, false, true},
+        ColourCase{"Rgb", AV_PIX_FMT_GBRP, NO_RANGE, NO_MATRIX, NO_SITE, 64, 64, false, true, true, false}),
+                         // clang-format on
+                         [](const auto& info) { return std::string(info.param.name); });
 
 // ---- Line sizes
 

@@ -23,6 +23,9 @@ struct FormatCase
     AVColorRange range;
     AVColorSpace matrix;
     const char* fourCc;
+    bool tagged = true;
+    int width = 256;
+    int height = 256;
 };
 
 void PrintTo(const FormatCase& format, std::ostream* out)
@@ -42,6 +45,12 @@ TEST_P(Formats, AreShownInTheirColours)
     options.pixels = format.pixels;
     options.range = format.range;
     options.matrix = format.matrix;
+    options.tagged = format.tagged;
+    options.width = format.width;
+    options.height = format.height;
+    options.paint = [&](int, int x, int) {
+        return x < format.width / 2 ? Colour{200, 40, 40} : Colour{40, 60, 190};
+    };
     Images images;
     TestPlayer player(format.fourCc);
     const int view = player.AddView(RV_MODE_SOURCE);
@@ -51,16 +60,53 @@ TEST_P(Formats, AreShownInTheirColours)
     ASSERT_EQ(player.End(), 0);
     const Images::Image image = images.Await(1);
     ASSERT_EQ(image.width, 256);
-    const bool grey = format.pixels == AV_PIX_FMT_GRAY8;
-    const Colour left = grey ? Colour{80, 80, 80} : Colour{200, 40, 40};
-    if (!grey) {
-        EXPECT_TRUE(Near(image.At(0.25, 0.5), left, 4))
-            << image.At(0.25, 0.5).r << " " << image.At(0.25, 0.5).g << " "
-            << image.At(0.25, 0.5).b;
-        EXPECT_TRUE(Near(image.At(0.75, 0.5), {40, 60, 190}, 4))
-            << image.At(0.75, 0.5).r << " " << image.At(0.75, 0.5).g << " "
-            << image.At(0.75, 0.5).b;
+    for (const auto& [x, colour] :
+         {std::pair{0.25, Colour{200, 40, 40}}, {0.75, Colour{40, 60, 190}}}) {
+        const double luma = 0.299 * colour.r + 0.587 * colour.g + 0.114 * colour.b;
+        const bool grey = format.pixels == AV_PIX_FMT_GRAY8;
+        const Colour shown = image.At(x, 0.5);
+        EXPECT_TRUE(Near(shown, grey ? Colour{luma, luma, luma} : colour, 4))
+            << shown.r << " " << shown.g << " " << shown.b;
     }
+}
+
+/// A baseline JPEG of one component, 256 x 256 pixels of one grey level below 128. Only the first
+/// block differs from the one before it: by a DC coefficient of six bits.
+Bytes GreyJpeg(int level)
+{
+    Bytes jpeg = {0xFF, 0xD8, 0xFF, 0xDB, 0, 67, 0};
+    jpeg.insert(jpeg.end(), 64, 8);  // so the DC coefficient is the level, from 128
+    const Bytes size = {0xFF, 0xC0, 0, 11, 8, 1, 0, 1, 0, 1, 1, 0x11, 0};
+    jpeg.insert(jpeg.end(), size.begin(), size.end());
+    // DC: the bit 0 says no difference, the bits 10 that six bits follow. AC: 0 ends the block.
+    const Bytes codes[] = {{0xFF, 0xC4, 0, 21, 0x00, 1, 1}, {0xFF, 0xC4, 0, 20, 0x10, 1, 0}};
+    const Bytes values[] = {{0, 6}, {0}};
+    for (int table = 0; table < 2; ++table) {
+        jpeg.insert(jpeg.end(), codes[table].begin(), codes[table].end());
+        jpeg.insert(jpeg.end(), 14, 0);  // no longer codes
+        jpeg.insert(jpeg.end(), values[table].begin(), values[table].end());
+    }
+    const Bytes scan = {0xFF, 0xDA, 0, 8, 1, 1, 0, 0, 63, 0};
+    jpeg.insert(jpeg.end(), scan.begin(), scan.end());
+    jpeg.push_back(static_cast<std::uint8_t>(0x80 | (level - 128 + 63)));
+    jpeg.insert(jpeg.end(), 32 * 32 * 2 / 8, 0);
+    jpeg.insert(jpeg.end(), {0xFF, 0xD9});
+    return jpeg;
+}
+
+TEST(Streams, GreyJpegOfACameraAtNightIsShown)
+{
+    Images images;
+    TestPlayer player;
+    ASSERT_EQ(player.Listen(player.AddView(RV_MODE_SOURCE), images), 0);
+    ASSERT_EQ(player.Play(), 0);
+    ASSERT_EQ(player.Put(GreyJpeg(80)), 0);
+    ASSERT_EQ(player.End(), 0);
+    const Images::Image image = images.Await(1);
+    ASSERT_EQ(image.width, 256);
+    EXPECT_TRUE(Near(image.At(0.1, 0.1), {80, 80, 80}, 1)) << image.At(0.1, 0.1).r;
+    EXPECT_TRUE(Near(image.At(0.9, 0.9), {80, 80, 80}, 1)) << image.At(0.9, 0.9).r;
+    player.Delete();
 }
 
 constexpr AVColorRange LIMITED = AVCOL_RANGE_MPEG;
@@ -95,7 +141,18 @@ INSTANTIATE_TEST_SUITE_P(
         FormatCase{"H264444", "mpegts", H264, AV_PIX_FMT_YUV444P, LIMITED, BT709, "AUTO"},
         FormatCase{"H264444Full", "mpegts", H264, AV_PIX_FMT_YUV444P, FULL, BT601, "AUTO"},
         FormatCase{"H265TenBits", "mpegts", H265, AV_PIX_FMT_YUV420P10, LIMITED, BT709, "AUTO"},
-        FormatCase{"H265TenBits422", "mpegts", H265, AV_PIX_FMT_YUV422P10, FULL, BT709, "AUTO"}),
+        FormatCase{"H265TenBits422", "mpegts", H265, AV_PIX_FMT_YUV422P10, FULL, BT709, "AUTO"},
+        FormatCase{"H264Grey", "mpegts", H264, AV_PIX_FMT_GRAY8, LIMITED, BT601, "AUTO"},
+        FormatCase{"H265GreyFull", "mpegts", H265, AV_PIX_FMT_GRAY8, FULL, BT601, "AUTO"},
+        FormatCase{"H265Rgb", "mpegts", H265, AV_PIX_FMT_GBRP, FULL, AVCOL_SPC_RGB, "AUTO"},
+        FormatCase{"UntaggedSmall", "h264", H264, AV_PIX_FMT_YUV420P, LIMITED, BT601, "AUTO", false,
+                   1264, 704},
+        FormatCase{"UntaggedWide", "h264", H264, AV_PIX_FMT_YUV420P, LIMITED, BT709, "AUTO", false,
+                   1280, 704},
+        FormatCase{"UntaggedHigh", "h264", H264, AV_PIX_FMT_YUV420P, LIMITED, BT709, "AUTO", false,
+                   1264, 720},
+        FormatCase{"UntaggedJpeg", "mjpeg", JPEG, AV_PIX_FMT_YUVJ420P, FULL, BT601, "AUTO", false,
+                   1280, 720}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // ---- Blocks, breaks and changes
@@ -166,6 +223,22 @@ public:
         const bool came = ended.get_future().wait_for(PATIENCE) == std::future_status::ready;
         RV(RV_RegisterNotifyPlayToEnd)(player.Id(), nullptr, nullptr);
         return came;
+    }
+
+    /// Shows the next picture of the paused player: its number, modulo 10.
+    int Step()
+    {
+        const int before = images.Count();
+        EXPECT_EQ(RV(RV_StepForward)(player.Id()), 0);
+        const Images::Image image = images.Await(before + 1);
+        return image.width == 0 ? -1 : static_cast<int>((image.At(0.5, 0.5).r - 30) / 20);
+    }
+
+    std::int64_t PlayTime() const
+    {
+        std::int64_t time = -1;
+        RV(RV_GetPlayTime)(player.Id(), &time);
+        return time;
     }
 
     Images images;
@@ -554,7 +627,70 @@ TEST(Streams, WrongFourCcIsCorrectedByTheData)
     }
 }
 
-TEST(Streams, RepetitionsOfOnePictureAreStillPictures)
+TEST(Streams, RateThatNoCameraHasIsTakenForUnknown)
+{
+    for (const AVRational rate : {AVRational{1, 1000}, AVRational{45000, 1}}) {
+        ClipOptions options = Numbered("h264", 4);
+        options.rate = rate;
+        Source source;
+        source.PutAll(MakeClip(options), 100000);
+        ASSERT_TRUE(source.AwaitEnd()) << rate.num;
+        EXPECT_EQ(source.PlayTime(), 3 * 40) << rate.num;
+        double shownRate = 0.0;
+        ASSERT_EQ(RV(RV_GetFrameRate)(source.player.Id(), &shownRate), 0);
+        EXPECT_EQ(shownRate, 25.0);
+    }
+}
+
+TEST(Streams, PictureTooWideToBeDrawnIsRefused)
+{
+    ClipOptions wide = Numbered("mjpeg", 2);
+    wide.height = 16;
+    wide.width = 16384;
+    Source source;
+    source.PutAll(MakeClip(wide), 4096);
+    ASSERT_TRUE(source.AwaitEnd());
+    EXPECT_EQ(source.player.Describe().llDecoded, 2);
+    for (auto [width, height] : {std::pair{16400, 16}, {16, 16400}}) {
+        wide.width = width;
+        wide.height = height;
+        source.PutAll(MakeClip(wide), 4096);
+        ASSERT_TRUE(source.AwaitEnd());
+    }
+    EXPECT_EQ(source.player.Describe().llDecoded, 2);
+    EXPECT_EQ(source.player.Describe().llErrors, 4);
+    EXPECT_EQ(source.player.Describe().iWidth, 16384);
+}
+
+TEST(Streams, AnotherTrackOfTheSameCodecIsFollowed)
+{
+    for (const char* format : {"matroska", "mp4"}) {
+        ClipOptions other = Numbered(format, 70);
+        other.width = 192;
+        other.height = 160;
+        Source source;
+        source.PutAll(MakeProgrammes({Numbered(format, 4), other}), 4096);
+        ASSERT_TRUE(source.AwaitEnd());
+        EXPECT_EQ(source.player.Describe().iWidth, 192) << format;
+        EXPECT_TRUE(Near(source.images.Await(1).At(0.5, 0.5), GreyOf(69), 3)) << format;
+    }
+}
+
+TEST(Streams, PlayTimeBeginsAnewWithEveryStream)
+{
+    Source source;
+    for (int round = 0; round < 2; ++round) {
+        source.PutAll(MakeClip(Numbered("mpegts", 4)), 100000);
+        ASSERT_TRUE(source.AwaitEnd());
+        EXPECT_EQ(source.PlayTime(), 3 * 40);
+    }
+    ASSERT_EQ(RV(RV_CleanStreamBuffer)(source.player.Id()), 0);
+    source.PutAll(MakeClip(Numbered("mpegts", 2)), 100000);
+    ASSERT_TRUE(source.AwaitEnd());
+    EXPECT_EQ(source.PlayTime(), 40);
+}
+
+TEST(Streams, FiguresTellWhatIsPlayed)
 {
     Source source;
     const RvVideoParam before = source.player.Describe();
@@ -566,6 +702,9 @@ TEST(Streams, RepetitionsOfOnePictureAreStillPictures)
     EXPECT_EQ(std::string(param.acCodec, 4), "H264");
     EXPECT_EQ(std::string(param.acContainer, 4), "MPTS");
     EXPECT_NEAR(param.dFrameRate, 25.0, 0.5);
+    double rate = 0.0;
+    EXPECT_EQ(RV(RV_GetFrameRate)(source.player.Id(), &rate), 0);
+    EXPECT_EQ(rate, param.dFrameRate);
     EXPECT_EQ(param.llShown + param.llDropped, 3);
     EXPECT_EQ(param.iBytesBuffered, 0);
 }
@@ -594,20 +733,23 @@ TEST(Streams, StreamThatGivesNoPictureIsKnownByItsFigures)
 
 TEST(Streams, FullBufferTakesNothingAndTakesItLater)
 {
-    TestPlayer player;
-    ASSERT_EQ(RV(RV_SetFrameListBufferSize)(player.Id(), 64 * 1024), 0);
-    const Bytes zeros(40 * 1024);
-    ASSERT_EQ(player.Put(zeros), 0);
-    int result = 0;
-    int taken = 0;
-    // Without a stream's beginning in them the decoder passes over zeros, so that room comes again.
-    for (int i = 0; i < 100000 && taken < 3; ++i) {
-        result = player.Put(zeros);
-        taken += result == 0;
-        EXPECT_TRUE(result == 0 || result == RV_BUFFER_FULL);
+    Source source;
+    RV(RV_Pause)(source.player.Id(), 1);
+    ASSERT_EQ(RV(RV_SetFrameListBufferSize)(source.player.Id(), 64 * 1024), 0);
+    const Bytes clip = MakeClip(Numbered("mpegts", 10));
+    ASSERT_EQ(source.player.Put(clip), 0);
+    while (source.player.Describe().llDecoded == 0)
         std::this_thread::yield();
-    }
-    EXPECT_EQ(taken, 3);
+    // With one picture waiting nothing more is read.
+    while (source.player.Put(clip) == 0)
+        ;
+    const int buffered = source.player.Describe().iBytesBuffered;
+    EXPECT_GT(buffered + static_cast<int>(clip.size()), 64 * 1024);
+    EXPECT_EQ(source.player.Put(clip), RV_BUFFER_FULL);
+    EXPECT_EQ(source.player.Describe().iBytesBuffered, buffered);
+    RV(RV_Play)(source.player.Id());
+    source.PutAll(clip, clip.size());
+    EXPECT_TRUE(source.AwaitEnd());
 }
 
 TEST(Streams, PausedPlayerFillsItsBuffer)
@@ -632,6 +774,98 @@ TEST(Streams, PausedPlayerFillsItsBuffer)
     RV(RV_Play)(source.player.Id());
     EXPECT_EQ(RV(RV_StepForward)(source.player.Id()), -1);
     EXPECT_EQ(source.images.Await(3).width, 32);
+}
+
+TEST(Streams, StepsThatFoundNoPictureAreForgottenByPlayingAndCleaning)
+{
+    const Bytes clip = MakeClip(Numbered("mpegts", 9));
+    for (const bool playing : {true, false}) {
+        Source source;
+        const int id = source.player.Id();
+        RV(RV_Pause)(id, 1);
+        for (int i = 0; i < 9; ++i)
+            ASSERT_EQ(RV(RV_StepForward)(id), 0);
+        if (playing) {
+            RV(RV_Play)(id);
+            RV(RV_Pause)(id, 1);
+        } else {
+            RV(RV_CleanStreamBuffer)(id);
+        }
+        ASSERT_EQ(source.player.Put(clip), 0);
+        ASSERT_EQ(source.player.End(), 0);
+        for (int i = 0; i < 9; ++i) {
+            ASSERT_EQ(source.Step(), i);
+            ASSERT_EQ(RV(RV_GetPlayingFrameNum)(id), i + 1);
+            ASSERT_EQ(source.PlayTime(), 40 * i);
+        }
+    }
+}
+
+TEST(Streams, SteppingLeavesNothingOutAfterPlayingFellBehind)
+{
+    ClipOptions options = Numbered("mpegts", 1500);
+    options.width = options.height = 64;
+    options.rate = {200, 1};
+    options.bPictures = 3;
+    const std::vector<Bytes> pieces = MakeClipPieces(options);
+    const auto join = [&](std::size_t first, std::size_t end) {
+        Bytes bytes;
+        for (std::size_t i = first; i < end; ++i)
+            bytes.insert(bytes.end(), pieces[i].begin(), pieces[i].end());
+        return bytes;
+    };
+    Source source;
+    ASSERT_EQ(source.player.Put(join(0, 12)), 0);
+    ASSERT_EQ(source.images.Await(1).width, 32);
+    // So late that more than a thousand pictures are behind their time, but the clock is kept.
+    const auto late = std::chrono::steady_clock::now() + std::chrono::milliseconds(400);
+    while (std::chrono::steady_clock::now() < late)
+        std::this_thread::yield();
+    const std::int64_t before = source.player.Describe().llDecoded;
+    ASSERT_EQ(source.player.Put(join(12, 1400)), 0);
+    while (source.player.Describe().llDecoded < before + 5)
+        std::this_thread::yield();
+    RV(RV_Pause)(source.player.Id(), 1);
+    ASSERT_EQ(source.player.Put(join(1400, 1500)), 0);
+    // What was left out before may still show in the next ones, and the picture that was on its way
+    // when the pause began can come between two steps.
+    int number = 0;
+    for (int i = 0; i < 8; ++i)
+        number = source.Step();
+    int passed = 0;
+    for (int i = 0; i < 40; ++i) {
+        const int next = source.Step();
+        ASSERT_GE(next, 0);
+        passed += (next - number + 10) % 10;
+        number = next;
+    }
+    EXPECT_GE(passed, 40);
+    EXPECT_LE(passed, 42);
+}
+
+/// Told by what comes first, not by the clock: 20 pictures at 16 times the speed before the second
+/// one at a 16th of it.
+TEST(Streams, SpeedIsWhatTheClientSetAlsoWhileAPictureWaits)
+{
+    ClipOptions options = Numbered("mpegts", 20);
+    options.rate = {2, 1};
+    const Bytes clip = MakeClip(options);
+    Source fast;
+    Source slow;
+    Source changed;
+    for (Source* source : {&slow, &changed})
+        ASSERT_EQ(RV(RV_SlowForward)(source->player.Id(), 16), 0);
+    ASSERT_EQ(RV(RV_FastForward)(fast.player.Id(), 16), 0);
+    for (Source* source : {&slow, &changed, &fast})
+        ASSERT_EQ(source->player.Put(clip), 0);
+    ASSERT_EQ(slow.images.Await(1).width, 32);
+    ASSERT_EQ(changed.images.Await(1).width, 32);
+    while (changed.player.Describe().llDecoded < 2)
+        std::this_thread::yield();
+    ASSERT_EQ(RV(RV_FastForward)(changed.player.Id(), 16), 0);
+    ASSERT_TRUE(fast.AwaitEnd());
+    ASSERT_TRUE(changed.AwaitEnd());
+    EXPECT_EQ(RV(RV_GetPlayingFrameNum)(slow.player.Id()), 1);
 }
 
 TEST(Streams, StopForgetsTheStreamAndPlayStartsAnew)

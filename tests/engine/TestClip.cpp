@@ -62,6 +62,13 @@ void Paint(AVFrame& frame, const ClipOptions& options, int picture)
     const int stepY = 1 << format.log2_chroma_h;
     for (int y = 0; y < options.height; ++y) {
         for (int x = 0; x < options.width; ++x) {
+            if (format.flags & AV_PIX_FMT_FLAG_RGB) {
+                const Colour colour = options.paint(picture, x, y);
+                Store(frame, format, 0, x, y, colour.g);
+                Store(frame, format, 1, x, y, colour.b);
+                Store(frame, format, 2, x, y, colour.r);
+                continue;
+            }
             const Yuv yuv = ToYuv(options.paint(picture, x, y), options.matrix, full);
             Store(frame, format, 0, x, y, yuv.y);
             if (format.nb_components > 1 && x % stepX == 0 && y % stepY == 0) {
@@ -81,11 +88,11 @@ engine::CodecContextPtr OpenEncoder(const ClipOptions& options, bool globalHeade
     context->height = options.height;
     context->pix_fmt = options.pixels;
     context->color_range = options.range;
-    context->colorspace = options.matrix;
-    context->time_base = {1, options.rate};
-    context->framerate = {options.rate, 1};
+    context->colorspace = options.tagged ? options.matrix : AVCOL_SPC_UNSPECIFIED;
+    context->time_base = av_inv_q(options.rate);
+    context->framerate = options.rate;
     context->gop_size = options.keyInterval;
-    context->max_b_frames = 0;
+    context->max_b_frames = options.bPictures;
     context->thread_count = 1;
     context->strict_std_compliance = FF_COMPLIANCE_UNOFFICIAL;
     if (globalHeader)
@@ -224,8 +231,8 @@ void Encode(AVCodecContext& encoder, const ClipOptions& options, int picture, Si
         frame->width = options.width;
         frame->height = options.height;
         frame->format = options.pixels;
-        frame->color_range = options.range;
-        frame->colorspace = options.matrix;
+        frame->color_range = encoder.color_range;
+        frame->colorspace = encoder.colorspace;
         Check(av_frame_get_buffer(frame.get(), 0) >= 0, "no memory");
         Paint(*frame, options, picture);
         frame->pts = options.firstPicture + picture;
@@ -277,7 +284,7 @@ Bytes MakeClip(const ClipOptions& options)
 
 Bytes MakeProgrammes(const std::vector<ClipOptions>& programmes)
 {
-    Muxer muxer("mpegts");
+    Muxer muxer(programmes.front().format);
     std::vector<engine::CodecContextPtr> encoders;
     int longest = 0;
     for (const ClipOptions& options : programmes) {

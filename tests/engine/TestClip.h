@@ -35,11 +35,13 @@ struct ClipOptions
     AVPixelFormat pixels = AV_PIX_FMT_YUV420P;
     AVColorRange range = AVCOL_RANGE_MPEG;
     AVColorSpace matrix = AVCOL_SPC_BT709;
+    bool tagged = true;  // the stream tells the matrix
     int width = 256;
     int height = 256;
     int pictures = 10;
-    int rate = 25;
+    AVRational rate = {25, 1};  // pictures per second
     int keyInterval = 10;
+    int bPictures = 0;      // in a row, that no other picture needs
     int firstPicture = 0;   // time stamps begin here
     bool lossless = false;  // H.264 alone
     // The colour of a pixel; `picture` counts from 0.
@@ -54,7 +56,8 @@ std::vector<Bytes> MakeClipPieces(const ClipOptions& options);
 
 Bytes MakeClip(const ClipOptions& options);
 
-/// A transport stream of several programmes, which begin together and need not be of one length.
+/// A container (that of the first) of several programmes, or tracks where it knows none. They begin
+/// together and need not be of one length.
 Bytes MakeProgrammes(const std::vector<ClipOptions>& programmes);
 
 }  // namespace test

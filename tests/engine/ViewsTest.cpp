@@ -2,13 +2,17 @@
 #include <atomic>
 #include <cmath>
 #include <cstring>
+#include <fstream>
 #include <future>
 #include <limits>
 #include <thread>
 
 #include <gmock/gmock.h>
 
+#include <unistd.h>
+
 #include "optics/FisheyePicture.h"
+#include "optics/Lens.h"
 #include "optics/View.h"
 #include "tests/engine/EngineUnderTest.h"
 
@@ -39,6 +43,21 @@ ClipOptions FisheyeClip(int size = 512)
     return options;
 }
 
+/// A picture of the room through a lens.
+ClipOptions LensClip(const optics::LensParameters& parameters, double scale, int size = 512)
+{
+    std::string error;
+    const auto lens = optics::Lens::Make(parameters, error);
+    if (!lens)
+        throw std::runtime_error(error);
+    ClipOptions options = FisheyeClip(size);
+    options.paint = [scaled = lens->ScaledBy(scale, scale)](int, int x, int y) {
+        const auto direction = scaled.Unproject({double(x), double(y)});
+        return direction ? ColourOf(*direction) : Colour{0, 0, 0};
+    };
+    return options;
+}
+
 const Bytes& Clip()
 {
     static const Bytes clip = MakeClip(FisheyeClip());
@@ -48,15 +67,19 @@ const Bytes& Clip()
 class Views : public testing::Test
 {
 protected:
-    void Feed()
+    void Feed() { Feed(m_player, Clip()); }
+
+    static void Feed(TestPlayer& player, const Bytes& clip)
     {
-        ASSERT_EQ(m_player.Play(), 0);
-        ASSERT_EQ(m_player.Put(Clip()), 0);
-        ASSERT_EQ(m_player.End(), 0);
+        ASSERT_EQ(player.Play(), 0);
+        ASSERT_EQ(player.Put(clip), 0);
+        ASSERT_EQ(player.End(), 0);
     }
 
-    /// Holds what a view shows against the view's own geometry.
-    void ExpectView(const Images::Image& image, const optics::ViewParameters& parameters)
+    /// Holds what a view shows against the view's own geometry; the lens sees half the field of
+    /// view off its axis.
+    void ExpectView(const Images::Image& image, const optics::ViewParameters& parameters,
+                    double fieldOfView = PI)
     {
         optics::ViewParameters sized = parameters;
         sized.iWidth = image.width;
@@ -68,8 +91,10 @@ protected:
                 const int row = static_cast<int>(y * image.height);
                 const auto direction =
                     view.Direction({(column + 0.5) / image.width, (row + 0.5) / image.height});
-                const bool seen = direction && optics::AngleOffAxis(*direction) < 0.49 * PI;
-                const bool black = !direction || optics::AngleOffAxis(*direction) > 0.51 * PI;
+                const bool seen =
+                    direction && optics::AngleOffAxis(*direction) < 0.49 * fieldOfView;
+                const bool black =
+                    !direction || optics::AngleOffAxis(*direction) > 0.51 * fieldOfView;
                 const Colour colour = image.At(x, y);
                 if (seen) {
                     EXPECT_TRUE(Near(colour, ColourOf(*direction), 6))
@@ -346,6 +371,39 @@ TEST_F(Views, CircleThatOnlyTheFirstPictureShowedIsGivenUpAndAnotherStreamsIsFou
     player.Delete();
 }
 
+TEST_F(Views, CircleIsLookedForAnewWhenTheLensIsSet)
+{
+    ClipOptions options;
+    options.width = options.height = 240;
+    options.pictures = 75;
+    options.paint = [](int picture, int x, int y) {
+        const bool lit = picture >= 70 && std::hypot(x - 120.0, y - 120.0) <= 100.0;
+        return lit ? Colour{150, 140, 130} : Colour{8, 8, 8};
+    };
+    Images images;
+    TestPlayer player("AUTO", nullptr, /*search=*/true);
+    ASSERT_EQ(player.Listen(player.Fisheye(), images), 0);
+    ASSERT_EQ(player.Put(MakeClip(options)), 0);
+    ASSERT_EQ(player.End(), 0);
+    const auto step = [&](int pictures) {
+        for (int i = 0; i < pictures; ++i) {
+            const int before = images.Count();
+            RV(RV_StepForward)(player.Id());
+            ASSERT_EQ(images.Await(before + 1).width, 256);
+        }
+    };
+    step(73);  // in the dark beyond the last search of a stream
+    EXPECT_EQ(player.Lens().dCircleRadius, 120);
+    RvLens find{};
+    find.dCentreX = find.dCentreY = std::numeric_limits<double>::quiet_NaN();
+    const int before = images.Count();
+    ASSERT_EQ(player.SetLens(find), 0);
+    ASSERT_EQ(images.Await(before + 1).width, 256);
+    step(1);
+    EXPECT_NEAR(player.Lens().dCircleRadius, 100, 1.5);
+    player.Delete();
+}
+
 TEST_F(Views, LensThatCannotBeIsRefusedAndTheOneInForceStays)
 {
     RvLens lens{};
@@ -361,6 +419,9 @@ TEST_F(Views, LensThatCannotBeIsRefusedAndTheOneInForceStays)
     }
     RvLens wrong = lens;
     wrong.iModel = 6;
+    EXPECT_EQ(RV(RV_PlayerControl)(id, RV_CONTROL_SET_LENS, &wrong, sizeof(wrong)), -1);
+    wrong = lens;
+    wrong.iWidth = wrong.iHeight = 16385;  // larger than any picture
     EXPECT_EQ(RV(RV_PlayerControl)(id, RV_CONTROL_SET_LENS, &wrong, sizeof(wrong)), -1);
     wrong = lens;
     wrong.iSize = 0;
@@ -431,6 +492,124 @@ TEST_F(Views, LensMeasuredOnAnotherSizeFollowsAChangeOfResolution)
                 << width << ": " << point.x << " " << point.y;
     }
     m_player.Delete();
+}
+
+class EveryLens : public Views, public testing::WithParamInterface<int>
+{};
+
+/// Measured on a picture twice as large, off its middle.
+TEST_P(EveryLens, ShowsTheDirectionsThatItsModelSays)
+{
+    optics::LensParameters parameters;
+    parameters.eModel = static_cast<optics::LensModel>(GetParam());
+    parameters.stCentre = {520, 500};
+    RvLens record{};
+    if (parameters.eModel == optics::LensModel::Table) {
+        parameters.astTable = {{{0, 0}, {30, 180}, {60, 320}, {90, 420}, {105, 460}}};
+        parameters.iTableLength = 5;
+    } else {
+        parameters.dFovDeg = 190;
+        if (parameters.eModel == optics::LensModel::KannalaBrandt) {
+            parameters.dFocalX = 310;
+            parameters.dFocalY = 320;
+            parameters.adK = {-0.12, 0.02, -0.004, 0.0004};
+        } else {
+            parameters.dCircleRadius = 480;
+        }
+    }
+    record.iModel = GetParam();
+    record.iWidth = record.iHeight = 1024;
+    record.dFieldOfView = parameters.dFovDeg;
+    record.dCentreX = parameters.stCentre.x;
+    record.dCentreY = parameters.stCentre.y;
+    record.dFocalX = parameters.dFocalX;
+    record.dFocalY = parameters.dFocalY;
+    record.dCircleRadius = parameters.dCircleRadius;
+    std::copy(parameters.adK.begin(), parameters.adK.end(), record.adK);
+    record.iTableLength = parameters.iTableLength;
+    for (int i = 0; i < parameters.iTableLength; ++i) {
+        record.adTable[i][0] = parameters.astTable[i].dDeg;
+        record.adTable[i][1] = parameters.astTable[i].dRadius;
+    }
+    ASSERT_EQ(m_player.SetLens(record), 0);
+    const int view = m_player.AddView(RV_MODE_PTZ, RV_MOUNT_CEILING, 6000, 4200, 6000);
+    ASSERT_EQ(m_player.Listen(view, m_images, 320, 240), 0);
+    Feed(m_player, MakeClip(LensClip(parameters, 0.5)));
+    const Images::Image image = m_images.Await(1);
+    ASSERT_EQ(image.width, 320);
+    optics::ViewParameters shown;
+    shown.eKind = optics::ViewKind::PanTiltZoom;
+    shown.stCentre = {0.6, 0.42};
+    shown.dZoom = 6000;
+    ExpectView(image, shown);
+
+    const RvLens read = m_player.Lens();
+    EXPECT_EQ(read.iModel, GetParam());
+    EXPECT_EQ(read.iWidth, 512);
+    EXPECT_EQ(read.dFieldOfView, parameters.dFovDeg);
+    EXPECT_NEAR(read.dCentreX, 259.75, 1e-9);
+    EXPECT_NEAR(read.dCentreY, 249.75, 1e-9);
+    EXPECT_EQ(read.adK[3], parameters.adK[3]);
+    EXPECT_EQ(read.iTableLength, parameters.iTableLength);
+    EXPECT_EQ(read.adTable[4][0], parameters.astTable[4].dDeg);
+    EXPECT_EQ(read.adTable[4][1], parameters.astTable[4].dRadius / 2);
+}
+
+constexpr const char* MODELS[] = {"Equidistant",  "Stereographic", "EquisolidAngle",
+                                  "Orthographic", "KannalaBrandt", "Table"};
+
+INSTANTIATE_TEST_SUITE_P(All, EveryLens, testing::Range(0, 6),
+                         [](const auto& info) { return std::string(MODELS[info.param]); });
+
+TEST_F(Views, LensOfTheStreamDescriptionIsInForce)
+{
+    constexpr std::uint8_t EQUISOLID = 2;
+    TestPlayer player({0, 0, 0, 0, 2200 & 0xFF, 2200 >> 8, EQUISOLID, /*no search*/ 1});
+    EXPECT_EQ(player.Lens().dFieldOfView, 220);
+    optics::LensParameters parameters;
+    parameters.eModel = optics::LensModel::EquisolidAngle;
+    parameters.dFovDeg = 220;
+    parameters.stCentre = {255.5, 255.5};
+    parameters.dCircleRadius = 256;
+    const int view = player.AddView(RV_MODE_PTZ, RV_MOUNT_CEILING, 5000, 8500);
+    Images images;
+    ASSERT_EQ(player.Listen(view, images, 320, 240), 0);
+    Feed(player, MakeClip(LensClip(parameters, 1.0)));
+    const Images::Image image = images.Await(1);
+    ASSERT_EQ(image.width, 320);
+    optics::ViewParameters shown;
+    shown.eKind = optics::ViewKind::PanTiltZoom;
+    shown.stCentre = {0.5, 0.85};
+    ExpectView(image, shown, 220 * PI / 180);
+    EXPECT_EQ(player.Lens().iModel, EQUISOLID);
+    EXPECT_EQ(player.Lens().dFieldOfView, 220);
+    player.Delete();
+}
+
+TEST_F(Views, FieldOfViewOfTheStreamDescriptionIsClamped)
+{
+    const TestPlayer wide({0, 0, 0, 0, 0xFF, 0xFF, 0, 0});
+    EXPECT_EQ(wide.Lens().dFieldOfView, 235);
+    const TestPlayer narrow({0, 0, 0, 0, 1, 0, 0, 0});
+    EXPECT_EQ(narrow.Lens().dFieldOfView, 90);
+}
+
+TEST_F(Views, LensSetAfterAPictureIsDrawnWithoutANewOne)
+{
+    ASSERT_EQ(m_player.Listen(m_player.Fisheye(), m_images), 0);
+    ASSERT_EQ(m_player.Put(Clip()), 0);
+    ASSERT_EQ(RV(RV_StepForward)(m_player.Id()), 0);
+    const auto shows = [&](const optics::Point& point) {
+        return m_images.AwaitOne([&](const auto& image) {
+            return Near(image.At(0.9, 0.5), ColourOf(optics::FisheyeDirection(point)), 5);
+        });
+    };
+    EXPECT_TRUE(shows({0.9, 0.5}));
+    RvLens lens{};
+    lens.dCentreX = lens.dCentreY = 255.5;
+    lens.dCircleRadius = 128;
+    ASSERT_EQ(m_player.SetLens(lens), 0);
+    EXPECT_TRUE(shows({0.7, 0.5})) << "half as far out";
 }
 
 TEST_F(Views, MirroredAndFlippedCamerasAreShownTheRightWayRound)
@@ -578,19 +757,46 @@ struct Blocking
     }
 };
 
+/// Waits until a thread of this process sleeps, or says that it is done.
+void AwaitAsleep(pid_t thread, const std::atomic<bool>& done)
+{
+    char state = 0;
+    while (!done && state != 'S') {
+        std::ifstream stat("/proc/self/task/" + std::to_string(thread) + "/stat");
+        std::string word;
+        stat >> word >> word >> state;
+    }
+}
+
+/// Runs a call while the callback is held up; whether the call came back only after the callback.
+template <typename Call>
+bool WaitsFor(Blocking& blocking, Call&& call)
+{
+    blocking.entered.get_future().wait();
+    std::promise<pid_t> id;
+    std::atomic<bool> done{false};
+    bool waited = false;
+    std::thread caller([&] {
+        id.set_value(gettid());
+        call();
+        waited = blocking.left;
+        done = true;
+    });
+    AwaitAsleep(id.get_future().get(), done);
+    blocking.release.set_value();
+    caller.join();
+    return waited;
+}
+
 TEST_F(Views, ClearingACallbackWaitsUntilItHasReturned)
 {
     Blocking blocking;
     const int view = m_player.AddView(RV_MODE_PTZ);
     RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Blocking::Block, &blocking);
     Feed();
-    blocking.entered.get_future().wait();
-    std::thread clearer([&] {
+    EXPECT_TRUE(WaitsFor(blocking, [&] {
         RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, nullptr, nullptr);
-        EXPECT_TRUE(blocking.left);
-    });
-    blocking.release.set_value();
-    clearer.join();
+    }));
 }
 
 TEST_F(Views, DeletingAViewWaitsForItsCallback)
@@ -599,14 +805,122 @@ TEST_F(Views, DeletingAViewWaitsForItsCallback)
     const int view = m_player.AddView(RV_MODE_PTZ);
     RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Blocking::Block, &blocking);
     Feed();
+    EXPECT_TRUE(WaitsFor(blocking,
+                         [&] { EXPECT_EQ(RV(RV_DeleteFishEyeCorrect)(m_player.Id(), view), 0); }));
+    EXPECT_EQ(RV(RV_DeleteFishEyeCorrect)(m_player.Id(), view), -1);
+}
+
+/// While the picture after a change of resolution waits to be drawn.
+TEST_F(Views, CaptureNeverShowsAPictureThroughTheLensOfAnother)
+{
+    Blocking blocking;
+    const int view = m_player.Fisheye();
+    ASSERT_EQ(RV(RV_SetPlayRectEx)(m_player.Id(), view, 128, 128), 0);
+    RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Blocking::Block, &blocking);
+    ClipOptions small = FisheyeClip(256);
+    small.pictures = 1;
+    ASSERT_EQ(m_player.Put(MakeClip(small)), 0);
+    ASSERT_EQ(m_player.Put(Clip()), 0);
+    ASSERT_EQ(m_player.End(), 0);
+    ASSERT_EQ(RV(RV_StepForward)(m_player.Id()), 0);
     blocking.entered.get_future().wait();
-    std::thread deleter([&] {
-        EXPECT_EQ(RV(RV_DeleteFishEyeCorrect)(m_player.Id(), view), 0);
-        EXPECT_TRUE(blocking.left);
-        EXPECT_EQ(RV(RV_DeleteFishEyeCorrect)(m_player.Id(), view), -1);
-    });
+    ASSERT_EQ(RV(RV_StepForward)(m_player.Id()), 0);
+    while (m_player.Describe().llDecoded < 3)  // the second one has its time behind it
+        std::this_thread::yield();
+    Images::Image captured{128, 128, Bytes(128 * 128 * 4)};
+    ASSERT_EQ(RV(RV_CapturePic)(m_player.Id(), view, captured.pixels.data(), 128 * 128 * 4,
+                                &captured.width, &captured.height),
+              0);
+    EXPECT_EQ(m_player.Describe().iWidth, 256);
     blocking.release.set_value();
-    deleter.join();
+    for (const double x : {0.1, 0.3, 0.9}) {
+        const Colour there = ColourOf(optics::FisheyeDirection({x, 0.5}));
+        EXPECT_TRUE(Near(captured.At(x, 0.5), there, 8)) << x;
+    }
+}
+
+struct Turning
+{
+    std::atomic<int> calls{0};
+    static void Turn(int player, int correct, void*, unsigned int, unsigned int, void* self)
+    {
+        RvWideScan wide{0, static_cast<float>(++static_cast<Turning*>(self)->calls)};
+        RV(RV_SetFishEyeCorrectPara)(player, correct, RV_KIND_WIDE_SCAN, &wide, sizeof(wide));
+    }
+};
+
+TEST_F(Views, EndIsToldThoughAViewChangesAllTheTime)
+{
+    Turning turning;
+    std::promise<void> ended;
+    const int view = m_player.AddView(RV_MODE_PANORAMA);
+    RV(RV_SetPlayRectEx)(m_player.Id(), view, 64, 16);
+    RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Turning::Turn, &turning);
+    RV(RV_RegisterNotifyPlayToEnd)
+    (
+        m_player.Id(),
+        [](int, void* promise) { static_cast<std::promise<void>*>(promise)->set_value(); }, &ended);
+    Feed();
+    EXPECT_EQ(ended.get_future().wait_for(PATIENCE), std::future_status::ready);
+    m_player.Delete();
+}
+
+/// Sets on its view what is set already.
+struct Insisting
+{
+    std::atomic<int> calls{0};
+    static void Set(int player, int correct, void*, unsigned int width, unsigned int height,
+                    void* self)
+    {
+        ++static_cast<Insisting*>(self)->calls;
+        RvPtz ptz{};
+        RvWideScan wide{};
+        if (RV(RV_GetFishEyeCorrectPara)(player, correct, RV_KIND_PTZ, &ptz, sizeof(ptz)) == 0)
+            RV(RV_SetFishEyeCorrectPara)(player, correct, RV_KIND_PTZ, &ptz, sizeof(ptz));
+        if (RV(RV_GetFishEyeCorrectPara)(player, correct, RV_KIND_WIDE_SCAN, &wide, sizeof(wide)) ==
+            0)
+            RV(RV_SetFishEyeCorrectPara)(player, correct, RV_KIND_WIDE_SCAN, &wide, sizeof(wide));
+        RvCreateCorrect creation{};
+        creation.iSize = sizeof(creation);
+        creation.iCreateType = RV_MOUNT_FLOOR;
+        RV(RV_SetFishEyeCorrectEnable)(player, 1, &creation);
+        RV(RV_SetPlayRectEx)(player, correct, static_cast<int>(width), static_cast<int>(height));
+        RvOrientation orientation{sizeof(orientation), 0, 0};
+        RV(RV_PlayerControl)
+        (player, RV_CONTROL_SET_ORIENTATION, &orientation, sizeof(orientation));
+    }
+};
+
+TEST_F(Views, NothingIsDrawnAgainWhenNothingChanges)
+{
+    Insisting insisting;
+    for (const int view : {m_player.Fisheye(RV_MOUNT_FLOOR), m_player.AddView(RV_MODE_PTZ),
+                           m_player.AddView(RV_MODE_PANORAMA)}) {
+        RV(RV_SetPlayRectEx)(m_player.Id(), view, 48, 48);
+        RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Insisting::Set, &insisting);
+    }
+    const int turned = m_player.AddView(RV_MODE_PANORAMA);
+    ASSERT_EQ(m_player.Listen(turned, m_images, 48, 48), 0);
+    std::promise<void> ended;
+    RV(RV_RegisterNotifyPlayToEnd)
+    (
+        m_player.Id(),
+        [](int, void* promise) { static_cast<std::promise<void>*>(promise)->set_value(); }, &ended);
+    Feed();
+    ASSERT_EQ(ended.get_future().wait_for(PATIENCE), std::future_status::ready);
+    const int calls = insisting.calls;
+    EXPECT_GE(calls, 3);
+    // What wants to be drawn is drawn together with the view that turns.
+    for (int i = 1; i <= 5; ++i) {
+        const int before = m_images.Count();
+        RvWideScan wide{0, static_cast<float>(i)};
+        RV(RV_SetFishEyeCorrectPara)
+        (m_player.Id(), turned, RV_KIND_WIDE_SCAN, &wide, sizeof(wide));
+        ASSERT_EQ(m_images.Await(before + 1).width, 48);
+        EXPECT_EQ(m_images.Count(), before + 1);
+    }
+    EXPECT_EQ(insisting.calls, calls);
+    m_player.Delete();
 }
 
 }  // namespace

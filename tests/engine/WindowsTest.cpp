@@ -54,13 +54,14 @@ TEST_F(Windows, HiddenWindowIsNotDrawnNorOneInAHiddenParent)
 {
     const xcb_window_t parent = Create(200, 200, /*map=*/false);
     const xcb_window_t window = Create(100, 100, /*map=*/true, parent);
-    Images images;
+    const xcb_window_t hidden = Create(100, 100, /*map=*/false);
     TestPlayer player("AUTO", Handle(window));
-    const int other = player.AddView(RV_MODE_SOURCE);
-    player.Listen(other, images, 32, 32);
+    EXPECT_GT(player.AddView(RV_MODE_SOURCE, 0, 0, 0, 0, Handle(hidden)), 0);
     Feed(player);
-    ASSERT_EQ(images.Await(1).width, 32);
-    // Nobody drew it, or it would come with the map: the picture comes anew.
+    while (player.Describe().llShown + player.Describe().llDropped < 10)
+        std::this_thread::yield();
+    EXPECT_GT(player.Describe().llShown, 0);
+    EXPECT_EQ(player.Describe().dDrawMs, 0.0);
     xcb_map_window(m_connection, parent);
     Sync();
     EXPECT_TRUE(Becomes(window, 20, 50, RED));
@@ -69,7 +70,6 @@ TEST_F(Windows, HiddenWindowIsNotDrawnNorOneInAHiddenParent)
     xcb_map_window(m_connection, parent);
     Sync();
     EXPECT_TRUE(Becomes(window, 20, 50, RED));
-    player.Delete();
 }
 
 TEST_F(Windows, ExposedPartsAreDrawnAgain)
@@ -205,6 +205,53 @@ TEST_F(Windows, ResizingStormEndsInTheRightPicture)
     EXPECT_TRUE(Becomes(window, 155, 155, BLUE));
 }
 
+/// The server would paint it before every new picture.
+TEST_F(Windows, BackgroundIsNeverSeenWhileAWindowIsResized)
+{
+    const Colour background = {255, 0, 255};
+    // Where no other window was: without a background there is what lay below.
+    const xcb_window_t window = Create(100, 100, true, 0, 700, 600);
+    EXPECT_TRUE(Near(Pixel(window, 99, 99), background, 0));
+    TestPlayer player("AUTO", Handle(window));
+    Feed(player);
+    ASSERT_TRUE(Becomes(window, 20, 50, RED));
+    for (int i = 0; i < 200; ++i) {
+        const int width = 20 + i * 7 % 300;
+        const int height = 20 + i * 13 % 300;
+        Resize(window, width, height);
+        ASSERT_FALSE(Near(Pixel(window, width - 1, height - 1), background, 0)) << i;
+    }
+}
+
+/// Transparency is a compositor's business, which takes it from the window's pixels.
+TEST_F(Windows, PictureAndWhatIsLeftAroundItAreOpaque)
+{
+    xcb_visualid_t visual = 0;
+    for (auto depth = xcb_screen_allowed_depths_iterator(m_screen); depth.rem;
+         xcb_depth_next(&depth)) {
+        if (depth.data->depth == 32 && xcb_depth_visuals_length(depth.data) > 0)
+            visual = xcb_depth_visuals(depth.data)->visual_id;
+    }
+    if (!visual)
+        GTEST_SKIP() << "the server has no windows with transparency";
+    const xcb_colormap_t colours = xcb_generate_id(m_connection);
+    xcb_create_colormap(m_connection, XCB_COLORMAP_ALLOC_NONE, colours, m_screen->root, visual);
+    const xcb_window_t window = xcb_generate_id(m_connection);
+    const std::uint32_t values[] = {0, 0, colours};
+    xcb_create_window(m_connection, 32, window, m_screen->root, 0, 0, 200, 100, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, visual,
+                      XCB_CW_BACK_PIXEL | XCB_CW_BORDER_PIXEL | XCB_CW_COLORMAP, values);
+    xcb_map_window(m_connection, window);
+    Sync();
+    TestPlayer player;
+    const int view = player.AddView(RV_MODE_SOURCE, 0, 0, 0, 0, Handle(window));
+    ASSERT_EQ(RV(RV_SetPlayRectEx)(player.Id(), view, 50, 50), 0);
+    Feed(player);
+    ASSERT_TRUE(Becomes(window, 80, 50, RED));
+    for (const auto& [x, y] : {std::pair{80, 50}, {70, 50}, {100, 20}, {130, 80}, {120, 99}})
+        EXPECT_EQ(Value(window, x, y).value_or(0) >> 24, 0xFFU) << x << " " << y;
+}
+
 TEST_F(Windows, HangingServerStopsNeitherCallbacksNorDeletion)
 {
     const xcb_window_t window = Create(100, 100);
@@ -244,7 +291,7 @@ TEST_F(Windows, ServerThatGoesOnShowsTheNewestPicture)
     ASSERT_TRUE(Becomes(window, 20, 50, RED));
     TheServer().Hang();
     // Two pictures: the first is on its way, the second finds the window busy.
-    RvOrientation orientation = {sizeof(orientation), 0, 0};
+    RvOrientation orientation = {sizeof(orientation), 0, 1};
     for (int i = 0; i < 2; ++i) {
         const int before = images.Count();
         orientation.iMirrored = i;

@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <sstream>
 #include <thread>
 
@@ -149,8 +150,8 @@ protected:
         Sync();
     }
 
-    /// The colour of a pixel of a window; an impossible one when it cannot be read.
-    Colour Pixel(xcb_window_t window, int x, int y)
+    /// A pixel of a window as it is, nothing when it cannot be read.
+    std::optional<std::uint32_t> Value(xcb_window_t window, int x, int y)
     {
         xcb_get_image_reply_t* image = xcb_get_image_reply(
             m_connection,
@@ -158,11 +159,20 @@ protected:
                           static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 1, 1, ~0U),
             nullptr);
         if (!image)
-            return {-1, -1, -1};
-        const std::uint8_t* pixel = xcb_get_image_data(image);
-        const Colour colour = {double(pixel[2]), double(pixel[1]), double(pixel[0])};
+            return std::nullopt;
+        std::uint32_t value = 0;
+        std::memcpy(&value, xcb_get_image_data(image), sizeof(value));
         std::free(image);
-        return colour;
+        return value;
+    }
+
+    /// The colour of a pixel of a window; an impossible one when it cannot be read.
+    Colour Pixel(xcb_window_t window, int x, int y)
+    {
+        const auto value = Value(window, x, y);
+        if (!value)
+            return {-1, -1, -1};
+        return {double(*value >> 16 & 0xFF), double(*value >> 8 & 0xFF), double(*value & 0xFF)};
     }
 
     /// Windows give no notice of having been drawn into, so they are looked at again and again.
