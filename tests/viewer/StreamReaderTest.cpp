@@ -129,8 +129,12 @@ TEST(StreamReader, LetsAPausedFileGoOnByOnePictureForAStep)
     for (std::size_t i = 1; i <= 3; ++i) {
         reading.reader().step();
         reading.awaitPictures(i);
-        EXPECT_EQ(reading.pictures(), i);
     }
+    // None follows in the time in which another plays the whole file.
+    Reading other(Clip());
+    other.reader().start();
+    other.await(StreamState::Ended);
+    EXPECT_EQ(reading.pictures(), 3U);
     reading.reader().setPaused(false);
     reading.await(StreamState::Ended);
     EXPECT_EQ(reading.pictures(), 10U);
@@ -415,7 +419,7 @@ TEST(StreamReader, GoesOnWhereTheServerBrokeOff)
     Reading reading(QString("http://127.0.0.1:%1/room.mkv").arg(server.port()));
     reading.reader().start();
     reading.await(StreamState::Reconnecting);
-    const std::size_t before = reading.pictures();
+    const std::size_t before = reading.picturesBefore();
     ASSERT_GT(before, 0U);
     ASSERT_LT(before, 10U);
     reading.await(StreamState::Ended);
