@@ -205,21 +205,15 @@ void CameraWidget::play(const QString& path)
     };
     m_path = path;
     m_reader = std::make_shared<StreamReader>(path, sink);
-    // What a reader said that has been replaced meanwhile may still be on its way.
-    const StreamReader* const reader = m_reader.get();
-    connect(reader, &StreamReader::stateChanged, this,
-            [this, reader](StreamState state, const QString& message) {
-                if (reader == m_reader.get())
-                    setState(state, message);
-            });
-    connect(reader, &StreamReader::opened, this, [this, reader](const StreamInfo& info) {
-        if (reader == m_reader.get())
-            m_stream = info;
-    });
-    connect(reader, &StreamReader::dropped, this, [this, reader](int blocks) {
-        if (reader == m_reader.get())
-            m_dropped += blocks;
-    });
+    // What a reader said that has been replaced meanwhile may still be on its way; it goes with
+    // the object that it was meant for.
+    m_ear = std::make_unique<QObject>();
+    connect(m_reader.get(), &StreamReader::stateChanged, m_ear.get(),
+            [this](StreamState state, const QString& message) { setState(state, message); });
+    connect(m_reader.get(), &StreamReader::opened, m_ear.get(),
+            [this](const StreamInfo& info) { m_stream = info; });
+    connect(m_reader.get(), &StreamReader::dropped, m_ear.get(),
+            [this](int blocks) { m_dropped += blocks; });
     m_reader->setLoop(m_loop);
     m_reader->setSpeed(m_speed);
     m_reader->setPosition(m_position);
@@ -239,7 +233,7 @@ void CameraWidget::close()
     delete std::exchange(m_scene, nullptr);
     if (m_reader) {
         // The system may hold up its thread for a moment: others wait for it than the window.
-        m_reader->disconnect(this);
+        m_ear.reset();
         m_reader->askToStop();
         QThreadPool::globalInstance()->start([reader = std::move(m_reader)] { reader->stop(); });
     }

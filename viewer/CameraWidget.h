@@ -211,6 +211,7 @@ private:
     int m_player = -1;
     QString m_path;  ///< what the reader reads
     std::shared_ptr<StreamReader> m_reader;
+    std::unique_ptr<QObject> m_ear;  ///< hears m_reader, and no other
     std::unique_ptr<CLS_180ViewSubPlayer> m_secondHalf;
     Scene* m_scene = nullptr;
     QTimer* m_nextPicture = nullptr;  ///< runs until the stream has given one
