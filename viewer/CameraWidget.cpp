@@ -130,9 +130,9 @@ CameraWidget::CameraWidget(QString source, CameraSettings settings, QWidget* par
     m_banner->setMargin(10);
     m_banner->setAutoFillBackground(true);
 
-    m_firstPicture = new QTimer(this);
-    m_firstPicture->setInterval(CONST_LOOK_FOR_PICTURE_MS);
-    connect(m_firstPicture, &QTimer::timeout, this, &CameraWidget::awaitPicture);
+    m_nextPicture = new QTimer(this);
+    m_nextPicture->setInterval(CONST_LOOK_FOR_PICTURE_MS);
+    connect(m_nextPicture, &QTimer::timeout, this, &CameraWidget::awaitPicture);
     open();
 }
 
@@ -186,7 +186,8 @@ void CameraWidget::open()
     }
     extras::SetOrientation(m_player, m_settings.mirrored, m_settings.flipped);
     layOut();
-    m_firstPicture->start();
+    m_shownBefore = 0;
+    m_nextPicture->start();
     if (Scene::name() != m_source) {
         play(m_source);
         return;
@@ -211,21 +212,15 @@ void CameraWidget::play(const QString& path)
     };
     m_path = path;
     m_reader = std::make_shared<StreamReader>(path, sink);
-    // What a reader said that has been replaced meanwhile may still be on its way.
-    const StreamReader* const reader = m_reader.get();
-    connect(reader, &StreamReader::stateChanged, this,
-            [this, reader](StreamState state, const QString& message) {
-                if (reader == m_reader.get())
-                    setState(state, message);
-            });
-    connect(reader, &StreamReader::opened, this, [this, reader](const StreamInfo& info) {
-        if (reader == m_reader.get())
-            m_stream = info;
-    });
-    connect(reader, &StreamReader::dropped, this, [this, reader](int blocks) {
-        if (reader == m_reader.get())
-            m_dropped += blocks;
-    });
+    // What a reader said that has been replaced meanwhile may still be on its way; it goes with
+    // the object that it was meant for.
+    m_ear = std::make_unique<QObject>();
+    connect(m_reader.get(), &StreamReader::stateChanged, m_ear.get(),
+            [this](StreamState state, const QString& message) { setState(state, message); });
+    connect(m_reader.get(), &StreamReader::opened, m_ear.get(),
+            [this](const StreamInfo& info) { m_stream = info; });
+    connect(m_reader.get(), &StreamReader::dropped, m_ear.get(),
+            [this](int blocks) { m_dropped += blocks; });
     m_reader->setLoop(m_loop);
     m_reader->setSpeed(m_speed);
     m_reader->setPosition(m_position);
@@ -241,11 +236,11 @@ void CameraWidget::playAgain()
 
 void CameraWidget::close()
 {
-    m_firstPicture->stop();
+    m_nextPicture->stop();
     delete std::exchange(m_scene, nullptr);
     if (m_reader) {
         // The system may hold up its thread for a moment: others wait for it than the window.
-        m_reader->disconnect(this);
+        m_ear.reset();
         m_reader->askToStop();
         QThreadPool::globalInstance()->start([reader = std::move(m_reader)] { reader->stop(); });
     }
@@ -283,16 +278,24 @@ void CameraWidget::setState(StreamState state, const QString& message)
         m_pictureless = false;
     } else if (!m_sincePlaying.isValid()) {
         m_sincePlaying.start();
+        if (m_live) {  // and may from now on be without pictures
+            const std::optional<RvVideoParam> figures = extras::FiguresOf(m_player);
+            m_shownBefore = figures ? figures->llShown : 0;
+            m_nextPicture->start();
+        }
     }
     tell();
     emit stateChanged();
 }
 
-/// The cells stay hidden until there is something to see in them.
+/// The cells stay hidden until there is something to see in them. The picture that a stream had
+/// before it was opened again stays, and is none of this one.
 void CameraWidget::awaitPicture()
 {
     const std::optional<RvVideoParam> figures = extras::FiguresOf(m_player);
-    if (!figures || figures->llShown < 1) {
+    if (!figures || figures->llShown <= m_shownBefore) {
+        if (m_live && m_paused && m_sincePlaying.isValid())
+            m_sincePlaying.start();  // nobody keeps its pictures back but the user
         if (!m_pictureless && m_sincePlaying.isValid() &&
             m_sincePlaying.hasExpired(CONST_PICTURELESS_MS)) {
             m_pictureless = true;
@@ -301,7 +304,7 @@ void CameraWidget::awaitPicture()
         }
         return;
     }
-    m_firstPicture->stop();
+    m_nextPicture->stop();
     m_live = true;
     m_pictureless = false;
     placeCells();
@@ -325,12 +328,12 @@ QString CameraWidget::trouble() const
     case StreamState::Playing:
         break;
     }
-    if (m_live)
-        return notices().join('\n');
     if (m_pictureless)
         return tr("%1 is a stream without pictures, or all of them are damaged.\n"
                   "It is watched in case some come.")
             .arg(title());
+    if (m_live)
+        return notices().join('\n');
     return tr("Waiting for the first picture of %1 ...").arg(title());
 }
 

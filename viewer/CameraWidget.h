@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -51,7 +52,7 @@ public:
     QString trouble() const;
     /// Whether a picture has been drawn.
     bool showsPictures() const { return m_live; }
-    /// Whether the stream has played for a while and given none.
+    /// Whether the stream has played for a while since it was opened last and given none.
     bool pictureless() const { return m_pictureless; }
     /// Pictures of a live stream for which the engine had no room.
     int dropped() const { return m_dropped; }
@@ -211,13 +212,15 @@ private:
     int m_player = -1;
     QString m_path;  ///< what the reader reads
     std::shared_ptr<StreamReader> m_reader;
+    std::unique_ptr<QObject> m_ear;  ///< hears m_reader, and no other
     std::unique_ptr<CLS_180ViewSubPlayer> m_secondHalf;
     Scene* m_scene = nullptr;
-    QTimer* m_firstPicture = nullptr;
+    QTimer* m_nextPicture = nullptr;  ///< runs until the stream has given one
     StreamState m_state = StreamState::Connecting;
     QString m_message;
     StreamInfo m_stream;
     QElapsedTimer m_sincePlaying;
+    std::int64_t m_shownBefore = 0;  ///< pictures, when the stream began to play
     bool m_live = false;
     bool m_pictureless = false;
     bool m_outlined = true;

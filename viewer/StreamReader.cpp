@@ -192,7 +192,7 @@ public:
     QString errorText(const QString& source, int code) const
     {
         if (AVERROR_EXIT == code)
-            return QObject::tr("Nothing has come from it for %1 seconds.")
+            return QObject::tr("No video has come from it for %1 seconds.")
                 .arg(m_work.silenceLimit());
         if (AVERROR_STREAM_NOT_FOUND == code)
             return QObject::tr("It holds no video.");
@@ -250,8 +250,9 @@ public:
                 rate.num > 0 && rate.den > 0 ? av_q2d(rate) : 0.0, live};
     }
 
-    /// The next packet of the video, or FFmpeg's error.
-    int read(AVPacket* packet)
+    /// The next packet of the video, or FFmpeg's error. In a file it may lie beyond any length of
+    /// sound; a live source that sends sound alone has lost its video.
+    int read(AVPacket* packet, bool live)
     {
         alive();
         for (;;) {
@@ -264,7 +265,10 @@ public:
             if (code < 0 || packet->stream_index == m_index)
                 return code;
             av_packet_unref(packet);
-            alive();
+            if (!live)
+                alive();
+            if (0 != interrupted(this))
+                return AVERROR_EXIT;
         }
     }
 
@@ -646,7 +650,7 @@ StreamReader::Work::End StreamReader::Work::playOnce(QString* why)
     const Owned<AVPacket> packet(av_packet_alloc());
     bool any = false;
     for (;;) {
-        const int code = input.read(packet.get());
+        const int code = input.read(packet.get(), live);
         if (m_stop)
             return End::Stopped;
         if (code < 0) {

@@ -65,8 +65,8 @@ public:
     void setSpeed(double speed);
     void setLoop(bool loop);
 
-    /// How long a source may say nothing before it counts as gone, in seconds; 10. To be set before
-    /// the start.
+    /// How long a live source may give no video, and any other nothing at all, before it counts as
+    /// gone, in seconds; 10. To be set before the start.
     void setSilenceLimit(double seconds);
 
     /// Lets a paused file go on by one picture.

@@ -241,7 +241,7 @@ TEST(CameraDevice, IsGivenTimeForItsFirstPictureAndTheProcessorToOthers)
     reading.reader().setSilenceLimit(0.5);
     reading.reader().start();
     EXPECT_THAT(reading.await(StreamState::Reconnecting).toStdString(),
-                HasSubstr("Nothing has come from it for 0.5 seconds"));
+                HasSubstr("No video has come from it for 0.5 seconds"));
     EXPECT_THAT(reading.states(), ElementsAre(StreamState::Connecting, StreamState::Reconnecting));
     // It asked every five milliseconds at most, and not as often as it could.
     EXPECT_LT(fake_camera::AsksInVain(), 120);

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <mutex>
+#include <stdexcept>
+#include <string>
 #include <vector>
 
 #include <QByteArray>
@@ -12,7 +15,8 @@
 
 namespace stage {
 
-/// A reader, and what came of it.
+/// A reader, and what came of it. Whatever is awaited and does not come within a minute ends the
+/// test with an exception that says what had come.
 class Reading
 {
 public:
@@ -25,6 +29,7 @@ public:
                 const std::lock_guard<std::mutex> lock(m_mutex);
                 m_states.push_back(state);
                 m_messages.push_back(message);
+                m_picturesThen.push_back(m_pictures);
                 m_changed.notify_all();
             },
             Qt::DirectConnection);
@@ -43,7 +48,7 @@ public:
     QString await(viewer::StreamState state)
     {
         std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait(lock, [&] {
+        waitFor(NameOf(state), lock, [&] {
             while (m_next < m_states.size() && m_states[m_next] != state)
                 ++m_next;
             return m_next < m_states.size();
@@ -51,11 +56,18 @@ public:
         return m_messages[m_next++];
     }
 
+    /// How many blocks of pictures had come before the state that was waited for last.
+    std::size_t picturesBefore()
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_picturesThen[m_next - 1];
+    }
+
     /// Waits for the first state in which it neither opens nor plays; its message.
     QString awaitEnd()
     {
         std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait(lock, [&] {
+        waitFor("an end", lock, [&] {
             return !m_states.empty() && m_states.back() != viewer::StreamState::Connecting &&
                    m_states.back() != viewer::StreamState::Playing;
         });
@@ -66,7 +78,7 @@ public:
     void awaitPictures(std::size_t count)
     {
         std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait(lock, [&] { return m_pictures >= count; });
+        waitFor(std::to_string(count) + " pictures", lock, [&] { return m_pictures >= count; });
     }
 
     std::size_t pictures()
@@ -103,6 +115,27 @@ public:
     void refuse(int times) { m_refusals = times; }
 
 private:
+    static const char* NameOf(viewer::StreamState state)
+    {
+        constexpr const char* CONST_NAMES[] = {"Connecting", "Playing", "Reconnecting", "Ended",
+                                               "Failed"};
+        return CONST_NAMES[static_cast<std::size_t>(state)];
+    }
+
+    template <typename Holds>
+    void waitFor(const std::string& what, std::unique_lock<std::mutex>& lock, const Holds& holds)
+    {
+        constexpr std::chrono::minutes CONST_PATIENCE{1};
+        if (m_changed.wait_for(lock, CONST_PATIENCE, holds))
+            return;
+        std::string came = "not " + what + " in a minute, but " + std::to_string(m_pictures) +
+                           " pictures and the states";
+        for (std::size_t i = 0; i < m_states.size(); ++i)
+            came +=
+                std::string(" ") + NameOf(m_states[i]) + " \"" + m_messages[i].toStdString() + "\"";
+        throw std::runtime_error(came);
+    }
+
     bool take(const QByteArray& block)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -127,6 +160,7 @@ private:
     int m_ends = 0;
     std::vector<viewer::StreamState> m_states;
     std::vector<QString> m_messages;
+    std::vector<std::size_t> m_picturesThen;
     std::size_t m_next = 0;
     viewer::StreamInfo m_info;
     int m_refusals = 0;

@@ -201,18 +201,46 @@ TEST(Devices, ThatAreNotThereOrNoCamerasAreToldInPlainWords)
     told("/dev/null", "neither a file nor a camera");
 }
 
-TEST(Devices, WithUncompressedPicturesAreShownMissedAndShownAgain)
+/// A camera that gives one picture of the room again and again.
+fake_camera::Kind RoomCamera()
 {
     QFile picture(
         stage::Made("uncompressed.yuv", {"-i", stage::RoomClip(viewer::Mount::Ceiling), "-frames:v",
                                          "1", "-vf", "scale=512:512", "-pix_fmt", "yuyv422"}));
-    ASSERT_TRUE(picture.open(QIODevice::ReadOnly));
-    const fake_camera::Kind kind{V4L2_PIX_FMT_YUYV, 512, 512, {picture.readAll().toStdString()}};
+    EXPECT_TRUE(picture.open(QIODevice::ReadOnly));
+    return {V4L2_PIX_FMT_YUYV, 512, 512, {picture.readAll().toStdString()}};
+}
+
+TEST(Devices, WithUncompressedPicturesAreShownMissedAndShownAgain)
+{
+    const fake_camera::Kind kind = RoomCamera();
     fake_camera::Plug({kind});
     stage::Viewer viewer(fake_camera::CONST_PATH, "quad");
     EXPECT_TRUE(stage::ShowsTheTruth(viewer, 0));
     fake_camera::Unplug();
     EXPECT_TRUE(Await([&] { return viewer.camera().trouble().contains("unplugged"); }));
+    const auto shown = [&] { return viewer::extras::FiguresOf(viewer.camera().player())->llShown; };
+    const auto before = shown();
+    fake_camera::Plug({kind});
+    EXPECT_TRUE(Await([&] { return shown() > before + 5; }));
+    EXPECT_TRUE(viewer.camera().trouble().isEmpty());
+}
+
+TEST(Devices, ThatComeBackWithoutPicturesAreToldUntilSomeCome)
+{
+    const fake_camera::Kind kind = RoomCamera();
+    fake_camera::Plug({kind});
+    stage::Viewer viewer(fake_camera::CONST_PATH, "quad");
+    const auto told = [&] { return viewer.camera().trouble().contains("without pictures"); };
+    const auto unplug = [&] {
+        fake_camera::Unplug();
+        EXPECT_TRUE(Await([&] { return viewer.camera().trouble().contains("unplugged"); }));
+    };
+    unplug();
+    fake_camera::Plug({{V4L2_PIX_FMT_MJPEG, 512, 512, {std::string(1000, 'x')}}});
+    EXPECT_TRUE(Await(told)) << viewer.camera().trouble().toStdString();
+    EXPECT_EQ(viewer.camera().state(), StreamState::Playing);
+    unplug();
     const auto shown = [&] { return viewer::extras::FiguresOf(viewer.camera().player())->llShown; };
     const auto before = shown();
     fake_camera::Plug({kind});
