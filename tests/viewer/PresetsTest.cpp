@@ -9,6 +9,7 @@
 #include <QInputDialog>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QToolButton>
@@ -45,6 +46,9 @@ protected:
         bool asked = false;
         stage::WhenOpen<QInputDialog>([&](QInputDialog& dialog) {
             asked = true;
+            if (names().contains(name))
+                stage::WhenOpen<QMessageBox>(
+                    [](QMessageBox& box) { box.button(QMessageBox::Yes)->click(); });
             dialog.setTextValue(name);
             dialog.accept();
         });
