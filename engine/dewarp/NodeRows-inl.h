@@ -13,7 +13,7 @@ inline std::int32_t Bend(std::int32_t a, std::int32_t b, std::int32_t c)
     return Less(Less(c, b), Less(b, a));
 }
 
-/// a + 3 / 16 b + 1 / 2, in sixteenths; wraps around.
+/// a and 3 / 16 of both fourth differences; wraps around.
 inline std::uint32_t WithFourth(std::uint32_t a, std::int32_t b, std::int32_t c)
 {
     const std::uint32_t sum = static_cast<std::uint32_t>(b) + static_cast<std::uint32_t>(c);

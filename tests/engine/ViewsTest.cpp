@@ -433,13 +433,20 @@ TEST_F(Views, LensThatCannotBeIsRefusedAndTheOneInForceStays)
     EXPECT_EQ(read.dCircleRadius, 90);
 }
 
-TEST_F(Views, LensMeasuredOnALargerPictureIsScaled)
+/// Measured on a picture of 1024 x 1024 that its circle fills.
+RvLens LensOf1024()
 {
     RvLens lens{};
     lens.iSize = sizeof(lens);
     lens.iWidth = lens.iHeight = 1024;
     lens.dCentreX = lens.dCentreY = 511.5;
     lens.dCircleRadius = 512;
+    return lens;
+}
+
+TEST_F(Views, LensMeasuredOnALargerPictureIsScaled)
+{
+    RvLens lens = LensOf1024();
     ASSERT_EQ(RV(RV_PlayerControl)(m_player.Id(), RV_CONTROL_SET_LENS, &lens, sizeof(lens)), 0);
     ASSERT_EQ(m_player.Listen(m_player.Fisheye(), m_images), 0);
     Feed();
@@ -455,11 +462,7 @@ TEST_F(Views, LensMeasuredOnALargerPictureIsScaled)
 
 TEST_F(Views, LensMeasuredOnAnotherSizeFollowsAChangeOfResolution)
 {
-    RvLens lens{};
-    lens.iSize = sizeof(lens);
-    lens.iWidth = lens.iHeight = 1024;
-    lens.dCentreX = lens.dCentreY = 511.5;
-    lens.dCircleRadius = 512;
+    RvLens lens = LensOf1024();
     ASSERT_EQ(RV(RV_PlayerControl)(m_player.Id(), RV_CONTROL_SET_LENS, &lens, sizeof(lens)), 0);
     ASSERT_EQ(m_player.Listen(m_player.Fisheye(), m_images), 0);
     ClipOptions narrow = FisheyeClip();

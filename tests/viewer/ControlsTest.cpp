@@ -39,8 +39,6 @@ using viewer::CellWidget;
 using viewer::Mount;
 using viewer::PtzView;
 
-constexpr unsigned CONST_KEY_F11 = 0xffc8;
-
 /// A button of the pad, by the beginning of its tip.
 QToolButton& PadButton(stage::Viewer& viewer, const QString& tip)
 {
@@ -286,14 +284,14 @@ TEST(FullScreen, ShowsThePicturesAloneAndComesBackAsItWas)
     auto* const pad = viewer.window().findChild<QDockWidget*>("pad");
     stage::ActionOf(viewer, "Status line").trigger();
     ASSERT_FALSE(viewer.window().statusBar()->isVisible());
-    stage::Key(CONST_KEY_F11);
+    stage::Key(stage::CONST_KEY_F11);
     EXPECT_TRUE(Await([&] { return viewer.window().isFullScreen(); }));
     EXPECT_FALSE(viewer.window().menuBar()->isVisible());
     EXPECT_FALSE(pad->isVisible());
     EXPECT_TRUE(stage::ShowsTheTruth(viewer, 0));
     stage::Key('3');  // keys work without the menu bar
     EXPECT_TRUE(Await([&] { return viewer.camera().selected() == 2; }));
-    stage::Key(CONST_KEY_F11);
+    stage::Key(stage::CONST_KEY_F11);
     EXPECT_TRUE(Await([&] { return !viewer.window().isFullScreen(); }));
     EXPECT_TRUE(viewer.window().menuBar()->isVisible());
     EXPECT_TRUE(pad->isVisible());

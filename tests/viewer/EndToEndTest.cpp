@@ -403,12 +403,12 @@ TEST(Keys, TurnAndSelectViews)
     EXPECT_TRUE(Await([&] { return viewer.camera().selected() == 2; }));
     const PtzView before = Now(viewer, 2);
     const viewer::Direction right = viewer::DirectionAt(before, {0.7, 0.5});
-    stage::Key(0xff53);  // the right arrow
+    stage::Key(stage::CONST_KEY_RIGHT);
     EXPECT_TRUE(Await([&] { return SeenAt(Now(viewer, 2), right).x() < 0.68; }));
     stage::Key('+');
     stage::Key('=');
     EXPECT_TRUE(Await([&] { return Now(viewer, 2).zoom < before.zoom; }));
-    stage::Key(0xff50);  // Home
+    stage::Key(stage::CONST_KEY_HOME);
     EXPECT_TRUE(Await([&] {
         return Now(viewer, 2).zoom == before.zoom &&
                Apart(Now(viewer, 2).centre, before.centre) < 0.001;

@@ -24,15 +24,6 @@ using viewer::CellWidget;
 using viewer::Mount;
 using viewer::PtzView;
 
-constexpr unsigned CONST_F1 = 0xffbe;
-constexpr unsigned CONST_F5 = 0xffc2;
-constexpr unsigned CONST_F11 = 0xffc8;
-constexpr unsigned CONST_HOME = 0xff50;
-constexpr unsigned CONST_LEFT = 0xff51;
-constexpr unsigned CONST_UP = 0xff52;
-constexpr unsigned CONST_RIGHT_ARROW = 0xff53;
-constexpr unsigned CONST_DOWN = 0xff54;
-
 /// A key of the help, and how to see that it does what is said there.
 struct Deed
 {
@@ -74,7 +65,7 @@ protected:
             dialog.reject();
         });
         listen();
-        stage::Key(CONST_F1);
+        stage::Key(stage::CONST_KEY_F1);
         EXPECT_TRUE(Await([&] { return !text.isEmpty(); }));
         const QString keys = text.mid(text.indexOf("<b>Keys</b>"));
         std::vector<std::pair<QString, QString>> lines;
@@ -183,14 +174,19 @@ std::vector<Deed> Keyboard::deeds()
         opens("Ctrl+S", "Snapshot of the view...", 's', "Write a picture", {control}),
         opens("Ctrl+Shift+S", "Snapshot of the source...", 's', "Write a picture",
               {control, stage::CONST_KEY_SHIFT}),
-        opens("F1", "Keys and gestures", CONST_F1, "Keys and gestures"),
+        opens("F1", "Keys and gestures", stage::CONST_KEY_F1, "Keys and gestures"),
         {"G",
          "All cameras in a grid",
          {'g'},
          {},
          [this] { EXPECT_FALSE(m_first->isVisible()); },
          [this] { return m_first->isVisible() && camera().isVisible(); }},
-        {"F11", "Full screen", {CONST_F11}, {}, {}, [&] { return window.isFullScreen(); }},
+        {"F11",
+         "Full screen",
+         {stage::CONST_KEY_F11},
+         {},
+         {},
+         [&] { return window.isFullScreen(); }},
         {"Space", "Pause", {' '}, {}, {}, [this] { return camera().paused(); }},
         {".",
          "One picture on",
@@ -200,19 +196,19 @@ std::vector<Deed> Keyboard::deeds()
          [this] { return camera().paused() && shown() == m_shown + 1; }},
         {"F5",
          "Reopen",
-         {CONST_F5},
+         {stage::CONST_KEY_F5},
          {},
          [this] { m_player = camera().player(); },
          [this] { return camera().player() != m_player; }},
-        turns("Up", CONST_UP, 0, -1),
-        turns("Down", CONST_DOWN, 0, 1),
-        turns("Left", CONST_LEFT, -1, 0),
-        turns("Right", CONST_RIGHT_ARROW, 1, 0),
+        turns("Up", stage::CONST_KEY_UP, 0, -1),
+        turns("Down", stage::CONST_KEY_DOWN, 0, 1),
+        turns("Left", stage::CONST_KEY_LEFT, -1, 0),
+        turns("Right", stage::CONST_KEY_RIGHT, 1, 0),
         {"+ or =", "Zoom in", {'+', '='}, {}, [this] { aside(); }, [this] { return zoomed(true); }},
         {"-", "Zoom out", {'-'}, {}, [this] { aside(); }, [this] { return zoomed(false); }},
         {"Home",
          "Home",
-         {CONST_HOME},
+         {stage::CONST_KEY_HOME},
          {},
          [this] { aside(); },
          [this] { return Now(m_viewer, 0).zoom == 10000; }},

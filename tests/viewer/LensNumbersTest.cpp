@@ -22,11 +22,6 @@ namespace {
 using stage::Await;
 using viewer::Mount;
 
-constexpr unsigned CONST_TAB = 0xff09;
-constexpr unsigned CONST_RETURN = 0xff0d;
-constexpr unsigned CONST_ESCAPE = 0xff1b;
-constexpr unsigned CONST_DOWN = 0xff54;
-
 /// A field of the dialog, what is typed into it, and where the engine has it.
 struct Field
 {
@@ -85,7 +80,7 @@ protected:
         ASSERT_TRUE(Await([&] { return box(field.label).hasFocus(); })) << field.label;
         stage::Key('a', {stage::CONST_KEY_CONTROL});
         stage::Type(field.typed);
-        stage::Key(CONST_TAB);
+        stage::Key(stage::CONST_KEY_TAB);
         EXPECT_TRUE(Await([&] { return !box(field.label).hasFocus(); }));
         EXPECT_NEAR(field.of(lens()), std::atof(field.typed), 1e-9) << field.label;
         EXPECT_EQ(box(field.label).value(), std::atof(field.typed)) << field.label;
@@ -96,7 +91,7 @@ protected:
     {
         auto* const models = m_dialog->findChild<QComboBox*>();
         models->setFocus();
-        stage::Key(CONST_DOWN);
+        stage::Key(stage::CONST_KEY_DOWN);
     }
 
     void press(QDialogButtonBox::StandardButton button)
@@ -202,7 +197,7 @@ TEST_F(LensNumbers, ThatAreNotDoneAreDroppedByEscape)
     stage::Key('a', {stage::CONST_KEY_CONTROL});
     stage::Type("120");
     EXPECT_TRUE(Await([this] { return box("Field of view").text().startsWith("120"); }));
-    stage::Key(CONST_ESCAPE);
+    stage::Key(stage::CONST_KEY_ESCAPE);
     ASSERT_TRUE(closed());
     EXPECT_FALSE(m_viewer.camera().settings().lens.has_value());
     EXPECT_TRUE(Await([&] { return lens().dFieldOfView == m_found.dFieldOfView; }));
@@ -213,7 +208,7 @@ TEST_F(LensNumbers, AreTakenByReturn)
     stage::Click(box("Field of view"));
     stage::Key('a', {stage::CONST_KEY_CONTROL});
     stage::Type("190.5");
-    stage::Key(CONST_RETURN);
+    stage::Key(stage::CONST_KEY_RETURN);
     ASSERT_TRUE(closed());
     EXPECT_EQ(lens().dFieldOfView, 190.5);
     EXPECT_EQ(m_viewer.camera().settings().lens->dFieldOfView, 190.5);

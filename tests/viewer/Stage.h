@@ -105,6 +105,18 @@ void Key(unsigned keysym, const std::vector<unsigned>& held = {});
 /// Latin letters, digits and signs, one after the other.
 void Type(const char* text);
 
+constexpr unsigned CONST_KEY_TAB = 0xff09;
+constexpr unsigned CONST_KEY_RETURN = 0xff0d;
+constexpr unsigned CONST_KEY_ESCAPE = 0xff1b;
+constexpr unsigned CONST_KEY_HOME = 0xff50;
+constexpr unsigned CONST_KEY_LEFT = 0xff51;
+constexpr unsigned CONST_KEY_UP = 0xff52;
+constexpr unsigned CONST_KEY_RIGHT = 0xff53;
+constexpr unsigned CONST_KEY_DOWN = 0xff54;
+constexpr unsigned CONST_KEY_PAGE_DOWN = 0xff56;
+constexpr unsigned CONST_KEY_F1 = 0xffbe;
+constexpr unsigned CONST_KEY_F5 = 0xffc2;
+constexpr unsigned CONST_KEY_F11 = 0xffc8;
 constexpr unsigned CONST_KEY_SHIFT = 0xffe1;
 constexpr unsigned CONST_KEY_CONTROL = 0xffe3;
 

@@ -29,12 +29,6 @@ namespace {
 using stage::Await;
 using viewer::Mount;
 
-constexpr unsigned CONST_KEY_TAB = 0xff09;
-constexpr unsigned CONST_KEY_RETURN = 0xff0d;
-constexpr unsigned CONST_KEY_ESCAPE = 0xff1b;
-constexpr unsigned CONST_KEY_PAGE_DOWN = 0xff56;
-constexpr unsigned CONST_KEY_F11 = 0xffc8;
-
 /// The lens dialog of a camera, and its fields in their order.
 class LensFields : public ::testing::Test
 {
@@ -99,13 +93,13 @@ TEST_F(LensFields, TakeWholeNumbersAsTheyAreTyped)
         type(which, number);
         EXPECT_EQ(lens().dCentreX, before.dCentreX);  // nothing yet, and no nonsense
         EXPECT_EQ(lens().adK[0], before.adK[0]);
-        stage::Key(CONST_KEY_TAB);
+        stage::Key(stage::CONST_KEY_TAB);
         EXPECT_TRUE(Await([&] { return !field(which).hasFocus(); }));
     }
     EXPECT_EQ(lens().dCentreX, 512.5);
     EXPECT_EQ(lens().adK[0], -0.015);
     type(CentreY, "509.5");
-    stage::Key(CONST_KEY_RETURN);  // which is OK at once
+    stage::Key(stage::CONST_KEY_RETURN);  // which is OK at once
     EXPECT_TRUE(Await([&] { return !m_dialog->isVisible(); }));
     EXPECT_EQ(lens().dCentreY, 509.5);
 }
@@ -237,17 +231,17 @@ TEST(FullScreen, IsLeftByEscapeWhichMeansNothingElse)
         ASSERT_TRUE(Await([&] { return window.isActiveWindow(); }));
         stage::Key(key);
     };
-    press(viewer.window(), CONST_KEY_F11);
+    press(viewer.window(), stage::CONST_KEY_F11);
     ASSERT_TRUE(Await([&] { return viewer.window().isFullScreen(); }));
     viewer::LensDialog dialog(viewer.camera());
     dialog.show();
-    press(dialog, CONST_KEY_ESCAPE);
+    press(dialog, stage::CONST_KEY_ESCAPE);
     ASSERT_TRUE(Await([&] { return !dialog.isVisible(); }));
     EXPECT_TRUE(viewer.window().isFullScreen());
-    press(viewer.window(), CONST_KEY_ESCAPE);
+    press(viewer.window(), stage::CONST_KEY_ESCAPE);
     EXPECT_TRUE(Await([&] { return !viewer.window().isFullScreen(); }));
     EXPECT_TRUE(viewer.window().menuBar()->isVisible());
-    press(viewer.window(), CONST_KEY_ESCAPE);
+    press(viewer.window(), stage::CONST_KEY_ESCAPE);
     press(viewer.window(), '2');  // which comes after it
     EXPECT_TRUE(Await([&] { return viewer.camera().selected() == 1; }));
     EXPECT_FALSE(viewer.window().isFullScreen());
@@ -285,9 +279,9 @@ TEST(SmallScreens, HaveRoomForTheKeysWhichScroll)
         const auto end = [&] { return last->mapTo(scroll, last->rect().bottomLeft()).y(); };
         EXPECT_TRUE(Await([&] { return dialog.isActiveWindow() && end() > scroll->height(); }));
         for (int i = 0; i < 20; ++i)
-            stage::Key(CONST_KEY_PAGE_DOWN);
+            stage::Key(stage::CONST_KEY_PAGE_DOWN);
         EXPECT_TRUE(Await([&] { return end() < scroll->height(); }));
-        stage::Key(CONST_KEY_ESCAPE);
+        stage::Key(stage::CONST_KEY_ESCAPE);
         ++handled;
     });
     stage::ActionOf(viewer, "Keys and gestures").trigger();
