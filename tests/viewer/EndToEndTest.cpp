@@ -604,18 +604,6 @@ TEST(Layouts, ShowWideViewsNeverHigherThanIsNatural)
     }
 }
 
-TEST(Playing, APauseHoldsThePictureAndAStepGoesOnByOne)
-{
-    stage::Viewer viewer(Mount::Ceiling, "fisheye");
-    const auto shown = [&] { return viewer::extras::FiguresOf(viewer.camera().player())->llShown; };
-    viewer.camera().setPaused(true);
-    const auto held = shown();
-    viewer.camera().step();
-    EXPECT_TRUE(Await([&] { return shown() > held; }));
-    viewer.camera().setPaused(false);
-    EXPECT_TRUE(Await([&] { return shown() > held + 10; }));
-}
-
 TEST(Troubles, AreToldInPlainWords)
 {
     stage::Viewer viewer(Mount::Ceiling, "quad");
