@@ -8,6 +8,8 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "engine/dewarp/Kernels.cpp"
 #include <hwy/foreach_target.h>
+
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include "engine/dewarp/FixedPoint.h"
@@ -181,25 +183,25 @@ HWY_INLINE V32 LoadWords(const std::uint8_t* base, const std::uint32_t* at)
 #endif
 }
 
-/// 16 bits from base + offsets in the low halves, and from a row further down in the high ones.
-/// Reads two bytes more of each row if Gather.
+/// 16 bits from base + offsets in the low halves, and from below + offsets in the high ones. Reads
+/// two bytes more of each row if Gather.
 template <bool Gather>
-HWY_INLINE V32 LoadTwoRows(const std::uint8_t* base, int line, const std::uint32_t* at)
+HWY_INLINE V32 LoadTwoRows(const std::uint8_t* base, const std::uint8_t* below,
+                           const std::uint32_t* at)
 {
     if constexpr (Gather) {
         const D32 d;
         const D16 d16;
         const V32 above = LoadWords<true>(base, at);
-        const V32 below = hn::ShiftLeft<16>(LoadWords<true>(base + line, at));
-        return hn::BitCast(d, hn::OddEven(hn::BitCast(d16, below), hn::BitCast(d16, above)));
+        const V32 under = hn::ShiftLeft<16>(LoadWords<true>(below, at));
+        return hn::BitCast(d, hn::OddEven(hn::BitCast(d16, under), hn::BitCast(d16, above)));
     } else {
 #if DEWARP_X86
-        return OfQuarters([&](int i)
-                              HWY_ATTR { return FourTwoRows(base, base + line, at + 4 * i); });
+        return OfQuarters([&](int i) HWY_ATTR { return FourTwoRows(base, below, at + 4 * i); });
 #else
         alignas(64) std::int32_t words[kLanes];
         for (int i = 0; i < kLanes; ++i)
-            words[i] = HalfWord(base + at[i]) | HalfWord(base + line + at[i]) << 16;
+            words[i] = HalfWord(base + at[i]) | HalfWord(below + at[i]) << 16;
         return hn::Load(D32(), words);
 #endif
     }
@@ -226,11 +228,22 @@ HWY_INLINE V8 Order(const std::uint8_t (&order)[16])
     return hn::LoadDup128(D8(), order);
 }
 
+/// The pointer, and the compiler does not know where it comes from: it would otherwise make one for
+/// each row of a tile, of which most go through memory, or add up another one again and again.
+template <class T>
+HWY_INLINE T* Hidden(T* pointer)
+{
+#if defined(__GNUC__)
+    asm("" : "+r"(pointer));
+#endif
+    return pointer;
+}
+
 /// What does not change from pixel to pixel of a plane.
 struct Plane
 {
     const std::uint8_t* bytes;
-    int line;
+    const std::uint8_t* below;  // a row further down
     V16 stepX, stepY;  // bytes from sample to sample and from row to row, for the high halves
     V32 lastX, lastY;  // the last coordinates between two samples, 16.16
 };
@@ -239,7 +252,7 @@ HWY_INLINE Plane PlaneOf(const std::uint8_t* bytes, int line, int step, int widt
 {
     const D32 d;
     return {bytes,
-            line,
+            Hidden(bytes + line),
             Halves(0, step),
             Halves(0, line),
             hn::Set(d, ((width - 1) << 16) - 1),
@@ -289,7 +302,7 @@ template <bool Pairs, bool Gather>
 HWY_INLINE V32 LumaAt(const Plane& plane, const std::uint32_t* offsets, V32 x, V32 y)
 {
     const V32 words = Pairs ? LoadWords<Gather>(plane.bytes, offsets)
-                            : LoadTwoRows<Gather>(plane.bytes, plane.line, offsets);
+                            : LoadTwoRows<Gather>(plane.bytes, plane.below, offsets);
     const V8 samples = FlipSigns(hn::BitCast(D8(), words));
     return PairwiseProducts(PairwiseWeighted(InnerWeights(Pairs ? y : x), samples),
                             OuterWeights(Pairs ? x : y));
@@ -307,7 +320,7 @@ HWY_INLINE V16 ChromaAt(const Plane& plane, const std::uint32_t* offsets, V32 x,
                                                                8, 9, 8, 9, 12, 13, 12, 13};
     const V8 order = Order(grouped);
     const V8 above = hn::BitCast(d8, LoadWords<Gather>(plane.bytes, offsets));
-    const V8 below = hn::BitCast(d8, LoadWords<Gather>(plane.bytes + plane.line, offsets));
+    const V8 below = hn::BitCast(d8, LoadWords<Gather>(plane.below, offsets));
     const V8 weights = InnerWeights(x);
     const V16 upper = PairwiseWeighted(weights, FlipSigns(hn::TableLookupBytes(above, order)));
     const V16 lower = PairwiseWeighted(weights, FlipSigns(hn::TableLookupBytes(below, order)));
@@ -486,25 +499,26 @@ HWY_INLINE void SampleTile(const Level& level, const ColourTerms& terms,
     FindPlaces<Clamp>(source, coordinates, to.rows, places);
     TileTints tints;
     FindTints<Gather>(source, places, to.rows, tints);
-    for (int row = 0; row < to.rows; row += 4)
-        for (int column = 0; column < kTile; column += kLanes) {
-            const auto lumaAt = [&](int i) HWY_ATTR {
-                const int at = (row + i) * kTile + column;
-                return LumaAt<Pairs, gatherLuma>(
-                    source.luma, places.luma + at,
-                    CoordinatesAt<Clamp>(coordinates.x + at, source.luma.lastX),
-                    CoordinatesAt<Clamp>(coordinates.y + at, source.luma.lastY));
-            };
-            // Written out, so that nothing of it goes through memory.
-            const V32 l[4] = {lumaAt(0), lumaAt(1), lumaAt(2), lumaAt(3)};
-            const int block = row * kTile + column * 4;
-            const Tint tint = {hn::Load(d8, tints.blueRed + block),
-                               hn::Load(d8, tints.green + block)};
-            std::uint8_t* const out = to.pixels + row * to.line + std::ptrdiff_t{column} * 4;
-            StoreTwoRows<0>(source.colours, l[0], l[1], tint, out, to.line, to.stream);
-            StoreTwoRows<1>(source.colours, l[2], l[3], tint, out + 2 * to.line, to.line,
-                            to.stream);
-        }
+    for (int block = 0; block < to.rows * kTile / 4; block += kLanes) {
+        const int row = block / kTile * 4;
+        const int column = block % kTile;
+        const std::int32_t* const x = Hidden(coordinates.x + row * kTile + column);
+        const std::int32_t* const y = Hidden(coordinates.y + row * kTile + column);
+        const std::uint32_t* const offsets = Hidden(places.luma + row * kTile + column);
+        const auto lumaAt = [&](int i) HWY_ATTR {
+            return LumaAt<Pairs, gatherLuma>(
+                source.luma, offsets + i * kTile,
+                CoordinatesAt<Clamp>(x + i * kTile, source.luma.lastX),
+                CoordinatesAt<Clamp>(y + i * kTile, source.luma.lastY));
+        };
+        // Written out, so that nothing of it goes through memory.
+        const V32 l[4] = {lumaAt(0), lumaAt(1), lumaAt(2), lumaAt(3)};
+        const Tint tint = {hn::Load(d8, tints.blueRed + 4 * block),
+                           hn::Load(d8, tints.green + 4 * block)};
+        std::uint8_t* const out = Hidden(to.pixels + row * to.line + std::ptrdiff_t{column} * 4);
+        StoreTwoRows<0>(source.colours, l[0], l[1], tint, out, to.line, to.stream);
+        StoreTwoRows<1>(source.colours, l[2], l[3], tint, out + 2 * to.line, to.line, to.stream);
+    }
 }
 
 template <bool Clamp, bool Gather>
@@ -532,110 +546,88 @@ using DX = hn::CappedTag<std::int32_t, 8>;
 using DXF = hn::Rebind<float, DX>;
 using VXF = hn::Vec<DXF>;
 
-/// One axis of a patch: the value and the differences down its three columns of nodes.
-struct Down
+/// To the nearest whole numbers; all are far from the limits.
+HWY_INLINE hn::Vec<DX> Rounded(VXF values)
 {
-    std::int32_t start;
-    alignas(16) float by[3][4];
-};
-
-HWY_INLINE Down DownOf(const Patch& patch, const std::int32_t* nodes)
-{
-    const hn::FixedTag<std::int32_t, 4> d;
-    const hn::FixedTag<float, 4> df;
-    const float step = 1.0F / static_cast<float>(patch.spacing);
-    const auto first = hn::Set(d, nodes[0]);
-    const auto scale = hn::Set(df, 1.0F / static_cast<float>(1 << patch.level));
-    const auto from = [&](int row) HWY_ATTR {
-        const auto place = hn::LoadU(d, nodes + row * patch.line);
-        return hn::Mul(hn::ConvertTo(df, hn::Sub(place, first)), scale);
-    };
-    const auto n0 = from(0);
-    const auto n1 = from(1);
-    const auto n2 = from(2);
-    const auto bend = hn::Add(hn::Sub(n0, hn::Add(n1, n1)), n2);
-    Down down;
-    down.start = ((nodes[0] + 0x8000) >> patch.level) - 0x8000;
-    hn::Store(n0, df, down.by[0]);
-    hn::Store(hn::Add(hn::Mul(hn::Sub(n2, n0), hn::Set(df, 0.5F * step)),
-                      hn::Mul(bend, hn::Set(df, step * (0.5F * step - 1)))),
-              df, down.by[1]);
-    hn::Store(hn::Mul(bend, hn::Set(df, step * step)), df, down.by[2]);
-    return down;
+#if HWY_TARGET == HWY_SSE4
+    return hn::Vec<DX>{_mm_cvtps_epi32(values.raw)};
+#elif DEWARP_X86
+    return hn::Vec<DX>{_mm256_cvtps_epi32(values.raw)};
+#else
+    return hn::NearestInt(values);
+#endif
 }
 
-/// The weights of the three columns of nodes.
-struct Across
-{
-    VXF a, b, c;
-
-    HWY_INLINE hn::Vec<DX> operator()(const float (&by)[4]) const
-    {
-        const DXF df;
-        const auto sum = hn::Add(hn::Mul(hn::Set(df, by[0]), a), hn::Mul(hn::Set(df, by[1]), b));
-        return hn::NearestInt(hn::Add(sum, hn::Mul(hn::Set(df, by[2]), c)));
-    }
-};
-
-template <int Rows>
-HWY_INLINE void ExpandDown(const Down& down, const Across& across, int lastRow, std::int32_t* out)
+template <int Size>
+HWY_INLINE void ExpandAxis(const NodeColumns& columns, const Patch& patch,
+                           const AcrossWeights& weights, int lastRow, std::int32_t* out)
 {
     const DX d;
-    auto value = hn::Add(hn::Set(d, down.start), across(down.by[0]));
-    auto first = across(down.by[1]);
-    const auto second = across(down.by[2]);
-    const auto step = [&](int row) HWY_ATTR {
-        hn::Store(value, d, out + row * kTile);
-        value = hn::Add(value, first);
-        first = hn::Add(first, second);
-    };
-    if (lastRow >= Rows - 1) {
-        for (int row = 0; row < Rows; row += 4) {
-            step(row);
-            step(row + 1);
-            step(row + 2);
-            step(row + 3);
+    const DXF df;
+    const int at = patch.column;
+    const auto start = hn::Set(d, ToLevel(columns.first[at], patch.level));
+    for (int i = 0; i < Size; i += static_cast<int>(hn::MaxLanes(d)), out += hn::MaxLanes(d)) {
+        const auto a = hn::Load(df, weights.column[0] + i);
+        const auto b = hn::Load(df, weights.column[1] + i);
+        const auto c = hn::Load(df, weights.column[2] + i);
+        const auto across = [&](const float* of) HWY_ATTR {
+            const auto sum =
+                hn::Add(hn::Mul(hn::Set(df, of[at]), a), hn::Mul(hn::Set(df, of[at + 1]), b));
+            return Rounded(hn::Add(sum, hn::Mul(hn::Set(df, of[at + 2]), c)));
+        };
+        auto value =
+            hn::Add(start, Rounded(hn::Add(hn::Mul(hn::Set(df, columns.next[at]), b),
+                                           hn::Mul(hn::Set(df, columns.afterNext[at]), c))));
+        auto slope = across(columns.slope);
+        const auto bend = across(columns.bend);
+        const auto step = [&](int row) HWY_ATTR {
+            hn::Store(value, d, out + row * kTile);
+            value = hn::Add(value, slope);
+            slope = hn::Add(slope, bend);
+        };
+        if (lastRow >= Size - 1) {
+            for (int row = 0; row < Size; row += 4) {
+                step(row);
+                step(row + 1);
+                step(row + 2);
+                step(row + 3);
+            }
+        } else {
+            for (int row = 0; row < lastRow; ++row)
+                step(row);
+            for (int row = lastRow; row < Size; ++row)
+                hn::Store(value, d, out + row * kTile);
         }
-        return;
     }
-    for (int row = 0; row < lastRow; ++row)
-        step(row);
-    for (int row = lastRow; row < Rows; ++row)
-        hn::Store(value, d, out + row * kTile);
 }
 
 template <int Spacing>
-HWY_INLINE void ExpandPatch(const Patch& patch, int columns, int lastColumn, int lastRow,
-                            std::int32_t* x, std::int32_t* y)
+HWY_INLINE void ExpandPatch(const Patch& patch, int lastColumn, int lastRow, std::int32_t* x,
+                            std::int32_t* y)
 {
-    const DXF df;
-    const auto step = hn::Set(df, 1.0F / Spacing);
-    const auto one = hn::Set(df, 1.0F);
-    const auto two = hn::Set(df, 2.0F);
-    const auto half = hn::Set(df, 0.5F);
-    const auto last = hn::Set(df, static_cast<float>(lastColumn));
-    const Down downX = DownOf(patch, patch.x);
-    const Down downY = DownOf(patch, patch.y);
-    for (int i = 0; i < columns; i += static_cast<int>(hn::MaxLanes(df))) {
-        const auto s = hn::Mul(hn::Min(hn::Iota(df, static_cast<float>(i)), last), step);
-        const auto less = hn::Sub(s, one);
-        const Across across = {hn::Mul(hn::Mul(less, hn::Sub(s, two)), half),
-                               hn::Mul(s, hn::Sub(two, s)), hn::Mul(hn::Mul(s, less), half)};
-        ExpandDown<2 * Spacing>(downX, across, lastRow, x + i);
-        ExpandDown<2 * Spacing>(downY, across, lastRow, y + i);
+    const AcrossWeights* weights = &kAcrossWeights[Spacing == 8][patch.level];
+    AcrossWeights repeating;
+    if (lastColumn < 2 * Spacing - 1) {
+        repeating = AcrossWeightsOf(Spacing, patch.level, lastColumn);
+        weights = &repeating;
     }
+    ExpandAxis<2 * Spacing>(*patch.x, patch, *weights, lastRow, x);
+    ExpandAxis<2 * Spacing>(*patch.y, patch, *weights, lastRow, y);
 }
 
-HWY_ATTR void Expand(const Patch& patch, int columns, int lastColumn, int lastRow, std::int32_t* x,
+HWY_ATTR void Expand(const Patch& patch, int lastColumn, int lastRow, std::int32_t* x,
                      std::int32_t* y)
 {
     if (patch.spacing == 8)
-        ExpandPatch<8>(patch, columns, lastColumn, lastRow, x, y);
+        ExpandPatch<8>(patch, lastColumn, lastRow, x, y);
     else
-        ExpandPatch<4>(patch, columns, lastColumn, lastRow, x, y);
+        ExpandPatch<4>(patch, lastColumn, lastRow, x, y);
 }
 
 // --- the smaller sizes ---
+
+/// How far ahead, in bytes, a new picture is asked for, which no cache has yet.
+constexpr int kAhead = 2048;
 
 /// In the low half of each 16 bits: the sum of its two bytes.
 HWY_INLINE hn::Vec<DU16> ByteSums(hn::Vec<DU16> bytes)
@@ -654,6 +646,8 @@ HWY_ATTR void HalveLuma(const std::uint8_t* above, const std::uint8_t* below, in
     const DU16 d;
     int i = 0;
     for (; i + 2 * kLanes <= count; i += 2 * kLanes) {
+        hwy::Prefetch(above + 2 * i + kAhead);
+        hwy::Prefetch(below + 2 * i + kAhead);
         const auto sum =
             hn::Add(ByteSums(LoadPairs(above + 2 * i)), ByteSums(LoadPairs(below + 2 * i)));
         hn::StoreU(hn::ShiftRight<2>(hn::Add(sum, hn::Set(d, 2))), d, out + i);
@@ -698,6 +692,8 @@ HWY_ATTR void HalveChroma(const std::uint8_t* above, const std::uint8_t* below, 
     const DU32 d;
     int i = 0;
     for (; i + kLanes <= count; i += kLanes) {
+        hwy::Prefetch(above + 4 * i + kAhead);
+        hwy::Prefetch(below + 4 * i + kAhead);
         const auto upper = LoadPairs(above + 4 * i);
         const auto lower = LoadPairs(below + 4 * i);
         const auto low = hn::Set(d16, 0xFF);
@@ -734,6 +730,7 @@ template <bool Gather>
 constexpr Kernels TableOf(const char* name)
 {
     return {name,
+            LookDown,
             Expand,
             Sample<false, Gather>,
             Sample<true, Gather>,

@@ -41,21 +41,63 @@ struct ColourTerms
 /// The terms of (matrix, range): Kr, Kb of ITU-R BT.601 (0.299, 0.114) and BT.709 (0.2126, 0.0722).
 ColourTerms ColourTermsOf(ColourMatrix matrix, bool fullRange);
 
-/// A biquadratic patch through 3 x 3 nodes, whose places in the full-size picture are 16.16 fixed
-/// point numbers, none more than 4096 pixels from another. With the nodes n0, n1, n2 of a column
-/// less the first node, in pixels of the level, bend = n0 - 2 n1 + n2 and the spacing h:
-///   down from n0 the first difference is (n2 - n0) / 2h + bend (1 / 2h^2 - 1 / h),
-///   and the second one bend / h^2;
-/// n0 and both differences are taken across by parabolas through the three columns, and rounded.
+/// One axis of a row of biquadratic patches, column of nodes by column: three nodes n0, n1, n2
+/// below each other, which are places in the full-size picture, 16.16, none of a patch more than
+/// 4096 pixels from another. With the spacing h and bend = n0 - 2 n1 + n2, down from n0
+///   the first difference is (n2 - n0) / 2h + bend (1 / 2h^2 - 1 / h),
+///   and the second one bend / h^2.
+struct NodeColumns
+{
+    static constexpr int kMost = 24;
+
+    alignas(32) std::int32_t first[kMost];  ///< n0
+    alignas(32) float next[kMost];          ///< from n0 to that of the next column
+    alignas(32) float afterNext[kMost];     ///< and of the one after that
+    alignas(32) float slope[kMost];         ///< the first difference
+    alignas(32) float bend[kMost];          ///< the second difference
+};
+
+/// Three columns of nodes. Of n0 and of both differences a parabola is taken across, and rounded.
 struct Patch
 {
-    /// The first node's; those of its row follow. Four can be read where a row has three.
-    const std::int32_t* x;
-    const std::int32_t* y;
-    int line;     ///< nodes from row to row
+    const NodeColumns* x;
+    const NodeColumns* y;
+    int column;   ///< the first of three
     int spacing;  ///< view pixels from node to node, 4 or 8
     int level;    ///< the size that the coordinates are for
 };
+
+/// What the three columns weigh in a pixel of a patch, to get its place in a level.
+struct AcrossWeights
+{
+    alignas(64) float column[3][kTile];
+};
+
+/// Pixels beyond the last column repeat it.
+constexpr AcrossWeights AcrossWeightsOf(int spacing, int level, int lastColumn)
+{
+    AcrossWeights weights{};
+    const float scale = 1.0F / static_cast<float>(1 << level);
+    for (int i = 0; i < 2 * spacing; ++i) {
+        const float s =
+            static_cast<float>(i < lastColumn ? i : lastColumn) / static_cast<float>(spacing);
+        weights.column[0][i] = (s - 1) * (s - 2) * 0.5F * scale;
+        weights.column[1][i] = s * (2 - s) * scale;
+        weights.column[2][i] = s * (s - 1) * 0.5F * scale;
+    }
+    return weights;
+}
+
+/// For whole patches: of spacing 4 and 8, level by level.
+inline constexpr AcrossWeights kAcrossWeights[2][3] = {
+    {AcrossWeightsOf(4, 0, 7), AcrossWeightsOf(4, 1, 7), AcrossWeightsOf(4, 2, 7)},
+    {AcrossWeightsOf(8, 0, 15), AcrossWeightsOf(8, 1, 15), AcrossWeightsOf(8, 2, 15)}};
+
+/// Full-size coordinates to those of a level, whose pixels are means of 2^level across.
+constexpr std::int32_t ToLevel(std::int32_t full, int level)
+{
+    return ((full + 0x8000) >> level) - 0x8000;
+}
 
 /// How far a mesh's patches may be from the mapping, in source pixels.
 constexpr double kPatchError = 0.01;
@@ -95,10 +137,13 @@ struct Kernels
 
     const char* name;
 
+    /// Sets `count` columns, at most kMost, of the nodes that begin here, `line` apart.
+    void (*lookDown)(const std::int32_t* nodes, std::ptrdiff_t line, int count, int spacing,
+                     NodeColumns& out);
     /// Writes the coordinates of the patch's pixels, 2 * spacing rows that are kTile apart in x and
-    /// y, and as many columns, 8 or 16. Columns beyond lastColumn and rows beyond lastRow (>= 0)
-    /// repeat the last one.
-    void (*expand)(const Patch& patch, int columns, int lastColumn, int lastRow, std::int32_t* x,
+    /// y, and as many columns. Columns beyond lastColumn and rows beyond lastRow (>= 0) repeat the
+    /// last one.
+    void (*expand)(const Patch& patch, int lastColumn, int lastRow, std::int32_t* x,
                    std::int32_t* y);
 
     /// Draws a tile all of whose samples lie inside: luma x in 1..width - 4, y in 1..height - 3.

@@ -30,10 +30,14 @@ constexpr int kCompeting = 2048;
 constexpr int kStripTiles = 8;
 constexpr int kStripLine = (kStripTiles * kTile * 4) + 64;
 
-/// Full-size coordinates to those of a level, whose pixels are means of 2^level across.
-std::int32_t ToLevel(std::int32_t full, int level)
+/// The coordinates of a patch that has no neighbours.
+void ExpandAlone(const Kernels& kernels, const PatchNodes& nodes, int level, int lastColumn,
+                 int lastRow, std::int32_t* x, std::int32_t* y)
 {
-    return ((full + 0x8000) >> level) - 0x8000;
+    NodeColumns columns[2];
+    kernels.lookDown(nodes.x, nodes.line, 3, nodes.spacing, columns[0]);
+    kernels.lookDown(nodes.y, nodes.line, 3, nodes.spacing, columns[1]);
+    kernels.expand({&columns[0], &columns[1], 0, nodes.spacing, level}, lastColumn, lastRow, x, y);
 }
 
 /// What there is to interpolate with between the known lines `first` and first + 1 of `known` ones,
@@ -82,7 +86,7 @@ double Area(const Place& from, const Place& across, const Place& down)
 }
 
 /// Whether the patch is where the mapping is; column and row in steps between its nodes.
-bool Near(const Patch& patch, double column, double row, const Place& exact)
+bool Near(const PatchNodes& patch, double column, double row, const Place& exact)
 {
     if (!exact.Known())
         return false;
@@ -93,7 +97,7 @@ bool Near(const Patch& patch, double column, double row, const Place& exact)
 }
 
 /// Whether the nodes are as near to each other as a patch's must be.
-bool WithinReach(const Patch& patch)
+bool WithinReach(const PatchNodes& patch)
 {
     for (const std::int32_t* const nodes : {patch.x, patch.y})
         for (int i = 0; i < 9; ++i) {
@@ -141,15 +145,24 @@ bool Aligned(const std::uint8_t* pixels, std::ptrdiff_t line)
 }
 
 /// The first and the last cache line of rows that are at most some 64 bytes long; what lies between
-/// them in longer ones follows. (Forced inline: calls of what does nothing but this are left out.)
+/// them in longer ones follows. Four rows at a time, up to three too many. (Forced inline: calls of
+/// what does nothing but this are left out.)
 HWY_INLINE void PrefetchRows(const std::uint8_t* first, std::ptrdiff_t line, int bytes, int rows)
 {
-    const std::uint8_t* last = first + bytes - 1;
     const int few = std::min(rows, 4 * kTile);  // sparse samples leave most of more of them unread
-    for (int row = 0; row < few; ++row, first += line, last += line) {
-        hwy::Prefetch(first);
-        hwy::Prefetch(last);
-    }
+    const auto prefetch = [line, few](const std::uint8_t* at) {
+        for (int row = 0; row < few; row += 4, at += 4 * line) {
+            hwy::Prefetch(at);
+            hwy::Prefetch(at + line);
+            hwy::Prefetch(at + 2 * line);
+            hwy::Prefetch(at + 3 * line);
+        }
+    };
+    prefetch(first);
+    // Where lines are multiples of 64 bytes, all rows reach into the next cache line or none does.
+    if (line % 64 != 0 ||
+        static_cast<int>(reinterpret_cast<std::uintptr_t>(first) % 64) + bytes > 64)
+        prefetch(first + bytes - 1);
 }
 
 }  // namespace
@@ -240,8 +253,8 @@ void Mesh::MapNodes(RowMapping mapping)
     for (Scratch& scratch : m_scratch)
         scratch.resize(m_nodeColumns);
     const std::size_t nodes = static_cast<std::size_t>(m_nodeRows) * m_nodeColumns;
-    m_nodeX.resize(nodes + 1);  // one more for Patch
-    m_nodeY.resize(nodes + 1);
+    m_nodeX.resize(nodes);
+    m_nodeY.resize(nodes);
     for (int row = 0; row < m_nodeRows; row += kPost)
         MapNodeRow(mapping, row);
     if (const int last = m_nodeRows - 1; last % kPost != 0)
@@ -380,18 +393,13 @@ bool Mesh::Smooth(int tileColumn) const
             down[0] | down[1] | down[2]) == 0;
 }
 
-Patch Mesh::PatchOf(const Tile& tile, int part) const
+PatchNodes Mesh::NodesOf(const Tile& tile, int part) const
 {
     if (tile.shape == Shape::Patch)
-        return {&m_nodeX[tile.index], &m_nodeY[tile.index], m_nodeColumns, kNodeSpacing,
-                tile.level};
-    return PatchOf(m_quads[tile.index], part, tile.level);
-}
-
-Patch Mesh::PatchOf(const Quad& quad, int part, int level)
-{
+        return {&m_nodeX[tile.index], &m_nodeY[tile.index], m_nodeColumns, kNodeSpacing};
+    const Quad& quad = m_quads[tile.index];
     const int first = part / 2 * 10 + part % 2 * 2;
-    return {quad.x + first, quad.y + first, 5, 4, level};
+    return {quad.x + first, quad.y + first, 5, 4};
 }
 
 void Mesh::AddTile(int tileColumn, int tileRow, RowMapping mapping)
@@ -437,12 +445,13 @@ bool Mesh::AddPatch(Tile& tile, const Bounds& bounds, int tileColumn, int tileRo
     tile.index = first;
     tile.clamped = !PatchInside(bounds, tile.level);
     return Smooth(tileColumn) ||
-           NearEverywhere(PatchOf(tile, 0), tileColumn * kTile, tileRow * kTile, mapping) ||
+           NearEverywhere(NodesOf(tile, 0), tileColumn * kTile, tileRow * kTile, mapping) ||
            AddQuad(tile, tileColumn, tileRow, mapping);
 }
 
 /// Whether a patch, whose first pixel this is, is where the mapping is half-way between its nodes.
-bool Mesh::NearEverywhere(const Patch& patch, double column, double row, RowMapping mapping) const
+bool Mesh::NearEverywhere(const PatchNodes& patch, double column, double row,
+                          RowMapping mapping) const
 {
     const double fractions[2] = {Fraction(column + 0.5 * patch.spacing),
                                  Fraction(column + 1.5 * patch.spacing)};
@@ -489,7 +498,7 @@ bool Mesh::AddQuad(Tile& tile, int tileColumn, int tileRow, RowMapping mapping)
     for (int part = 0; part < 4; ++part)
         for (int i = 0; i < 5; ++i)
             for (int j = 0; j < 5; ++j)
-                if (!Near(PatchOf(tile, part), j / 2.0, i / 2.0,
+                if (!Near(NodesOf(tile, part), j / 2.0, i / 2.0,
                           exact[part / 2 * 4 + i][part % 2 * 4 + j])) {
                     m_quads.pop_back();
                     return false;
@@ -560,14 +569,14 @@ private:
     {
         part.tried = true;
         const int first = row * 5 + column;
-        const Patch patch = {m_nodes.x + first, m_nodes.y + first, 5, 4, 0};
+        const PatchNodes patch = {m_nodes.x + first, m_nodes.y + first, 5, 4};
         for (int i = 0; i < 9; ++i)
             if (patch.x[i / 3 * 5 + i % 3] == Place::kUnknown)
                 return;
         part.near = WithinReach(patch) &&
                     m_mesh.NearEverywhere(patch, m_left + 4 * column, m_top + 4 * row, m_mapping);
         if (part.near)
-            BestKernels().expand(patch, 8, 7, 7, part.places.x, part.places.y);
+            ExpandAlone(BestKernels(), patch, 0, 7, 7, part.places.x, part.places.y);
     }
 
     const Mesh& m_mesh;
@@ -671,17 +680,15 @@ Mesh::Census Mesh::Count() const
     return census;
 }
 
-void Mesh::Expand(const Kernels& kernels, const Tile& tile, int columns, int rows,
-                  TileCoordinates& out) const
+void Mesh::ExpandQuad(const Kernels& kernels, const Tile& tile, int columns, int rows,
+                      TileCoordinates& out) const
 {
-    if (tile.shape == Shape::Patch)
-        return kernels.expand(PatchOf(tile, 0), kTile, columns - 1, rows - 1, out.x, out.y);
     for (int part = 0; part < 4; ++part) {
         const int column = part % 2 * 8;
         const int row = part / 2 * 8;
         const int at = row * kTile + column;
-        kernels.expand(PatchOf(tile, part), 8, std::max(columns - 1 - column, 0),
-                       std::max(rows - 1 - row, 0), out.x + at, out.y + at);
+        ExpandAlone(kernels, NodesOf(tile, part), tile.level, std::max(columns - 1 - column, 0),
+                    std::max(rows - 1 - row, 0), out.x + at, out.y + at);
     }
 }
 
@@ -701,15 +708,17 @@ HWY_INLINE void Mesh::Prefetch(const Level* levels, const Tile& tile)
 }
 
 void Mesh::DrawTile(const Kernels& kernels, const Level* levels, const ColourTerms& terms,
-                    const Tile& tile, int columns, int rows, std::uint8_t* pixels,
-                    std::ptrdiff_t line, bool stream) const
+                    const Tile& tile, const Patch& patch, int columns, int rows,
+                    std::uint8_t* pixels, std::ptrdiff_t line, bool stream) const
 {
     if (tile.shape == Shape::Black)
         return FillBlack(pixels, line, columns, rows);
     const bool listed = tile.shape == Shape::Pixels;
     TileCoordinates expanded;
-    if (!listed)
-        Expand(kernels, tile, columns, rows, expanded);
+    if (tile.shape == Shape::Patch)
+        kernels.expand(patch, columns - 1, rows - 1, expanded.x, expanded.y);
+    else if (tile.shape == Shape::Quad)
+        ExpandQuad(kernels, tile, columns, rows, expanded);
     const TileCoordinates& coordinates = listed ? m_pixels[tile.index].coordinates : expanded;
     const bool complete = !listed || m_pixels[tile.index].complete;
     const auto sample = tile.clamped ? kernels.sampleAnywhere : kernels.sampleInside;
@@ -740,12 +749,19 @@ void Mesh::DrawBand(const Kernels& kernels, const Level* levels, const ColourTer
             pixels + std::ptrdiff_t{band} * kTile * line + std::ptrdiff_t{i} * kTile * 4;
         const Tile* const tiles = &m_tiles[static_cast<std::size_t>(band) * m_tileColumns + i];
         const bool through = collect && columns % kTile == 0;
+        const std::size_t node = (std::size_t{2} * band * m_nodeColumns) + 2 * i;
+        const int nodes = (columns + kTile - 1) / kTile * 2 + 1;
+        NodeColumns x, y;
+        kernels.lookDown(&m_nodeX[node], m_nodeColumns, nodes, kNodeSpacing, x);
+        kernels.lookDown(&m_nodeY[node], m_nodeColumns, nodes, kNodeSpacing, y);
         for (int j = 0; j < columns; j += kTile) {
+            const Tile& tile = tiles[j / kTile];
             if (i + j / kTile + 1 < m_tileColumns)
                 Prefetch(levels, tiles[j / kTile + 1]);
-            DrawTile(kernels, levels, terms, tiles[j / kTile], std::min(kTile, columns - j), rows,
-                     (through ? strip : out) + std::ptrdiff_t{j} * 4, through ? kStripLine : line,
-                     stream && !through);
+            DrawTile(
+                kernels, levels, terms, tile, {&x, &y, j / kNodeSpacing, kNodeSpacing, tile.level},
+                std::min(kTile, columns - j), rows, (through ? strip : out) + std::ptrdiff_t{j} * 4,
+                through ? kStripLine : line, stream && !through);
         }
         if (through)
             kernels.streamRows(strip, kStripLine, columns * 4, rows, out, line);
@@ -771,8 +787,11 @@ std::optional<SourcePoint> Mesh::At(int column, int row) const
     const bool listed = tile.shape == Shape::Pixels;
     if (listed && !(m_pixels[tile.index].inside[i] >> j & 1))
         return std::nullopt;
-    if (!listed)
-        Expand(ReferenceKernels(), tile, kTile, kTile, expanded);
+    if (tile.shape == Shape::Patch)
+        ExpandAlone(ReferenceKernels(), NodesOf(tile, 0), tile.level, kTile - 1, kTile - 1,
+                    expanded.x, expanded.y);
+    else if (tile.shape == Shape::Quad)
+        ExpandQuad(ReferenceKernels(), tile, kTile, kTile, expanded);
     const TileCoordinates& coordinates = listed ? m_pixels[tile.index].coordinates : expanded;
     const auto full = [&](std::int32_t coordinate) {
         return std::ldexp(coordinate / 65536.0 + 0.5, tile.level) - 0.5;

@@ -28,6 +28,15 @@ struct Place
     std::int32_t x, y;  ///< both kUnknown outside the picture
 };
 
+/// 3 x 3 nodes of a patch, places in the source picture.
+struct PatchNodes
+{
+    const std::int32_t* x;  ///< the first one's; those of its row follow
+    const std::int32_t* y;
+    int line;     ///< nodes from row to row
+    int spacing;  ///< view pixels from node to node, 4 or 8
+};
+
 /// Where the pixels of a view come from: nodes every 8 pixels and biquadratic patches between them;
 /// where these are not within a hundredth of a source pixel of the mapping, patches of half the
 /// size; and where that is not enough, or the picture ends within a tile, the position of every
@@ -145,7 +154,7 @@ private:
     /// Nodes 4 view pixels apart: four patches of half the size.
     struct Quad
     {
-        std::int32_t x[5 * 5 + 1], y[5 * 5 + 1];  // the last one for Patch
+        std::int32_t x[5 * 5], y[5 * 5];
     };
 
     class Lattice;
@@ -179,21 +188,21 @@ private:
                 Place* out) const;
     void LookAtNodes(int tileRow);
     bool Smooth(int tileColumn) const;
-    Patch PatchOf(const Tile& tile, int part) const;
-    static Patch PatchOf(const Quad& quad, int part, int level);
+    PatchNodes NodesOf(const Tile& tile, int part) const;
     void AddTile(int tileColumn, int tileRow, RowMapping mapping);
     bool AddPatch(Tile& tile, const Bounds& bounds, int tileColumn, int tileRow,
                   RowMapping mapping);
-    bool NearEverywhere(const Patch& patch, double column, double row, RowMapping mapping) const;
+    bool NearEverywhere(const PatchNodes& patch, double column, double row,
+                        RowMapping mapping) const;
     void MapPixels(RowMapping mapping, int tileColumn, int tileRow, int columns, int rows,
                    Place (&out)[kTile][kTile]) const;
     bool AddQuad(Tile& tile, int tileColumn, int tileRow, RowMapping mapping);
     void AddPixels(Tile& tile, int tileColumn, int tileRow, RowMapping mapping);
-    void Expand(const Kernels& kernels, const Tile& tile, int columns, int rows,
-                TileCoordinates& out) const;
+    void ExpandQuad(const Kernels& kernels, const Tile& tile, int columns, int rows,
+                    TileCoordinates& out) const;
     static void Prefetch(const Level* levels, const Tile& tile);
     void DrawTile(const Kernels& kernels, const Level* levels, const ColourTerms& terms,
-                  const Tile& tile, int columns, int rows, std::uint8_t* pixels,
+                  const Tile& tile, const Patch& patch, int columns, int rows, std::uint8_t* pixels,
                   std::ptrdiff_t line, bool stream) const;
 
     int m_width = 0;

@@ -116,3 +116,24 @@ void FindBounds(const std::int32_t* nodes, std::ptrdiff_t line, std::int32_t* __
         most[i] = std::max(a, std::max(b, c));
     }
 }
+
+void LookDown(const std::int32_t* nodes, std::ptrdiff_t line, int count, int spacing,
+              NodeColumns& out)
+{
+    const float step = 1.0F / static_cast<float>(spacing);
+    const float slopeOfFall = 0.5F * step;
+    const float slopeOfBend = step * (0.5F * step - 1);
+    const float bendOfBend = step * step;
+    for (int i = 0; i < count; ++i) {
+        const std::int32_t a = nodes[i], b = nodes[i + line], c = nodes[i + 2 * line];
+        const auto fall = static_cast<float>(Less(c, a));
+        const auto bend = static_cast<float>(Bend(a, b, c));
+        out.first[i] = a;
+        out.slope[i] = fall * slopeOfFall + bend * slopeOfBend;
+        out.bend[i] = bend * bendOfBend;
+    }
+    for (int i = 0; i + 2 < count; ++i) {
+        out.next[i] = static_cast<float>(Less(nodes[i + 1], nodes[i]));
+        out.afterNext[i] = static_cast<float>(Less(nodes[i + 2], nodes[i]));
+    }
+}

@@ -21,47 +21,35 @@ std::int32_t WrappingAdd(std::int32_t a, std::int32_t b)
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
 }
 
-void ExpandAxis(const Patch& patch, const std::int32_t* nodes, int columns, int lastColumn,
+void ExpandAxis(const NodeColumns& columns, const Patch& patch, const AcrossWeights& weights,
                 int lastRow, std::int32_t* out)
 {
-    const float step = 1.0F / static_cast<float>(patch.spacing);
-    const float scale = 1.0F / static_cast<float>(1 << patch.level);
-    const std::int32_t start = ((nodes[0] + 0x8000) >> patch.level) - 0x8000;
-    float down[3][3];  // for each column of nodes: value, first difference, second difference
-    for (int column = 0; column < 3; ++column) {
-        float n[3];
-        for (int row = 0; row < 3; ++row)
-            n[row] = static_cast<float>(nodes[row * patch.line + column] - nodes[0]) * scale;
-        const float bend = (n[0] - (n[1] + n[1])) + n[2];
-        down[0][column] = n[0];
-        down[1][column] = (n[2] - n[0]) * (0.5F * step) + bend * (step * (0.5F * step - 1));
-        down[2][column] = bend * (step * step);
-    }
-    for (int i = 0; i < columns; ++i) {
-        const float s = static_cast<float>(std::min(i, lastColumn)) * step;
-        const float a = (s - 1) * (s - 2) * 0.5F;
-        const float b = s * (2 - s);
-        const float c = s * (s - 1) * 0.5F;
-        std::int32_t difference[3];
-        for (int order = 0; order < 3; ++order)
-            difference[order] =
-                Rounded(down[order][0] * a + down[order][1] * b + down[order][2] * c);
-        difference[0] = WrappingAdd(start, difference[0]);
+    const int at = patch.column;
+    const auto across = [&](const float* of, int i) {
+        return Rounded(of[at] * weights.column[0][i] + of[at + 1] * weights.column[1][i] +
+                       of[at + 2] * weights.column[2][i]);
+    };
+    for (int i = 0; i < 2 * patch.spacing; ++i) {
+        std::int32_t value = WrappingAdd(ToLevel(columns.first[at], patch.level),
+                                         Rounded(columns.next[at] * weights.column[1][i] +
+                                                 columns.afterNext[at] * weights.column[2][i]));
+        std::int32_t slope = across(columns.slope, i);
+        const std::int32_t bend = across(columns.bend, i);
         for (int row = 0; row < 2 * patch.spacing; ++row) {
-            out[row * kTile + i] = difference[0];
+            out[row * kTile + i] = value;
             if (row >= lastRow)
                 continue;
-            difference[0] = WrappingAdd(difference[0], difference[1]);
-            difference[1] = WrappingAdd(difference[1], difference[2]);
+            value = WrappingAdd(value, slope);
+            slope = WrappingAdd(slope, bend);
         }
     }
 }
 
-void Expand(const Patch& patch, int columns, int lastColumn, int lastRow, std::int32_t* x,
-            std::int32_t* y)
+void Expand(const Patch& patch, int lastColumn, int lastRow, std::int32_t* x, std::int32_t* y)
 {
-    ExpandAxis(patch, patch.x, columns, lastColumn, lastRow, x);
-    ExpandAxis(patch, patch.y, columns, lastColumn, lastRow, y);
+    const AcrossWeights weights = AcrossWeightsOf(patch.spacing, patch.level, lastColumn);
+    ExpandAxis(*patch.x, patch, weights, lastRow, x);
+    ExpandAxis(*patch.y, patch, weights, lastRow, y);
 }
 
 /// A coordinate between two samples: the first of them, and 16 bits of fraction.
@@ -238,9 +226,10 @@ ColourTerms ColourTermsOf(ColourMatrix matrix, bool fullRange)
 
 const Kernels& ReferenceKernels()
 {
-    static constexpr Kernels kernels = {
-        "reference", Expand,      SampleAnywhere, SampleAnywhere, StreamRows, HalveLuma, HalvePairs,
-        JoinPairs,   HalveChroma, Halfway,        MarkRough,      FindBounds, Interleave};
+    static constexpr Kernels kernels = {"reference",    LookDown,    Expand,    SampleAnywhere,
+                                        SampleAnywhere, StreamRows,  HalveLuma, HalvePairs,
+                                        JoinPairs,      HalveChroma, Halfway,   MarkRough,
+                                        FindBounds,     Interleave};
     return kernels;
 }
 

@@ -135,14 +135,20 @@ TEST_P(EveryKernel, ExpandsPatchesLikeTheReference)
                 for (std::int32_t& node : row)
                     node = base + static_cast<std::int32_t>(random() % spread);
         }
-        const int spacing = round % 3 == 0 ? 4 : 8;
-        const Patch patch{nodes[0][0], nodes[1][0], 5, spacing, round % 3};
+        const int spacing = round % 2 == 0 ? 4 : 8;
         const int last = static_cast<int>(random() % 16);
-        TileCoordinates expected{};
-        TileCoordinates expanded{};
-        ReferenceKernels().expand(patch, 2 * spacing, last, last, expected.x, expected.y);
-        GetParam()->expand(patch, 2 * spacing, last, last, expanded.x, expanded.y);
-        ASSERT_EQ(std::memcmp(&expected, &expanded, sizeof(expected)), 0) << round;
+        TileCoordinates expanded[2][2]{};
+        int table = 0;
+        for (const Kernels* const kernels : {&ReferenceKernels(), GetParam()}) {
+            NodeColumns columns[2];
+            kernels->lookDown(nodes[0][0], 5, 5, spacing, columns[0]);
+            kernels->lookDown(nodes[1][0], 5, 5, spacing, columns[1]);
+            for (int i = 0; i < 2; ++i)
+                kernels->expand({&columns[0], &columns[1], 2 * i, spacing, round % 3}, last, last,
+                                expanded[table][i].x, expanded[table][i].y);
+            ++table;
+        }
+        ASSERT_EQ(std::memcmp(expanded[0], expanded[1], sizeof(expanded[0])), 0) << round;
     }
 }
 
