@@ -3,6 +3,8 @@
 #include <limits>
 #include <vector>
 
+#include "optics/Projection.h"
+
 namespace optics {
 namespace {
 
@@ -262,35 +264,14 @@ std::optional<Point> Lens::Project(const Vec3& stDirection) const
     return st;
 }
 
-// Works on t = tan(theta / 2), which is rational in the direction and its length: three of the
-// models then need no trigonometry at all, and this is called for every node of every mesh. Step by
-// step for a batch, because roots, quotients and arcs of one direction wait for each other.
 void Lens::Project(const Vec3* pstDirections, int iCount, Point* pstOut) const
 {
-    constexpr int CONST_BATCH = 32;
-    constexpr double dNan = std::numeric_limits<double>::quiet_NaN();
-    double adSide[CONST_BATCH];
-    double adHalfTangent[CONST_BATCH];
-    double adMapped[CONST_BATCH];
-    for (int iDone = 0; iDone < iCount; iDone += CONST_BATCH) {
-        const Vec3* const pst = pstDirections + iDone;
-        const int iBatch = std::min(iCount - iDone, CONST_BATCH);
-        for (int i = 0; i < iBatch; ++i) {
-            const double dSideSquare = pst[i].x * pst[i].x + pst[i].y * pst[i].y;
-            adSide[i] = std::sqrt(dSideSquare);
-            adHalfTangent[i] =
-                adSide[i] / (std::sqrt(dSideSquare + pst[i].z * pst[i].z) + pst[i].z);
-        }
-        for (int i = 0; i < iBatch; ++i)
-            adMapped[i] = MapOfHalfTangent(std::min(adHalfTangent[i], m_dMaxHalfTangent));
-        for (int i = 0; i < iBatch; ++i) {
-            const bool blSeen = adHalfTangent[i] <= m_dMaxHalfTangent * (1.0 + CONST_END_TOLERANCE);
-            const double dScale = adSide[i] > 0.0 ? m_dFocal * adMapped[i] / adSide[i] : 0.0;
-            pstOut[iDone + i] = blSeen ? Point{m_stCentre.x + dScale * pst[i].x,
-                                               m_stCentre.y + dScale * m_dAspect * pst[i].y}
-                                       : Point{dNan, dNan};
-        }
-    }
+    const auto table = [](const Lens& lens, double* pdTheta, int iAngles) {
+        for (int i = 0; i < iAngles; ++i)
+            pdTheta[i] = lens.TableValue(pdTheta[i]);
+    };
+    ProjectAll(*this, {m_eModel, m_dMaxHalfTangent, m_adK, table, m_dFocal, m_dAspect, m_stCentre},
+               pstDirections, iCount, pstOut);
 }
 
 std::optional<Vec3> Lens::Unproject(const Point& stPixel) const
@@ -343,20 +324,6 @@ double Lens::Map(double dTheta) const
         return TableValue(dTheta);
     default:
         return dTheta;
-    }
-}
-
-double Lens::MapOfHalfTangent(double t) const
-{
-    switch (m_eModel) {
-    case LensModel::Stereographic:
-        return 2.0 * t;
-    case LensModel::EquisolidAngle:
-        return 2.0 * t / std::sqrt(1.0 + t * t);
-    case LensModel::Orthographic:
-        return 2.0 * t / (1.0 + t * t);
-    default:
-        return Map(2.0 * std::atan(t));
     }
 }
 

@@ -73,8 +73,8 @@ public:
     /// pixel may lie outside the picture, whose size the lens does not know.
     std::optional<Point> Project(const Vec3& stDirection) const;
 
-    /// The same for many directions at once, which takes half the time of each on its own; not a
-    /// number where there is no pixel.
+    /// The same for many directions at once, which takes a fraction of the time; not a number where
+    /// there is no pixel.
     void Project(const Vec3* pstDirections, int iCount, Point* pstOut) const;
 
     /// The direction of a pixel, of unit length; nothing beyond the end of the map.
@@ -104,7 +104,6 @@ private:
     /// The model itself, in units of m_dFocal, on 0..m_dMaxTheta.
     double Map(double dTheta) const;
     double MapInverse(double dMapped) const;
-    double MapOfHalfTangent(double t) const;
     double Polynomial(double dTheta) const;
     double PolynomialInverse(double dMapped) const;
     double TableValue(double dTheta) const;
