@@ -42,6 +42,23 @@ double FiniteOr(double dValue, double dDefault)
     return std::isfinite(dValue) ? dValue : dDefault;
 }
 
+/// Sine and cosine of an angle that stays the same for a row of points.
+struct CircularOf
+{
+    void Set(double dNewRad)
+    {
+        if (dNewRad == dRad)
+            return;
+        dRad = dNewRad;
+        dSin = std::sin(dRad);
+        dCos = std::cos(dRad);
+    }
+
+    double dRad = 0.0;
+    double dSin = 0.0;
+    double dCos = 1.0;
+};
+
 Point LatFraction(const Vec3& stDirection)
 {
     const double dLongitude = std::atan2(stDirection.x, stDirection.z);
@@ -118,31 +135,32 @@ std::optional<Vec3> View::Direction(const Point& stFraction) const
     if (!std::isfinite(stFraction.x) || !std::isfinite(stFraction.y))
         return std::nullopt;
     Vec3 stDirection;
-    Directions(&stFraction.x, stFraction.y, 1, &stDirection);
+    Directions(&stFraction.x, &stFraction.y, 1, &stDirection);
     if (std::isnan(stDirection.x))
         return std::nullopt;
     return Normalised(stDirection);
 }
 
-void View::Directions(const double* pdX, double dY, int iCount, Vec3* pstOut) const
+void View::Directions(const double* pdX, const double* pdY, int iCount, Vec3* pstOut) const
 {
     switch (m_stParameters.eKind) {
     case ViewKind::PanTiltZoom: {
-        const Vec3 stMiddle = m_stForward + m_stUp * ((1.0 - 2.0 * dY) * m_dHalfHeight);
         for (int i = 0; i < iCount; ++i)
-            pstOut[i] = stMiddle + m_stRight * ((2.0 * pdX[i] - 1.0) * m_dHalfWidth);
+            pstOut[i] = m_stForward + m_stUp * ((1.0 - 2.0 * pdY[i]) * m_dHalfHeight) +
+                        m_stRight * ((2.0 * pdX[i] - 1.0) * m_dHalfWidth);
         return;
     }
     case ViewKind::Half:
     case ViewKind::Panorama:
-        return RoundTheAxis(pdX, dY, iCount, pstOut);
+        return RoundTheAxis(pdX, pdY, iCount, pstOut);
     case ViewKind::Lat: {
         // Longitude and latitude about the picture's vertical axis.
-        const double dLatitude = PI * (0.5 - dY);
+        CircularOf latitude;
         for (int i = 0; i < iCount; ++i) {
+            latitude.Set(PI * (0.5 - pdY[i]));
             const double dLongitude = PI * (pdX[i] - 0.5);
-            pstOut[i] = {std::cos(dLatitude) * std::sin(dLongitude), -std::sin(dLatitude),
-                         std::cos(dLatitude) * std::cos(dLongitude)};
+            pstOut[i] = {latitude.dCos * std::sin(dLongitude), -latitude.dSin,
+                         latitude.dCos * std::cos(dLongitude)};
         }
         return;
     }
@@ -151,7 +169,7 @@ void View::Directions(const double* pdX, double dY, int iCount, Vec3* pstOut) co
     }
     for (int i = 0; i < iCount; ++i) {
         constexpr double dNan = std::numeric_limits<double>::quiet_NaN();
-        const Point stFraction = {pdX[i], dY};
+        const Point stFraction = {pdX[i], pdY[i]};
         pstOut[i] = InCircle(stFraction) ? FisheyeDirection(stFraction) : Vec3{dNan, dNan, dNan};
     }
 }
@@ -180,14 +198,14 @@ Point View::FractionUnbounded(const Vec3& stDirection) const
     return FisheyeFraction(stDirection);
 }
 
-void View::RoundTheAxis(const double* pdX, double dY, int iCount, Vec3* pstOut) const
+void View::RoundTheAxis(const double* pdX, const double* pdY, int iCount, Vec3* pstOut) const
 {
     const double dAngle = RadFromDeg(m_stParameters.dAngleDeg);
     if (IsCylinder()) {
         // About the vertical: verticals stay straight, which is how a wall camera is watched.
         for (int i = 0; i < iCount; ++i) {
             const double dAzimuth = PI * (pdX[i] - 0.5) - dAngle;
-            pstOut[i] = {std::sin(dAzimuth), 2.0 * dY - 1.0, std::cos(dAzimuth)};
+            pstOut[i] = {std::sin(dAzimuth), 2.0 * pdY[i] - 1.0, std::cos(dAzimuth)};
         }
         return;
     }
@@ -195,13 +213,12 @@ void View::RoundTheAxis(const double* pdX, double dY, int iCount, Vec3* pstOut) 
     // lowers the bearing; from the floor it raises it.
     const double dHalfSpan = m_stParameters.eKind == ViewKind::Panorama ? PI : PI / 2.0;
     const bool blFloor = m_stParameters.eMount == Mount::Floor;
-    const double dTheta = PI / 2.0 * (blFloor ? dY : 1.0 - dY);
-    const double dSin = std::sin(dTheta);
-    const double dCos = std::cos(dTheta);
+    CircularOf theta;
     for (int i = 0; i < iCount; ++i) {
+        theta.Set(PI / 2.0 * (blFloor ? pdY[i] : 1.0 - pdY[i]));
         const double dFromLeft = dHalfSpan * (1.0 - 2.0 * pdX[i]) + dAngle;
         const double dBearing = blFloor ? -dFromLeft : dFromLeft;
-        pstOut[i] = {dSin * std::sin(dBearing), dSin * std::cos(dBearing), dCos};
+        pstOut[i] = {theta.dSin * std::sin(dBearing), theta.dSin * std::cos(dBearing), theta.dCos};
     }
 }
 

@@ -62,9 +62,9 @@ public:
     /// beyond 0..1 go on as the formulas do.
     std::optional<Vec3> Direction(const Point& stFraction) const;
 
-    /// The same for a row of fractions (pdX[i], dY), which must be finite: directions of any length
-    /// but zero, not a number where the view itself is black.
-    void Directions(const double* pdX, double dY, int iCount, Vec3* pstOut) const;
+    /// The same for many fractions (pdX[i], pdY[i]), which must be finite: directions of any length
+    /// but zero, not a number where the view itself is black. Quickest row by row.
+    void Directions(const double* pdX, const double* pdY, int iCount, Vec3* pstOut) const;
 
     /// The fraction, 0..1 each way, at which a direction of any length but zero is shown; nothing
     /// where the view does not show it. A rounding error of 1e-9 beyond the border still counts,
@@ -82,7 +82,7 @@ public:
 
 private:
     void AimPanTiltZoom();
-    void RoundTheAxis(const double* pdX, double dY, int iCount, Vec3* pstOut) const;
+    void RoundTheAxis(const double* pdX, const double* pdY, int iCount, Vec3* pstOut) const;
     Point FractionRoundTheAxis(const Vec3& stDirection) const;
     Point FractionOnCylinder(const Vec3& stDirection) const;
     Point FractionInPerspective(const Vec3& stDirection) const;

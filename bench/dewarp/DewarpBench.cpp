@@ -103,10 +103,9 @@ public:
         const int size = m_picture.Get().width;
         const ViewSettings& settings = m_viewSettings[i];
         const ViewMapping mapping(settings, size);
-        m_meshes[i].BuildRows(settings.width, settings.height, size, size,
-                              [&](const double* x, double y, int count, SourcePoint* out) {
-                                  mapping.MapRow(x, y, count, out);
-                              });
+        m_meshes[i].BuildInBatches(settings.width, settings.height, size, size,
+                                   [&](const double* x, const double* y, int count,
+                                       SourcePoint* out) { mapping.Map(x, y, count, out); });
     }
 
     void Pan(double degrees)

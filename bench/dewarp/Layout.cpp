@@ -35,29 +35,26 @@ ViewMapping::ViewMapping(const ViewSettings& settings, int size)
       m_cosPitch(std::cos(settings.pitch * kPi / 180))
 {}
 
-void ViewMapping::MapRow(const double* x, double y, int count, SourcePoint* out) const
+void ViewMapping::Map(const double* x, const double* y, int count, SourcePoint* out) const
 {
     if (m_settings.kind == Kind::Circle) {
         for (int i = 0; i < count; ++i) {
             const double u = 2 * x[i] - 1;
-            const double v = 2 * y - 1;
-            out[i] = u * u + v * v <= 1 ? SourcePoint{x[i] * m_size - 0.5, y * m_size - 0.5}
+            const double v = 2 * y[i] - 1;
+            out[i] = u * u + v * v <= 1 ? SourcePoint{x[i] * m_size - 0.5, y[i] * m_size - 0.5}
                                         : Mesh::Nowhere();
         }
         return;
     }
     if (m_settings.kind == Kind::Panorama) {
-        const double radius = kPi / 2 * (1 - y) * m_perRadian;
         for (int i = 0; i < count; ++i) {
+            const double radius = kPi / 2 * (1 - y[i]) * m_perRadian;
             const double bearing = kPi * (1 - 2 * x[i]);
             out[i] = {m_centre + radius * std::sin(bearing), m_centre + radius * std::cos(bearing)};
         }
         return;
     }
     const double half = 1.0 / std::min(m_settings.width, m_settings.height);
-    const double down = (2 * y - 1) * m_settings.height * half;
-    const double py = down * m_cosPitch - m_sinPitch;
-    const double pz = m_cosPitch + down * m_sinPitch;
     constexpr int batch = 64;
     for (int done = 0; done < count; done += batch) {
         const int points = std::min(count - done, batch);
@@ -65,6 +62,9 @@ void ViewMapping::MapRow(const double* x, double y, int count, SourcePoint* out)
         optics::Point pixels[batch];
         for (int i = 0; i < points; ++i) {
             const double right = (2 * x[done + i] - 1) * m_settings.width * half;
+            const double down = (2 * y[done + i] - 1) * m_settings.height * half;
+            const double py = down * m_cosPitch - m_sinPitch;
+            const double pz = m_cosPitch + down * m_sinPitch;
             directions[i] = {right * m_cosYaw + pz * m_sinYaw, py,
                              pz * m_cosYaw - right * m_sinYaw};
         }

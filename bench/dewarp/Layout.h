@@ -32,8 +32,8 @@ class ViewMapping
 public:
     ViewMapping(const ViewSettings& settings, int size);
 
-    /// Source positions of a row of fractions, as Mesh::RowMapping.
-    void MapRow(const double* x, double y, int count, SourcePoint* out) const;
+    /// Source positions of any number of fractions, as Mesh::BatchMapping.
+    void Map(const double* x, const double* y, int count, SourcePoint* out) const;
 
 private:
     ViewSettings m_settings;

@@ -20,12 +20,14 @@ Maps MapsOf(const ViewSettings& view, int size, int width, int height, int scale
 {
     cv::Mat x(height, width, CV_32FC1), y(height, width, CV_32FC1);
     std::vector<double> fractions(width);
+    std::vector<double> down(width);
     std::vector<SourcePoint> points(width);
     for (int i = 0; i < width; ++i)
         fractions[i] = (i + 0.5) / width;
     const ViewMapping mapping(view, size);
     for (int row = 0; row < height; ++row) {
-        mapping.MapRow(fractions.data(), (row + 0.5) / height, width, points.data());
+        down.assign(width, (row + 0.5) / height);
+        mapping.Map(fractions.data(), down.data(), width, points.data());
         for (int i = 0; i < width; ++i) {
             const bool known = !std::isnan(points[i].x);
             const auto place = [&](double p) {

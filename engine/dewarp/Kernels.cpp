@@ -581,7 +581,7 @@ HWY_INLINE void ExpandAxis(const NodeColumns& columns, const Patch& patch,
         auto slope = across(columns.slope);
         const auto bend = across(columns.bend);
         const auto step = [&](int row) HWY_ATTR {
-            hn::Store(value, d, out + row * kTile);
+            hn::StoreU(value, d, out + row * kTile);
             value = hn::Add(value, slope);
             slope = hn::Add(slope, bend);
         };
@@ -596,7 +596,7 @@ HWY_INLINE void ExpandAxis(const NodeColumns& columns, const Patch& patch,
             for (int row = 0; row < lastRow; ++row)
                 step(row);
             for (int row = lastRow; row < Size; ++row)
-                hn::Store(value, d, out + row * kTile);
+                hn::StoreU(value, d, out + row * kTile);
         }
     }
 }
@@ -741,7 +741,8 @@ constexpr Kernels TableOf(const char* name)
             HalveChroma,
             Halfway,
             MarkRough,
-            FindBounds,
+            FindExtents,
+            Choose,
             Interleave};
 }
 

@@ -114,6 +114,59 @@ struct HalfwayLines
     bool behind;  ///< one more behind
 };
 
+// Source pixels per view pixel, squared, from which a smaller size is taken. Bilinear samples of
+// half the size average about four by four pixels: from here on that is nearer to the mean of the
+// view's pixel than two by two of the full size, below it only softens.
+constexpr float kHalfFrom = 2.8F * 2.8F;
+constexpr float kQuarterFrom = 4.8F * 4.8F;
+/// Between the nodes of a patch: 4096 pixels.
+constexpr std::int32_t kLargestPatch = 1 << 28;
+
+/// Places, 16.16, of the tiles of a row: the least and the greatest of each, and after these its
+/// size.
+struct TileExtents
+{
+    std::int32_t *leastX, *leastY, *mostX, *mostY;
+    float* areas;  ///< source pixels per view pixel
+};
+
+/// Where each size may be sampled without looking at the picture's border, in full-size places.
+struct TileLimits
+{
+    std::int32_t leastX[3], leastY[3], mostX[3], mostY[3];
+    int highestLevel;
+};
+
+/// Pixels of a level that a tile is drawn from, more or less: what to have in the cache. The lower
+/// halves are x, the upper ones y.
+struct TileBox
+{
+    std::int32_t leftTop, rightBottom;
+};
+
+constexpr TileBox BoxOf(std::int32_t left, std::int32_t top, std::int32_t right,
+                        std::int32_t bottom, int level)
+{
+    const auto both = [level](std::int32_t x, std::int32_t y) {
+        const auto at = [level](std::int32_t full) {
+            return (level == 0 ? full : level == 1 ? full >> 1 : full >> 2) >> 16;
+        };
+        return (at(x) & 0xFFFF) | at(y) * 65536;
+    };
+    return {both(left, top), both(right, bottom)};
+}
+
+/// What patches of a row of tiles are drawn from.
+struct TileChoices
+{
+    static constexpr std::int32_t kLevel = 3;
+    static constexpr std::int32_t kClamped = 4;   ///< some samples may lie outside
+    static constexpr std::int32_t kTooLarge = 8;  ///< not by a patch
+
+    std::int32_t* choices;  ///< a level, and the other two
+    std::int32_t *leftTop, *rightBottom;
+};
+
 /// Source coordinates of a tile's pixels, row by row: what the sampling functions read.
 struct TileCoordinates
 {
@@ -170,17 +223,19 @@ struct Kernels
     /// Sets out[0..count) half-way between the two middle lines, and failed to -1 where the
     /// polynomial is not within a fifth of kPatchError of the mapping as far as one more line
     /// tells, where none is there to tell, and where places are too far apart or unknown; elsewhere
-    /// failed stays.
-    void (*halfway)(const HalfwayLines& between, int count, std::int32_t* out,
+    /// failed stays. True if anything has failed.
+    bool (*halfway)(const HalfwayLines& between, int count, std::int32_t* out,
                     std::int32_t* failed);
-    /// Sets rough[i] to -1 where parabolas through three of the four nodes from i on, `step` apart,
-    /// are not within kPatchError of the mapping, or where one of the nodes is too far or unknown;
-    /// elsewhere rough stays.
-    void (*markRough)(const std::int32_t* nodes, std::ptrdiff_t step, int count,
+    /// For corners of tiles, every second node. Sets rough[i] to -1 where parabolas through nodes
+    /// are not within kPatchError of the mapping, as far as four corners from i on, `step` apart,
+    /// tell, or where one of these is too far or unknown; elsewhere rough stays.
+    void (*markRough)(const std::int32_t* corners, std::ptrdiff_t step, int count,
                       std::int32_t* rough);
-    /// The least and the greatest of three lines, place by place.
-    void (*findBounds)(const std::int32_t* nodes, std::ptrdiff_t line, std::int32_t* least,
-                       std::int32_t* most);
+    /// The extents of tiles of 3 x 3 nodes; one begins every second node.
+    void (*findExtents)(const std::int32_t* x, const std::int32_t* y, std::ptrdiff_t line,
+                        int tiles, const TileExtents& out);
+    void (*choose)(const TileExtents& extents, const TileLimits& limits, int tiles,
+                   const TileChoices& out);
     /// out[2i] = u[i], out[2i + 1] = v[i].
     void (*interleave)(const std::uint8_t* u, const std::uint8_t* v, int count, std::uint8_t* out);
 };

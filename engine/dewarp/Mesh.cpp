@@ -16,14 +16,8 @@ namespace {
 constexpr int kNodeSpacing = kTile / 2;
 constexpr int kPost = 4;             // nodes from one that the mapping is asked for to the next
 constexpr double kFarthest = 24000;  // pixels; the coordinates' integer part has 15 bits
-constexpr std::int32_t kLargestPatch = 1 << 28;  // as Patch says
-constexpr int kMapped = 64;                      // places asked for at once
+constexpr int kMapped = 64;          // places asked for at once
 constexpr std::int32_t kFarOff = 32767 << 16;
-// Source pixels per view pixel from which a smaller size is taken. Bilinear samples of half the
-// size average about four by four pixels: from here on that is nearer to the mean of the view's
-// pixel than two by two of the full size, below it only softens.
-constexpr double kHalfFrom = 2.8;
-constexpr double kQuarterFrom = 4.8;
 // Rows that are a multiple of this many bytes apart compete for the same cache sets and write
 // buffers. Their tiles are drawn to a strip of the cache first, and leave it in longer runs.
 constexpr int kCompeting = 2048;
@@ -63,6 +57,20 @@ struct Halfway
     bool enough;
 };
 
+/// How far apart the known lines are between which a line lies half-way, when its turn comes; 0 if
+/// it is one of those that are known from the beginning.
+int SpacingAbout(int line, int lines)
+{
+    if (line % kPost == 0 || line == lines - 1)
+        return 0;
+    return line % 2 == 0 ? kPost : kPost / 2;
+}
+
+Halfway HalfwayTo(int line, int lines, int spacing)
+{
+    return {line / spacing, (lines - 1) / spacing + 1, spacing};
+}
+
 /// A biquadratic patch, column and row in steps between its nodes.
 double ValueAt(const std::int32_t* nodes, int line, double column, double row)
 {
@@ -96,6 +104,18 @@ bool Near(const PatchNodes& patch, double column, double row, const Place& exact
     return x * x + y * y <= limit * limit;
 }
 
+/// The first to fourth place half-way between the nodes of a patch, whose first pixel this is.
+ViewPoint HalfwayPoint(const PatchNodes& patch, ViewPoint first, int i)
+{
+    return {first.column + (0.5 + i % 2) * patch.spacing,
+            first.row + (0.5 + i / 2) * patch.spacing};
+}
+
+bool NearHalfway(const PatchNodes& patch, int i, const Place& exact)
+{
+    return Near(patch, 0.5 + i % 2, 0.5 + i / 2, exact);
+}
+
 /// Whether the nodes are as near to each other as a patch's must be.
 bool WithinReach(const PatchNodes& patch)
 {
@@ -109,23 +129,10 @@ bool WithinReach(const PatchNodes& patch)
     return true;
 }
 
-/// The place for a pixel outside: that of one inside of its 2 x 2 block, whose chroma it would
-/// otherwise spoil, or any.
-Place Beside(const Place (&places)[kTile][kTile], int row, int column, const Place& any)
-{
-    for (const int k : {1, 2, 3})
-        if (const Place& place = places[row ^ (k >> 1)][column ^ (k & 1)]; place.Known())
-            return place;
-    return any;
-}
-
 /// The level for an area of source pixels per view pixel.
 int LevelFor(double area, int highest)
 {
-    const int wanted = area < kHalfFrom * kHalfFrom         ? 0
-                       : area < kQuarterFrom * kQuarterFrom ? 1
-                                                            : 2;
-    return std::min(wanted, highest);
+    return std::min(area < kHalfFrom ? 0 : area < kQuarterFrom ? 1 : 2, highest);
 }
 
 void FillBlack(std::uint8_t* pixels, std::ptrdiff_t line, int columns, int rows)
@@ -186,7 +193,8 @@ SourcePoint Mesh::Nowhere()
     return {nan, nan};
 }
 
-void Mesh::BuildRows(int width, int height, int sourceWidth, int sourceHeight, RowMapping mapping)
+void Mesh::BuildInBatches(int width, int height, int sourceWidth, int sourceHeight,
+                          BatchMapping mapping)
 {
     m_width = width;
     m_height = height;
@@ -196,475 +204,515 @@ void Mesh::BuildRows(int width, int height, int sourceWidth, int sourceHeight, R
     m_tileRows = (height + kTile - 1) / kTile;
     m_nodeColumns = 2 * m_tileColumns + 1;
     m_nodeRows = 2 * m_tileRows + 1;
+    m_perWidth = 1.0 / width;
+    m_perHeight = 1.0 / height;
     m_highestLevel = 0;
     m_tiles.resize(static_cast<std::size_t>(m_tileRows) * m_tileColumns);
     m_quads.clear();
     m_pixels.clear();
-    for (int level = 0; level < 3; ++level)
-        m_inside[level] = InsideOf(level);
+    SetLimits();
     MapNodes(mapping);
-    for (int row = 0; row < m_tileRows; ++row) {
-        LookAtNodes(row);
-        for (int column = 0; column < m_tileColumns; ++column)
-            AddTile(column, row, mapping);
-    }
+    FindRough();
+    for (int row = 0; row < m_tileRows; ++row)
+        AddTiles(row, mapping);
 }
 
-/// Where the kernels may sample a level without looking at the picture's border, in full-size
-/// coordinates.
-Mesh::Bounds Mesh::InsideOf(int level) const
+void Mesh::SetLimits()
 {
     constexpr double margin = 1.0 / 32;  // far more than fixed point numbers stray
-    const auto full = [level](double place) { return Fixed(std::ldexp(place + 0.5, level) - 0.5); };
-    return {{full(1 + margin), full(1 + margin)},
-            {full(LevelSize(m_sourceWidth, level) - 4 - margin),
-             full(LevelSize(m_sourceHeight, level) - 3 - margin)}};
-}
-
-Mesh::Box Mesh::BoxOf(const Bounds& bounds, int level)
-{
-    const auto pixel = [level](std::int32_t full) {
-        return static_cast<std::int16_t>(ToLevel(full, level) >> 16);
-    };
-    return {pixel(bounds.least.x), pixel(bounds.least.y), pixel(bounds.most.x),
-            pixel(bounds.most.y)};
-}
-
-/// Whether patches through nodes within these bounds are all inside. A parabola through three
-/// values strays at most 1/8 of their range from it on either side, a biquadratic patch 9/32.
-bool Mesh::PatchInside(const Bounds& nodes, int level) const
-{
-    const Bounds& inside = m_inside[level];
-    const auto stray = [](std::int32_t least, std::int32_t most) {
-        return (most - least) / 32 * 9 + 9;
-    };
-    const std::int32_t x = stray(nodes.least.x, nodes.most.x);
-    const std::int32_t y = stray(nodes.least.y, nodes.most.y);
-    return nodes.least.x - x >= inside.least.x && nodes.most.x + x <= inside.most.x &&
-           nodes.least.y - y >= inside.least.y && nodes.most.y + y <= inside.most.y;
+    m_limits.highestLevel = HighestLevelOf(m_sourceWidth, m_sourceHeight);
+    for (int level = 0; level < 3; ++level) {
+        const auto full = [level](double place) {
+            return Fixed(std::ldexp(place + 0.5, level) - 0.5);
+        };
+        m_limits.leastX[level] = full(1 + margin);
+        m_limits.leastY[level] = full(1 + margin);
+        m_limits.mostX[level] = full(LevelSize(m_sourceWidth, level) - 4 - margin);
+        m_limits.mostY[level] = full(LevelSize(m_sourceHeight, level) - 3 - margin);
+    }
 }
 
 // The mapping is asked for every fourth node each way. Those half-way between them are interpolated
 // through the six next ones of their line where that is as good, then those between these through
 // four, which spares nine tenths of the trigonometry of an ordinary view; where it is not as good,
-// and next to the view's border, they are asked for as well.
-void Mesh::MapNodes(RowMapping mapping)
+// and next to the view's border, they are asked for as well. First across, with a line for each
+// column of nodes, which holds every fourth row alone, then down.
+void Mesh::MapNodes(BatchMapping mapping)
 {
     for (Scratch& scratch : m_scratch)
-        scratch.resize(m_nodeColumns);
+        scratch.resize(std::max(m_nodeColumns, m_nodeRows));
     const std::size_t nodes = static_cast<std::size_t>(m_nodeRows) * m_nodeColumns;
-    m_nodeX.resize(nodes);
-    m_nodeY.resize(nodes);
-    for (int row = 0; row < m_nodeRows; row += kPost)
-        MapNodeRow(mapping, row);
-    if (const int last = m_nodeRows - 1; last % kPost != 0)
-        MapNodeRow(mapping, last);
-    for (int spacing = kPost; spacing > 1; spacing /= 2)
-        for (int row = spacing / 2; row + spacing / 2 < m_nodeRows; row += spacing)
-            InterpolateNodeRow(mapping, row, spacing);
-}
+    m_nodes.x.resize(nodes);
+    m_nodes.y.resize(nodes);
 
-/// Maps a row of nodes half-way between two known ones, which are `spacing` apart.
-void Mesh::InterpolateNodeRow(RowMapping mapping, int row, int spacing)
-{
-    const Halfway halfway(row / spacing, (m_nodeRows - 1) / spacing + 1, spacing);
-    if (!halfway.enough)
-        return MapNodeRow(mapping, row);
-    std::int32_t* const failed = m_scratch[kFailed].data();
-    std::fill_n(failed, m_nodeColumns, 0);
-    const std::ptrdiff_t line = m_nodeColumns;
-    for (std::int32_t* const nodes : {m_nodeX.data(), m_nodeY.data()}) {
-        std::int32_t* const out = nodes + row * line;
-        BestKernels().halfway(halfway.Lines(out - spacing / 2 * line, spacing * line),
-                              m_nodeColumns, out, failed);
-    }
-    AskFailed(mapping, row, 0, 1, m_nodeColumns);
-}
-
-/// Maps a row of nodes: every fourth one, the last one, and from these the others.
-void Mesh::MapNodeRow(RowMapping mapping, int row)
-{
-    std::int32_t* const failed = m_scratch[kFailed].data();
-    std::fill_n(failed, m_nodeColumns, -1);
-    AskFailed(mapping, row, 0, kPost, (m_nodeColumns - 1) / kPost + 1);
-    if (const int last = m_nodeColumns - 1; last % kPost != 0)
-        AskFailed(mapping, row, last, 1, 1);
-    const std::size_t start = static_cast<std::size_t>(row) * m_nodeColumns;
+    m_rows.clear();
+    for (int row = 0; row < m_nodeRows; ++row)
+        if (const int spacing = SpacingAbout(row, m_nodeRows);
+            spacing == 0 || !HalfwayTo(row, m_nodeRows, spacing).enough)
+            m_rows.push_back(row);
+    const auto rows = static_cast<int>(m_rows.size());
+    m_columns.x.resize(static_cast<std::size_t>(rows) * m_nodeColumns);
+    m_columns.y.resize(m_columns.x.size());
+    const auto askInColumn = [&](int column, int i) {
+        m_asked.emplace_back(column * rows + i, column, m_rows[i]);
+    };
+    for (int column = 0; column < m_nodeColumns; ++column)
+        for (int i = 0; i < rows && SpacingAbout(column, m_nodeColumns) == 0; ++i)
+            askInColumn(column, i);
+    AnswerAll(mapping, m_columns);
     for (int spacing = kPost; spacing > 1; spacing /= 2) {
-        const int known = (m_nodeColumns - 1) / spacing + 1;
-        std::fill_n(failed, known, 0);
-        for (std::int32_t* const nodes : {&m_nodeX[start], &m_nodeY[start]})
-            InterpolateAcross(nodes, known, spacing);
-        AskFailed(mapping, row, spacing / 2, spacing, known - 1);
+        for (int column = spacing / 2; column + spacing / 2 < m_nodeColumns; column += spacing)
+            InterpolateLine(m_columns, column, m_nodeColumns, spacing, rows,
+                            [&](int i) { askInColumn(column, i); });
+        AnswerAll(mapping, m_columns);
+    }
+    const std::pair<const Scratch*, Scratch*> axes[] = {{&m_columns.x, &m_nodes.x},
+                                                        {&m_columns.y, &m_nodes.y}};
+    for (const auto& [from, to] : axes)
+        for (int i = 0; i < rows; ++i) {
+            const std::int32_t* column = from->data() + i;
+            std::int32_t* const row = to->data() + std::ptrdiff_t{m_rows[i]} * m_nodeColumns;
+            for (int j = 0, count = m_nodeColumns; j < count; ++j, column += rows)
+                row[j] = *column;
+        }
+    for (int spacing = kPost; spacing > 1; spacing /= 2) {
+        for (int row = spacing / 2; row + spacing / 2 < m_nodeRows; row += spacing)
+            if (HalfwayTo(row, m_nodeRows, spacing).enough)
+                InterpolateLine(m_nodes, row, m_nodeRows, spacing, m_nodeColumns, [&](int column) {
+                    m_asked.emplace_back(row * m_nodeColumns + column, column, row);
+                });
+        AnswerAll(mapping, m_nodes);
     }
 }
 
-/// Sets the nodes of a row half-way between known ones, and marks those that cannot be.
-void Mesh::InterpolateAcross(std::int32_t* nodes, int known, int spacing)
+/// Sets a line of nodes half-way between two known ones, of which every `spacing`th is known; those
+/// that cannot be set are to be asked for.
+template <class AskFor>
+void Mesh::InterpolateLine(Places& places, int line, int lines, int spacing, int count,
+                           AskFor askFor)
 {
+    const Halfway halfway = HalfwayTo(line, lines, spacing);
     std::int32_t* const failed = m_scratch[kFailed].data();
-    std::int32_t* const apart = m_scratch[kApart].data();
-    std::int32_t* const between = m_scratch[kBetween].data();
-    for (int i = 0; i < known; ++i)
-        apart[i] = nodes[spacing * i];
-    for (int first = 0; first + 1 < known;) {
-        const Halfway halfway(first, known, spacing);
-        // In the middle of the row all is there for each of them.
-        const int last = halfway.before && halfway.behind ? known - 2 - halfway.reach : first;
+    bool any = !halfway.enough;
+    std::fill_n(failed, count, halfway.enough ? 0 : -1);
+    const std::ptrdiff_t step = count;
+    for (Scratch* const axis : {&places.x, &places.y}) {
+        std::int32_t* const out = axis->data() + line * step;
         if (halfway.enough)
-            BestKernels().halfway(halfway.Lines(apart + first, 1), last - first + 1,
-                                  between + first, failed + first);
-        else
-            failed[first] = -1;
-        first = last + 1;
+            any |= BestKernels().halfway(halfway.Lines(out - spacing / 2 * step, spacing * step),
+                                         count, out, failed);
     }
-    for (int i = 0; i + 1 < known; ++i)
-        nodes[spacing * i + spacing / 2] = between[i];
+    for (int i = 0; any && i < count; ++i)
+        if (failed[i] != 0)
+            askFor(i);
 }
 
-/// Maps those of the nodes first, first + step ... of a row that are marked as failed.
-void Mesh::AskFailed(RowMapping mapping, int row, int first, int step, int count)
+/// Maps the nodes that are to be asked for.
+void Mesh::AnswerAll(BatchMapping mapping, Places& places)
 {
-    const std::int32_t* const failed = m_scratch[kFailed].data();
-    const std::size_t start = static_cast<std::size_t>(row) * m_nodeColumns;
-    int nodes[kMapped];
-    double fractions[kMapped] = {};
-    Place places[kMapped];
-    for (int i = 0; i < count;) {
-        int n = 0;
-        for (; i < count && n < kMapped; ++i)
-            if (failed[i] != 0)
-                nodes[n++] = first + step * i;
-        if (n == 0)
-            return;
-        for (int j = 0; j < n; ++j)
-            fractions[j] = Fraction(nodes[j] * kNodeSpacing);
-        MapRow(mapping, row * kNodeSpacing, fractions, n, places);
-        for (int j = 0; j < n; ++j) {
-            m_nodeX[start + nodes[j]] = places[j].x;
-            m_nodeY[start + nodes[j]] = places[j].y;
+    Ask(
+        mapping, static_cast<int>(m_asked.size()),
+        [&](int i) {
+            return ViewPoint{double{kNodeSpacing} * m_asked[i].column,
+                             double{kNodeSpacing} * m_asked[i].row};
+        },
+        [&](int i, const Place& place) {
+            places.x[m_asked[i].at] = place.x;
+            places.y[m_asked[i].at] = place.y;
+        });
+    m_asked.clear();
+}
+
+/// Asks the mapping for pixels of the view, pointOf(0..count), and hands out what it says.
+template <class PointOf, class Take>
+void Mesh::Ask(BatchMapping mapping, int count, PointOf pointOf, Take take) const
+{
+    double x[kMapped], y[kMapped];
+    SourcePoint points[kMapped];
+    for (int done = 0; done < count; done += kMapped) {
+        const int batch = std::min(count - done, kMapped);
+        for (int i = 0; i < batch; ++i) {
+            const ViewPoint point = pointOf(done + i);
+            x[i] = (point.column + 0.5) * m_perWidth;
+            y[i] = (point.row + 0.5) * m_perHeight;
+        }
+        mapping(x, y, batch, points);
+        for (int i = 0; i < batch; ++i) {
+            const bool near =
+                std::fabs(points[i].x) <= kFarthest && std::fabs(points[i].y) <= kFarthest;
+            take(done + i, near ? Place{Fixed(points[i].x), Fixed(points[i].y)}
+                                : Place{Place::kUnknown, Place::kUnknown});
         }
     }
 }
 
-/// Asks the mapping for at most 64 places of a row.
-void Mesh::MapRow(RowMapping mapping, double row, const double* fractions, int count,
-                  Place* out) const
+/// Finds the tiles in which parabolas may not follow the mapping, as far as the corners of their
+/// neighbours, every second node each way, tell.
+void Mesh::FindRough()
 {
-    SourcePoint points[kMapped];
-    mapping(fractions, (row + 0.5) / m_height, count, points);
-    for (int i = 0; i < count; ++i)
-        out[i] = std::fabs(points[i].x) <= kFarthest && std::fabs(points[i].y) <= kFarthest
-                     ? Place{Fixed(points[i].x), Fixed(points[i].y)}
-                     : Place{Place::kUnknown, Place::kUnknown};
-}
-
-/// Collects what the tiles of a row must know of their nodes, column by column.
-void Mesh::LookAtNodes(int tileRow)
-{
-    const std::ptrdiff_t line = m_nodeColumns;
-    const std::ptrdiff_t start = 2 * tileRow * line;
-    BestKernels().findBounds(&m_nodeX[start], m_nodeColumns, m_scratch[kLeastX].data(),
-                             m_scratch[kMostX].data());
-    BestKernels().findBounds(&m_nodeY[start], m_nodeColumns, m_scratch[kLeastY].data(),
-                             m_scratch[kMostY].data());
-    std::int32_t* const across = m_scratch[kRoughAcross].data();
-    std::int32_t* const down = m_scratch[kRoughDown].data();
-    std::fill_n(across, m_nodeColumns, 0);
-    std::fill_n(down, m_nodeColumns, 0);
-    for (const std::int32_t* const nodes : {m_nodeX.data(), m_nodeY.data()}) {
-        for (int row = 0; row < 3; ++row)
-            BestKernels().markRough(nodes + start + row * line, 1, m_nodeColumns - 3, across);
-        if (tileRow > 0)
-            BestKernels().markRough(nodes + start - line, line, m_nodeColumns, down);
-        if (tileRow + 1 < m_tileRows)
-            BestKernels().markRough(nodes + start, line, m_nodeColumns, down);
+    const int columns = m_tileColumns + 1;
+    const int rows = m_tileRows + 1;
+    const std::size_t corners = static_cast<std::size_t>(rows) * columns;
+    const bool few = m_tileColumns < 3 || m_tileRows < 3;  // to tell anything
+    m_rough.assign(corners, few ? -1 : 0);
+    if (few)
+        return;
+    m_roughAcross.assign(corners, 0);
+    m_roughDown.assign(corners, 0);
+    m_corners.resize(corners);
+    for (const Scratch* const nodes : {&m_nodes.x, &m_nodes.y}) {
+        const std::int32_t* const from = nodes->data();
+        std::int32_t* const to = m_corners.data();
+        for (int row = 0; row < rows; ++row) {
+            const std::int32_t* const nodeRow = from + std::ptrdiff_t{2} * row * m_nodeColumns;
+            std::int32_t* const cornerRow = to + std::ptrdiff_t{row} * columns;
+            for (int column = 0; column < columns; ++column)
+                cornerRow[column] = nodeRow[2 * column];
+            BestKernels().markRough(cornerRow, 1, columns - 3, &m_roughAcross[row * columns]);
+        }
+        BestKernels().markRough(to, columns, (rows - 3) * columns, m_roughDown.data());
     }
-}
-
-/// Whether parabolas follow the mapping in a tile, as far as its neighbours tell.
-bool Mesh::Smooth(int tileColumn) const
-{
-    if (m_tileColumns == 1 || m_tileRows == 1)
-        return false;
-    const std::int32_t* const across = &m_scratch[kRoughAcross][2 * tileColumn];
-    const std::int32_t* const down = &m_scratch[kRoughDown][2 * tileColumn];
-    return ((tileColumn > 0 ? across[-1] : 0) | (tileColumn + 1 < m_tileColumns ? across[0] : 0) |
-            down[0] | down[1] | down[2]) == 0;
+    for (int row = 0; row < m_tileRows; ++row) {
+        const std::int32_t* const across = &m_roughAcross[row * columns];
+        const std::int32_t* const down =
+            &m_roughDown[std::clamp(row - 1, 0, m_tileRows - 3) * columns];
+        std::int32_t* const rough = &m_rough[row * m_tileColumns];
+        const auto mark = [&](int column, int left) {
+            rough[column] = across[left] | across[left + columns] | down[column] | down[column + 1];
+        };
+        mark(0, 0);
+        for (int column = 1; column + 2 < m_tileColumns; ++column)
+            mark(column, column - 1);
+        mark(m_tileColumns - 2, m_tileColumns - 3);
+        mark(m_tileColumns - 1, m_tileColumns - 3);
+    }
 }
 
 PatchNodes Mesh::NodesOf(const Tile& tile, int part) const
 {
     if (tile.shape == Shape::Patch)
-        return {&m_nodeX[tile.index], &m_nodeY[tile.index], m_nodeColumns, kNodeSpacing};
+        return {&m_nodes.x[tile.index], &m_nodes.y[tile.index], m_nodeColumns, kNodeSpacing};
     const Quad& quad = m_quads[tile.index];
     const int first = part / 2 * 10 + part % 2 * 2;
     return {quad.x + first, quad.y + first, 5, 4};
 }
 
-void Mesh::AddTile(int tileColumn, int tileRow, RowMapping mapping)
+void Mesh::AddTiles(int tileRow, BatchMapping mapping)
 {
-    const auto of = [&](int scratch, auto choose) {
-        const std::int32_t* const nodes = &m_scratch[scratch][2 * tileColumn];
-        return choose(nodes[0], choose(nodes[1], nodes[2]));
-    };
-    const auto least = [](std::int32_t a, std::int32_t b) { return std::min(a, b); };
-    const auto most = [](std::int32_t a, std::int32_t b) { return std::max(a, b); };
-    const Bounds bounds = {{of(kLeastX, least), of(kLeastY, least)},
-                           {of(kMostX, most), of(kMostY, most)}};
-    Tile tile;
-    if (bounds.most.Known() &&
-        !(bounds.least.Known() && AddPatch(tile, bounds, tileColumn, tileRow, mapping)))
-        AddPixels(tile, tileColumn, tileRow, mapping);
-    if (tile.shape != Shape::Black) {
+    const std::int32_t firstNode = 2 * tileRow * m_nodeColumns;
+    m_areas.resize(m_tileColumns);
+    const TileExtents extents = {m_scratch[kLeastX].data(), m_scratch[kLeastY].data(),
+                                 m_scratch[kMostX].data(), m_scratch[kMostY].data(),
+                                 m_areas.data()};
+    const TileChoices choices = {m_scratch[kChoices].data(), m_scratch[kLeftTop].data(),
+                                 m_scratch[kRightBottom].data()};
+    BestKernels().findExtents(&m_nodes.x[firstNode], &m_nodes.y[firstNode], m_nodeColumns,
+                              m_tileColumns, extents);
+    BestKernels().choose(extents, m_limits, m_tileColumns, choices);
+    const std::int32_t* const rough = &m_rough[static_cast<std::size_t>(tileRow) * m_tileColumns];
+    Tile* const tiles = &m_tiles[static_cast<std::size_t>(tileRow) * m_tileColumns];
+    for (int i = 0; i < m_tileColumns; ++i) {
+        const std::int32_t choice = choices.choices[i];
+        Tile& tile = tiles[i];
+        tile.shape = Shape::Patch;
+        tile.level = static_cast<std::uint8_t>(choice & TileChoices::kLevel);
+        tile.clamped = (choice & TileChoices::kClamped) != 0;
+        tile.index = firstNode + 2 * i;
+        tile.box = {choices.leftTop[i], choices.rightBottom[i]};
+        const bool known = extents.leastX[i] != Place::kUnknown;
+        if (!known || rough[i] != 0 || (choice & TileChoices::kTooLarge) != 0) {
+            const bool any = extents.mostX[i] != Place::kUnknown;
+            const bool patches = known && (choice & TileChoices::kTooLarge) == 0;
+            FindShape(tile, i, tileRow, any, patches, mapping);
+        }
         m_highestLevel = std::max<int>(m_highestLevel, tile.level);
-        if (bounds.least.Known())
-            tile.box = BoxOf(bounds, tile.level);
     }
-    m_tiles[static_cast<std::size_t>(tileRow) * m_tileColumns + tileColumn] = tile;
 }
 
-/// False where patches do not follow the mapping.
-bool Mesh::AddPatch(Tile& tile, const Bounds& bounds, int tileColumn, int tileRow,
-                    RowMapping mapping)
+/// Shapes a tile for which its neighbours do not vouch.
+/// @param any whether any of its nodes is known @param patches whether all are, so that patches may
+/// do
+void Mesh::FindShape(Tile& tile, int tileColumn, int tileRow, bool any, bool patches,
+                     BatchMapping mapping)
 {
-    const std::int64_t width = std::int64_t{bounds.most.x} - bounds.least.x;
-    const std::int64_t height = std::int64_t{bounds.most.y} - bounds.least.y;
-    if (std::max(width, height) > kLargestPatch)
-        return false;
-    const int first = 2 * (tileRow * m_nodeColumns + tileColumn);
-    const auto node = [&](int column, int row) {
-        const std::size_t at = static_cast<std::size_t>(first) + row * m_nodeColumns + column;
-        return Place{m_nodeX[at], m_nodeY[at]};
-    };
-    const double area =
-        Area(node(0, 0), node(2, 0), node(0, 2)) + Area(node(2, 2), node(0, 2), node(2, 0));
-    tile.level = static_cast<std::uint8_t>(
-        LevelFor(area / (2 * kTile * kTile), HighestLevelOf(m_sourceWidth, m_sourceHeight)));
-    tile.shape = Shape::Patch;
-    tile.index = first;
-    tile.clamped = !PatchInside(bounds, tile.level);
-    return Smooth(tileColumn) ||
-           NearEverywhere(NodesOf(tile, 0), tileColumn * kTile, tileRow * kTile, mapping) ||
-           AddQuad(tile, tileColumn, tileRow, mapping);
+    const ViewPoint first = {double{kTile} * tileColumn, double{kTile} * tileRow};
+    if (patches && (NearEverywhere(NodesOf(tile, 0), first, mapping) ||
+                    AddQuad(tile, tileColumn, first, mapping)))
+        return;
+    tile.shape = Shape::Black;
+    tile.level = 0;
+    if (any)
+        AddPixels(tile, tileColumn, tileRow, mapping);
 }
 
 /// Whether a patch, whose first pixel this is, is where the mapping is half-way between its nodes.
-bool Mesh::NearEverywhere(const PatchNodes& patch, double column, double row,
-                          RowMapping mapping) const
+bool Mesh::NearEverywhere(const PatchNodes& patch, ViewPoint first, BatchMapping mapping) const
 {
-    const double fractions[2] = {Fraction(column + 0.5 * patch.spacing),
-                                 Fraction(column + 1.5 * patch.spacing)};
-    for (const double down : {0.5, 1.5}) {
-        Place exact[2];
-        MapRow(mapping, row + down * patch.spacing, fractions, 2, exact);
-        if (!Near(patch, 0.5, down, exact[0]) || !Near(patch, 1.5, down, exact[1]))
-            return false;
-    }
-    return true;
+    bool near = true;
+    Ask(
+        mapping, 4, [&](int i) { return HalfwayPoint(patch, first, i); },
+        [&](int i, const Place& place) { near = near && NearHalfway(patch, i, place); });
+    return near;
 }
 
-bool Mesh::AddQuad(Tile& tile, int tileColumn, int tileRow, RowMapping mapping)
+bool Mesh::AddQuad(Tile& tile, int tileColumn, ViewPoint first, BatchMapping mapping)
 {
     // Every second of 9 x 9 places is a node of the four patches, the others check them.
-    Place exact[9][9];
-    double fractions[9];
-    for (int j = 0; j < 9; ++j)
-        fractions[j] = Fraction(tileColumn * 16.0 + 2 * j);
+    Place exact[9 * 9];
+    Ask(
+        mapping, 9 * 9,
+        [&](int i) {
+            return ViewPoint{first.column + i % 9 * 2, first.row + i / 9 * 2};
+        },
+        [&](int i, const Place& place) { exact[i] = place; });
     Quad quad{};
-    Bounds bounds{{kFarOff, kFarOff}, {-kFarOff, -kFarOff}};
-    for (int i = 0; i < 9; ++i) {
-        MapRow(mapping, tileRow * 16.0 + 2 * i, fractions, 9, exact[i]);
-        for (int j = 0; j < 9; ++j) {
-            const Place& place = exact[i][j];
-            if (!place.Known())
-                return false;
-            if (i % 2 != 0 || j % 2 != 0)
-                continue;
-            quad.x[i / 2 * 5 + j / 2] = place.x;
-            quad.y[i / 2 * 5 + j / 2] = place.y;
-            bounds = {{std::min(bounds.least.x, place.x), std::min(bounds.least.y, place.y)},
-                      {std::max(bounds.most.x, place.x), std::max(bounds.most.y, place.y)}};
-        }
+    Place least{kFarOff, kFarOff};
+    Place most{-kFarOff, -kFarOff};
+    for (int i = 0; i < 9 * 9; ++i) {
+        const Place& place = exact[i];
+        if (!place.Known())
+            return false;
+        const int row = i / 9;
+        const int column = i % 9;
+        if (row % 2 != 0 || column % 2 != 0)
+            continue;
+        quad.x[row / 2 * 5 + column / 2] = place.x;
+        quad.y[row / 2 * 5 + column / 2] = place.y;
+        least = {std::min(least.x, place.x), std::min(least.y, place.y)};
+        most = {std::max(most.x, place.x), std::max(most.y, place.y)};
     }
-    const std::int64_t width = std::int64_t{bounds.most.x} - bounds.least.x;
-    const std::int64_t height = std::int64_t{bounds.most.y} - bounds.least.y;
-    if (std::max(width, height) > kLargestPatch)
+    std::int32_t choice = 0;
+    BestKernels().choose({&least.x, &least.y, &most.x, &most.y, &m_areas[tileColumn]}, m_limits, 1,
+                         {&choice, &tile.box.leftTop, &tile.box.rightBottom});
+    if ((choice & TileChoices::kTooLarge) != 0)
         return false;
     tile.shape = Shape::Quad;
     tile.index = static_cast<std::int32_t>(m_quads.size());
-    tile.clamped = !PatchInside(bounds, tile.level);
+    tile.clamped = (choice & TileChoices::kClamped) != 0;
     m_quads.push_back(quad);
     for (int part = 0; part < 4; ++part)
         for (int i = 0; i < 5; ++i)
             for (int j = 0; j < 5; ++j)
                 if (!Near(NodesOf(tile, part), j / 2.0, i / 2.0,
-                          exact[part / 2 * 4 + i][part % 2 * 4 + j])) {
+                          exact[(part / 2 * 4 + i) * 9 + part % 2 * 4 + j])) {
                     m_quads.pop_back();
                     return false;
                 }
     return true;
 }
 
-/// Every fourth pixel of a tile, and patches between them: each of 2 x 2 cells, and expanded when a
-/// cell of it is asked for.
+/// Every fourth pixel of a tile each way, and patches between them: each of 2 x 2 cells.
 class Mesh::Lattice
 {
 public:
-    Lattice(const Mesh& mesh, RowMapping mapping, double left, double top)
-        : m_mesh(mesh), m_mapping(mapping), m_left(left), m_top(top)
+    Lattice(const Mesh& mesh, BatchMapping mapping, ViewPoint first) : m_mesh(mesh), m_first(first)
     {
-        double fractions[5];
-        for (int j = 0; j < 5; ++j)
-            fractions[j] = mesh.Fraction(left + 4 * j);
-        for (int i = 0; i < 5; ++i) {
-            Place places[5];
-            mesh.MapRow(mapping, top + 4 * i, fractions, 5, places);
-            for (int j = 0; j < 5; ++j) {
-                m_nodes.x[i * 5 + j] = places[j].x;
-                m_nodes.y[i * 5 + j] = places[j].y;
-            }
-        }
+        mesh.Ask(
+            mapping, kNodes * kNodes, [&](int i) { return At(i % kNodes, i / kNodes); },
+            [&](int i, const Place& place) {
+                m_nodes.x[i] = place.x;
+                m_nodes.y[i] = place.y;
+            });
+        for (int i = 0; i < kCells * kCells; ++i)
+            for (const int corner : {0, 1, kNodes, kNodes + 1})
+                m_known[i] += IsKnown(i / kCells * kNodes + i % kCells + corner) ? 1 : 0;
     }
 
     /// How many corners of a cell are known.
-    int Known(int column, int row) const
-    {
-        const std::int32_t* const corner = &m_nodes.x[row * 5 + column];
-        int known = 0;
-        for (const int i : {0, 1, 5, 6})
-            known += corner[i] != Place::kUnknown ? 1 : 0;
-        return known;
-    }
+    int Known(int cell) const { return m_known[cell]; }
 
-    /// Sets the pixels of a cell from a patch that holds it; false where none is near enough.
-    bool Fill(int column, int row, Place (&out)[kTile][kTile])
+    /// Whether Fill has set the pixels of a cell.
+    bool Filled(int cell) const { return m_filled >> cell & 1; }
+
+    /// Sets the pixels of all cells that patches hold which are where the mapping is.
+    void Fill(BatchMapping mapping, TileCoordinates& out)
     {
-        for (int i = std::max(row - 1, 0); i <= std::min(row, 2); ++i)
-            for (int j = std::max(column - 1, 0); j <= std::min(column, 2); ++j) {
-                Part& part = m_parts[i][j];
-                if (!part.tried)
-                    Try(part, j, i);
-                if (!part.near)
-                    continue;
-                for (int y = 0; y < 4; ++y)
-                    for (int x = 0; x < 4; ++x) {
-                        const int at = ((row - i) * 4 + y) * kTile + (column - j) * 4 + x;
-                        out[row * 4 + y][column * 4 + x] = {part.places.x[at], part.places.y[at]};
-                    }
-                return true;
-            }
-        return false;
+        // Most often the first few will do: others are tried only for what these have left.
+        unsigned untried = 0;
+        for (int part = 0; part < kParts * kParts; ++part)
+            untried |= Usable(part) ? 1U << part : 0U;
+        for (;;) {
+            int tried[kParts * kParts];
+            int count = 0;
+            unsigned hoped = m_filled;
+            for (int part = 0; part < kParts * kParts; ++part)
+                if ((untried >> part & 1) && (CellsOf(part) & ~hoped) != 0) {
+                    hoped |= CellsOf(part);
+                    untried &= ~(1U << part);
+                    tried[count++] = part;
+                }
+            if (count == 0)
+                return;
+            bool near[kParts * kParts];
+            std::fill_n(near, count, true);
+            m_mesh.Ask(
+                mapping, 4 * count,
+                [&](int i) {
+                    const int part = tried[i / 4];
+                    return HalfwayPoint(PatchOf(part), At(part % kParts, part / kParts), i % 4);
+                },
+                [&](int i, const Place& place) {
+                    near[i / 4] = near[i / 4] && NearHalfway(PatchOf(tried[i / 4]), i % 4, place);
+                });
+            for (int i = 0; i < count; ++i)
+                if (near[i])
+                    Expand(tried[i], out);
+        }
     }
 
 private:
-    struct Part
-    {
-        bool tried = false;
-        bool near = false;
-        TileCoordinates places;
-    };
+    static constexpr int kNodes = 5;
+    static constexpr int kCells = kNodes - 1;
+    static constexpr int kParts = kNodes - 2;
 
-    void Try(Part& part, int column, int row) const
+    bool IsKnown(int node) const { return m_nodes.x[node] != Place::kUnknown; }
+
+    ViewPoint At(int column, int row) const
     {
-        part.tried = true;
-        const int first = row * 5 + column;
-        const PatchNodes patch = {m_nodes.x + first, m_nodes.y + first, 5, 4};
+        return {m_first.column + 4 * column, m_first.row + 4 * row};
+    }
+
+    PatchNodes PatchOf(int part) const
+    {
+        const int first = part / kParts * kNodes + part % kParts;
+        return {m_nodes.x + first, m_nodes.y + first, kNodes, 4};
+    }
+
+    static unsigned CellsOf(int part)
+    {
+        return (3U | 3U << kCells) << (part / kParts * kCells + part % kParts);
+    }
+
+    bool Usable(int part) const
+    {
         for (int i = 0; i < 9; ++i)
-            if (patch.x[i / 3 * 5 + i % 3] == Place::kUnknown)
-                return;
-        part.near = WithinReach(patch) &&
-                    m_mesh.NearEverywhere(patch, m_left + 4 * column, m_top + 4 * row, m_mapping);
-        if (part.near)
-            ExpandAlone(BestKernels(), patch, 0, 7, 7, part.places.x, part.places.y);
+            if (!IsKnown((part / kParts + i / 3) * kNodes + part % kParts + i % 3))
+                return false;
+        return WithinReach(PatchOf(part));
+    }
+
+    void Expand(int part, TileCoordinates& out)
+    {
+        const int at = (part / kParts * kTile + part % kParts) * 4;
+        ExpandAlone(BestKernels(), PatchOf(part), 0, 7, 7, out.x + at, out.y + at);
+        m_filled |= CellsOf(part);
     }
 
     const Mesh& m_mesh;
-    RowMapping m_mapping;
-    double m_left, m_top;
+    ViewPoint m_first;
     Quad m_nodes{};
-    Part m_parts[3][3];
+    int m_known[kCells * kCells] = {};
+    unsigned m_filled = 0;
 };
 
 /// Asks for the pixels of a tile, of which `columns` and `rows` are in the view; the others repeat
 /// the last ones. Cells of four by four pixels are taken from patches between known pixels where
 /// these are as near; between unknown ones they are black.
-void Mesh::MapPixels(RowMapping mapping, int tileColumn, int tileRow, int columns, int rows,
-                     Place (&out)[kTile][kTile]) const
+void Mesh::MapPixels(BatchMapping mapping, ViewPoint first, int columns, int rows,
+                     TileCoordinates& out) const
 {
-    const double left = tileColumn * kTile;
-    const double top = tileRow * kTile;
-    Lattice lattice(*this, mapping, left, top);
-    for (int row = 0; row < kTile; row += 4) {
-        int asked[kTile];
-        double fractions[kTile];
-        int count = 0;
-        for (int column = 0; column < kTile; column += 4) {
-            const int known = lattice.Known(column / 4, row / 4);
-            if (known == 4 && lattice.Fill(column / 4, row / 4, out))
-                continue;
-            for (int j = column; j < column + 4; ++j) {
-                if (known > 0) {
-                    asked[count] = j;
-                    fractions[count++] = Fraction(left + std::min(j, columns - 1));
-                } else {
-                    for (int i = row; i < row + 4; ++i)
-                        out[i][j] = {Place::kUnknown, Place::kUnknown};
-                }
-            }
-        }
-        for (int i = row; count > 0 && i < row + 4; ++i) {
-            Place places[kTile];
-            MapRow(mapping, top + std::min(i, rows - 1), fractions, count, places);
-            for (int j = 0; j < count; ++j)
-                out[i][asked[j]] = places[j];
+    Lattice lattice(*this, mapping, first);
+    lattice.Fill(mapping, out);
+    int asked[kTile * kTile];
+    int count = 0;
+    for (int cell = 0; cell < 16; ++cell) {
+        if (lattice.Filled(cell))
+            continue;
+        const bool black = lattice.Known(cell) == 0;
+        for (int i = 0; i < 16; ++i) {
+            const int at = (cell / 4 * 4 + i / 4) * kTile + cell % 4 * 4 + i % 4;
+            if (black)
+                out.x[at] = Place::kUnknown;
+            else
+                asked[count++] = at;
         }
     }
+    Ask(
+        mapping, count,
+        [&](int i) {
+            return ViewPoint{first.column + std::min(asked[i] % kTile, columns - 1),
+                             first.row + std::min(asked[i] / kTile, rows - 1)};
+        },
+        [&](int i, const Place& place) {
+            out.x[asked[i]] = place.x;
+            out.y[asked[i]] = place.y;
+        });
 }
 
-void Mesh::AddPixels(Tile& tile, int tileColumn, int tileRow, RowMapping mapping)
+void Mesh::AddPixels(Tile& tile, int tileColumn, int tileRow, BatchMapping mapping)
 {
-    tile = Tile{};
     const int columns = std::min(kTile, m_width - tileColumn * kTile);
     const int rows = std::min(kTile, m_height - tileRow * kTile);
-    Place exact[kTile][kTile];
-    MapPixels(mapping, tileColumn, tileRow, columns, rows, exact);
-    const auto known = std::count_if(&exact[0][0], &exact[0][0] + kTile * kTile,
-                                     [](const Place& place) { return place.Known(); });
+    m_pixels.emplace_back();
+    Pixels& pixels = m_pixels.back();
+    TileCoordinates& places = pixels.coordinates;
+    MapPixels(mapping, {double{kTile} * tileColumn, double{kTile} * tileRow}, columns, rows,
+              places);
+    int known = 0;
+    for (int i = 0; i < kTile; ++i) {
+        unsigned inside = 0;
+        for (int j = 0; j < kTile; ++j)
+            inside |= (places.x[i * kTile + j] != Place::kUnknown ? 1U : 0U) << j;
+        pixels.inside[i] = static_cast<std::uint16_t>(inside);
+        known |= inside != 0 ? 1 : 0;
+    }
     if (known == 0)
-        return;
+        return m_pixels.pop_back();
+    const auto place = [&](int at) { return Place{places.x[at], places.y[at]}; };
     double area = 0;
     int areas = 0;
     for (int i = 0; i + 1 < rows; i += 3)
         for (int j = 0; j + 1 < columns; j += 3)
-            if (exact[i][j].Known() && exact[i][j + 1].Known() && exact[i + 1][j].Known()) {
-                area += Area(exact[i][j], exact[i][j + 1], exact[i + 1][j]);
+            if ((pixels.inside[i] >> j & 3) == 3 && (pixels.inside[i + 1] >> j & 1)) {
+                const int at = i * kTile + j;
+                area += Area(place(at), place(at + 1), place(at + kTile));
                 ++areas;
             }
-    tile.level = static_cast<std::uint8_t>(
-        LevelFor(areas > 0 ? area / areas : 0, HighestLevelOf(m_sourceWidth, m_sourceHeight)));
+    tile.level =
+        static_cast<std::uint8_t>(LevelFor(areas > 0 ? area / areas : 0, m_limits.highestLevel));
     tile.shape = Shape::Pixels;
-    tile.index = static_cast<std::int32_t>(m_pixels.size());
-    m_pixels.emplace_back();
-    Pixels& pixels = m_pixels.back();
-    const Bounds& inside = m_inside[tile.level];
-    for (int i = 0; i < kTile; ++i) {
-        pixels.inside[i] = 0;
-        for (int j = 0; j < kTile; ++j) {
-            Place place = exact[i][j];
-            if (place.Known())
-                pixels.inside[i] = static_cast<std::uint16_t>(pixels.inside[i] | 1 << j);
-            else
-                place = Beside(exact, i, j, inside.least);
-            if (place.x < inside.least.x || place.y < inside.least.y || place.x > inside.most.x ||
-                place.y > inside.most.y)
-                tile.clamped = true;
-            const int at = i * kTile + j;
-            pixels.coordinates.x[at] = ToLevel(place.x, tile.level);
-            pixels.coordinates.y[at] = ToLevel(place.y, tile.level);
+    tile.index = static_cast<std::int32_t>(m_pixels.size()) - 1;
+    pixels.complete = std::all_of(pixels.inside, pixels.inside + kTile,
+                                  [](std::uint16_t row) { return row == 0xFFFF; });
+    const Place inside = {m_limits.leastX[tile.level], m_limits.leastY[tile.level]};
+    if (!pixels.complete)
+        SetOutside(pixels, inside);
+    Place least = place(0);
+    Place most = least;
+    for (int i = 0; i < kTile * kTile; ++i) {
+        least = {std::min(least.x, places.x[i]), std::min(least.y, places.y[i])};
+        most = {std::max(most.x, places.x[i]), std::max(most.y, places.y[i])};
+        places.x[i] = ToLevel(places.x[i], tile.level);
+        places.y[i] = ToLevel(places.y[i], tile.level);
+    }
+    tile.clamped = least.x < inside.x || least.y < inside.y ||
+                   most.x > m_limits.mostX[tile.level] || most.y > m_limits.mostY[tile.level];
+    tile.box = BoxOf(least.x, least.y, most.x, most.y, tile.level);
+}
+
+/// Gives the pixels outside the place of one inside of their 2 x 2 block, whose chroma they would
+/// otherwise spoil, or any.
+void Mesh::SetOutside(Pixels& pixels, const Place& any)
+{
+    TileCoordinates& places = pixels.coordinates;
+    for (int row = 0; row < kTile; row += 2) {
+        const unsigned inside = pixels.inside[row] | pixels.inside[row + 1] << kTile;
+        for (int column = 0; inside != ~0U && column < kTile; column += 2) {
+            const unsigned block = inside >> column;
+            const int at = row * kTile + column;
+            const int known = (block & 1) != 0             ? at
+                              : (block & 2) != 0           ? at + 1
+                              : (block & 1U << kTile) != 0 ? at + kTile
+                                                           : at + kTile + 1;
+            const bool none = (block & (3U | 3U << kTile)) == 0;
+            const Place place = none ? any : Place{places.x[known], places.y[known]};
+            for (const int i : {0, 1, kTile, kTile + 1})
+                if ((block >> i & 1) == 0) {
+                    places.x[at + i] = place.x;
+                    places.y[at + i] = place.y;
+                }
         }
     }
-    pixels.complete = known == kTile * kTile;
 }
 
 Mesh::Census Mesh::Count() const
@@ -699,7 +747,11 @@ HWY_INLINE void Mesh::Prefetch(const Level* levels, const Tile& tile)
     if (tile.shape == Shape::Black)
         return;
     const Level& level = levels[tile.level];
-    const auto& [left, top, right, bottom] = tile.box;
+    const auto column = [](std::int32_t place) { return static_cast<std::int16_t>(place); };
+    const int left = column(tile.box.leftTop);
+    const int top = tile.box.leftTop >> 16;
+    const int right = column(tile.box.rightBottom);
+    const int bottom = tile.box.rightBottom >> 16;
     const int bytes = level.pairs ? 2 : 1;
     PrefetchRows(level.luma + std::ptrdiff_t{top} * level.lumaLine + left * bytes, level.lumaLine,
                  (right - left + 2) * bytes, bottom - top + (level.pairs ? 1 : 2));
@@ -752,8 +804,8 @@ void Mesh::DrawBand(const Kernels& kernels, const Level* levels, const ColourTer
         const std::size_t node = (std::size_t{2} * band * m_nodeColumns) + 2 * i;
         const int nodes = (columns + kTile - 1) / kTile * 2 + 1;
         NodeColumns x, y;
-        kernels.lookDown(&m_nodeX[node], m_nodeColumns, nodes, kNodeSpacing, x);
-        kernels.lookDown(&m_nodeY[node], m_nodeColumns, nodes, kNodeSpacing, y);
+        kernels.lookDown(&m_nodes.x[node], m_nodeColumns, nodes, kNodeSpacing, x);
+        kernels.lookDown(&m_nodes.y[node], m_nodeColumns, nodes, kNodeSpacing, y);
         for (int j = 0; j < columns; j += kTile) {
             const Tile& tile = tiles[j / kTile];
             if (i + j / kTile + 1 < m_tileColumns)

@@ -28,6 +28,12 @@ struct Place
     std::int32_t x, y;  ///< both kUnknown outside the picture
 };
 
+/// Where in a view, in pixels from the first one's centre.
+struct ViewPoint
+{
+    double column, row;
+};
+
 /// 3 x 3 nodes of a patch, places in the source picture.
 struct PatchNodes
 {
@@ -51,29 +57,31 @@ struct PatchNodes
 class Mesh
 {
 public:
-    /// Fills out[0..count) with the source positions of the view's fractions (x[i], y); a position
-    /// whose x is NaN is outside the picture: black. Fractions go a little beyond 1, up to 16
-    /// pixels: continue the formula there. A position outside the source picture takes the nearest
-    /// pixel of its border; one that is further than 24000 pixels off is black.
-    using RowMapping = FunctionRef<void(const double* x, double y, int count, SourcePoint* out)>;
+    /// Fills out[0..count) with the source positions of the view's fractions (x[i], y[i]), at most
+    /// 64; a position whose x is NaN is outside the picture: black. Fractions go a little beyond 1,
+    /// up to 16 pixels: continue the formula there. A position outside the source picture takes the
+    /// nearest pixel of its border; one that is further than 24000 pixels off is black.
+    using BatchMapping =
+        FunctionRef<void(const double* x, const double* y, int count, SourcePoint* out)>;
 
     /// Builds the mesh of a view of width x height pixels over a source picture of sourceWidth x
     /// sourceHeight, replacing what was there; all four are 1..kLargestPicture. Pixel (i, j) stands
     /// for the fraction ((i + 0.5) / width, (j + 0.5) / height). Allocates only where it needs more
     /// room than ever before.
-    void BuildRows(int width, int height, int sourceWidth, int sourceHeight, RowMapping mapping);
+    void BuildInBatches(int width, int height, int sourceWidth, int sourceHeight,
+                        BatchMapping mapping);
 
     /// The same for a callable (double x, double y) -> std::optional<SourcePoint>.
     template <class Mapping>
     void Build(int width, int height, int sourceWidth, int sourceHeight, Mapping&& mapping)
     {
-        BuildRows(width, height, sourceWidth, sourceHeight,
-                  [&mapping](const double* x, double y, int count, SourcePoint* out) {
-                      for (int i = 0; i < count; ++i) {
-                          const std::optional<SourcePoint> point = mapping(x[i], y);
-                          out[i] = point.value_or(Nowhere());
-                      }
-                  });
+        BuildInBatches(width, height, sourceWidth, sourceHeight,
+                       [&mapping](const double* x, const double* y, int count, SourcePoint* out) {
+                           for (int i = 0; i < count; ++i) {
+                               const std::optional<SourcePoint> point = mapping(x[i], y[i]);
+                               out[i] = point.value_or(Nowhere());
+                           }
+                       });
     }
 
     static SourcePoint Nowhere();
@@ -124,31 +132,22 @@ private:
         Pixels
     };
 
-    /// Pixels of a level that a tile is drawn from, more or less: what to have in the cache.
-    struct Box
-    {
-        std::int16_t left, top, right, bottom;
-    };
-
     struct Tile
     {
         Shape shape = Shape::Black;
         std::uint8_t level = 0;
         bool clamped = false;
         std::int32_t index = 0;  // of its first node, its quad or its pixels
-        Box box{};
+        TileBox box{};
     };
 
     struct Pixels
     {
+        Pixels() {}  // all of it is written anyway
+
         TileCoordinates coordinates;
         std::uint16_t inside[kTile];  // bit j of row i
         bool complete;
-    };
-
-    struct Bounds
-    {
-        Place least, most;
     };
 
     /// Nodes 4 view pixels apart: four patches of half the size.
@@ -164,40 +163,53 @@ private:
     enum
     {
         kFailed,
-        kApart,
-        kBetween,
         kLeastX,
         kLeastY,
         kMostX,
         kMostY,
-        kRoughAcross,
-        kRoughDown,
+        kChoices,
+        kLeftTop,
+        kRightBottom,
         kScratches
     };
 
-    Bounds InsideOf(int level) const;
-    static Box BoxOf(const Bounds& bounds, int level);
-    bool PatchInside(const Bounds& nodes, int level) const;
-    void MapNodes(RowMapping mapping);
-    void MapNodeRow(RowMapping mapping, int row);
-    void InterpolateNodeRow(RowMapping mapping, int row, int spacing);
-    void InterpolateAcross(std::int32_t* nodes, int known, int spacing);
-    void AskFailed(RowMapping mapping, int row, int first, int step, int count);
-    double Fraction(double column) const { return (column + 0.5) / m_width; }
-    void MapRow(RowMapping mapping, double row, const double* fractions, int count,
-                Place* out) const;
-    void LookAtNodes(int tileRow);
-    bool Smooth(int tileColumn) const;
+    /// Places of nodes, line by line.
+    struct Places
+    {
+        Scratch x, y;
+    };
+
+    /// A node that the mapping is to be asked for, and where its place goes.
+    struct Asked
+    {
+        // So that it can be made in its place: one that is copied there is read before it is
+        // written, as the processor sees it, and waits.
+        Asked(std::int32_t at, std::int32_t column, std::int32_t row)
+            : at(at), column(column), row(row)
+        {}
+
+        std::int32_t at, column, row;
+    };
+
+    void SetLimits();
+    void MapNodes(BatchMapping mapping);
+    template <class AskFor>
+    void InterpolateLine(Places& places, int line, int lines, int spacing, int count,
+                         AskFor askFor);
+    void AnswerAll(BatchMapping mapping, Places& places);
+    template <class PointOf, class Take>
+    void Ask(BatchMapping mapping, int count, PointOf pointOf, Take take) const;
+    void FindRough();
     PatchNodes NodesOf(const Tile& tile, int part) const;
-    void AddTile(int tileColumn, int tileRow, RowMapping mapping);
-    bool AddPatch(Tile& tile, const Bounds& bounds, int tileColumn, int tileRow,
-                  RowMapping mapping);
-    bool NearEverywhere(const PatchNodes& patch, double column, double row,
-                        RowMapping mapping) const;
-    void MapPixels(RowMapping mapping, int tileColumn, int tileRow, int columns, int rows,
-                   Place (&out)[kTile][kTile]) const;
-    bool AddQuad(Tile& tile, int tileColumn, int tileRow, RowMapping mapping);
-    void AddPixels(Tile& tile, int tileColumn, int tileRow, RowMapping mapping);
+    void AddTiles(int tileRow, BatchMapping mapping);
+    void FindShape(Tile& tile, int tileColumn, int tileRow, bool any, bool patches,
+                   BatchMapping mapping);
+    bool NearEverywhere(const PatchNodes& patch, ViewPoint first, BatchMapping mapping) const;
+    void MapPixels(BatchMapping mapping, ViewPoint first, int columns, int rows,
+                   TileCoordinates& out) const;
+    static void SetOutside(Pixels& pixels, const Place& any);
+    bool AddQuad(Tile& tile, int tileColumn, ViewPoint first, BatchMapping mapping);
+    void AddPixels(Tile& tile, int tileColumn, int tileRow, BatchMapping mapping);
     void ExpandQuad(const Kernels& kernels, const Tile& tile, int columns, int rows,
                     TileCoordinates& out) const;
     static void Prefetch(const Level* levels, const Tile& tile);
@@ -214,12 +226,20 @@ private:
     int m_nodeColumns = 0;
     int m_nodeRows = 0;
     int m_highestLevel = 0;
+    double m_perWidth = 1;  ///< a pixel's fraction of the view
+    double m_perHeight = 1;
     std::vector<Tile> m_tiles;
     std::vector<Quad> m_quads;
     std::vector<Pixels> m_pixels;
-    std::vector<std::int32_t> m_nodeX, m_nodeY;
+    Places m_nodes;  ///< row by row
+    // While building: the rows that are not interpolated, and their nodes column by column.
+    Scratch m_rows;
+    Places m_columns;
+    std::vector<Asked> m_asked;
     Scratch m_scratch[kScratches];
-    Bounds m_inside[3] = {};
+    Scratch m_corners, m_roughAcross, m_roughDown, m_rough;
+    std::vector<float> m_areas;  ///< source pixels per view pixel, tile by tile of a row
+    TileLimits m_limits = {};
 };
 
 /// The greatest level that a picture of this size has: 0, 1 or 2.

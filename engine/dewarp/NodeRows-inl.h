@@ -21,7 +21,7 @@ inline std::uint32_t WithFourth(std::uint32_t a, std::int32_t b, std::int32_t c)
 }
 
 template <bool Sextic, bool Before, bool Behind>
-void FindHalfway(const HalfwayLines& between, int count, std::int32_t* __restrict out,
+bool FindHalfway(const HalfwayLines& between, int count, std::int32_t* __restrict out,
                  std::int32_t* __restrict failed)
 {
     // Of a polynomial through four lines the error is 3/128 of the fourth difference, through six
@@ -39,6 +39,7 @@ void FindHalfway(const HalfwayLines& between, int count, std::int32_t* __restric
     const std::int32_t* const p5 = between.line[5];
     const std::int32_t* const p6 = between.line[seventh ? 6 : 4];
     const std::int32_t* const p7 = between.line[eighth ? 7 : 4];
+    std::int32_t any = 0;
     for (int i = 0; i < count; ++i) {
         // Steps from line to line, and fourth differences about the third to the sixth line.
         const std::int32_t a = first ? Less(p1[i], p0[i]) : 0;
@@ -60,6 +61,7 @@ void FindHalfway(const HalfwayLines& between, int count, std::int32_t* __restric
             failed[i] |= Exceeds(Sextic ? Bend(fourth1, fourth2, fourth3) : fourth2, limit);
         if constexpr (Behind)
             failed[i] |= Exceeds(Sextic ? Bend(fourth2, fourth3, fourth4) : fourth3, limit);
+        any |= failed[i];
         // The mean of the two lines, less a sixteenth of both second differences.
         std::uint32_t sixteenths =
             8U * static_cast<std::uint32_t>(d) + static_cast<std::uint32_t>(Less(c, e)) + 8U;
@@ -69,35 +71,34 @@ void FindHalfway(const HalfwayLines& between, int count, std::int32_t* __restric
             static_cast<std::uint32_t>(p3[i]) +
             static_cast<std::uint32_t>(static_cast<std::int32_t>(sixteenths) >> 4));
     }
+    return any != 0;
 }
 
 template <bool Sextic>
-void FindHalfway(const HalfwayLines& between, int count, std::int32_t* out, std::int32_t* failed)
+bool FindHalfway(const HalfwayLines& between, int count, std::int32_t* out, std::int32_t* failed)
 {
     if (between.before && between.behind)
-        FindHalfway<Sextic, true, true>(between, count, out, failed);
-    else if (between.before)
-        FindHalfway<Sextic, true, false>(between, count, out, failed);
-    else if (between.behind)
-        FindHalfway<Sextic, false, true>(between, count, out, failed);
-    else
-        std::fill_n(failed, count, -1);  // nothing tells how near it is
+        return FindHalfway<Sextic, true, true>(between, count, out, failed);
+    if (between.before)
+        return FindHalfway<Sextic, true, false>(between, count, out, failed);
+    if (between.behind)
+        return FindHalfway<Sextic, false, true>(between, count, out, failed);
+    std::fill_n(failed, count, -1);  // nothing tells how near it is
+    return true;
 }
 
-void Halfway(const HalfwayLines& between, int count, std::int32_t* out, std::int32_t* failed)
+bool Halfway(const HalfwayLines& between, int count, std::int32_t* out, std::int32_t* failed)
 {
-    if (between.six)
-        FindHalfway<true>(between, count, out, failed);
-    else
-        FindHalfway<false>(between, count, out, failed);
+    return between.six ? FindHalfway<true>(between, count, out, failed)
+                       : FindHalfway<false>(between, count, out, failed);
 }
 
 void MarkRough(const std::int32_t* nodes, std::ptrdiff_t step, int count,
                std::int32_t* __restrict rough)
 {
-    // Its error is at most h^3 |f'''| / (9 sqrt 3) for nodes h apart, and their third difference is
-    // h^3 f'''; half of what is allowed for each direction.
-    constexpr std::int32_t limit = Fixed(kPatchError * 0.8 * 15.588 / 2);
+    // Its error is at most h^3 |f'''| / (9 sqrt 3) for nodes h apart, and the third difference of
+    // corners, a mean over three tiles, is 8 h^3 f'''; half of what is allowed for each direction.
+    constexpr std::int32_t limit = Fixed(kPatchError * 0.8 * 15.588 * 8 / 2);
     for (int i = 0; i < count; ++i) {
         const std::int32_t a = Less(nodes[i + step], nodes[i]);
         const std::int32_t b = Less(nodes[i + 2 * step], nodes[i + step]);
@@ -107,14 +108,94 @@ void MarkRough(const std::int32_t* nodes, std::ptrdiff_t step, int count,
     }
 }
 
-void FindBounds(const std::int32_t* nodes, std::ptrdiff_t line, std::int32_t* __restrict least,
-                std::int32_t* __restrict most)
+inline void FindBounds(const std::int32_t* nodes, std::ptrdiff_t line, int tiles,
+                       std::int32_t* __restrict least, std::int32_t* __restrict most)
 {
-    for (std::ptrdiff_t i = 0; i < line; ++i) {
-        const std::int32_t a = nodes[i], b = nodes[i + line], c = nodes[i + 2 * line];
-        least[i] = std::min(a, std::min(b, c));
-        most[i] = std::max(a, std::max(b, c));
+    constexpr int kAtOnce = 32;
+    for (int done = 0; done < tiles; done += kAtOnce) {
+        const int count = std::min(tiles - done, kAtOnce);
+        const std::int32_t* const a = nodes + 2 * done;
+        std::int32_t low[2 * kAtOnce + 1], high[2 * kAtOnce + 1];
+        for (int i = 0; i < 2 * count + 1; ++i) {
+            low[i] = std::min(a[i], std::min(a[i + line], a[i + 2 * line]));
+            high[i] = std::max(a[i], std::max(a[i + line], a[i + 2 * line]));
+        }
+        for (int i = 0; i < count; ++i) {
+            least[done + i] = std::min(low[2 * i], std::min(low[2 * i + 1], low[2 * i + 2]));
+            most[done + i] = std::max(high[2 * i], std::max(high[2 * i + 1], high[2 * i + 2]));
+        }
     }
+}
+
+void FindExtents(const std::int32_t* x, const std::int32_t* y, std::ptrdiff_t line, int tiles,
+                 const TileExtents& out)
+{
+    FindBounds(x, line, tiles, out.leastX, out.mostX);
+    FindBounds(y, line, tiles, out.leastY, out.mostY);
+    // The two triangles of the corners.
+    constexpr float scale = 1.0F / 65536 / kTile;
+    const auto between = [](const std::int32_t* nodes, std::ptrdiff_t from, std::ptrdiff_t to) {
+        return static_cast<float>(Less(nodes[to], nodes[from])) * scale;
+    };
+    float* __restrict const areas = out.areas;
+    for (int i = 0; i < tiles; ++i) {
+        const std::ptrdiff_t a = 2 * i, b = a + 2, c = a + 2 * line, d = c + 2;
+        const float first =
+            between(x, a, b) * between(y, a, c) - between(y, a, b) * between(x, a, c);
+        const float second =
+            between(x, d, c) * between(y, d, b) - between(y, d, c) * between(x, d, b);
+        areas[i] = 0.5F * (std::fabs(first) + std::fabs(second));
+    }
+}
+
+/// How far patches through nodes within these bounds are beyond them at most. A parabola through
+/// three values strays at most 1/8 of their range from it on either side, a biquadratic patch 9/32.
+inline std::int32_t Stray(std::int32_t least, std::int32_t most)
+{
+    return Less(most, least) / 32 * 9 + 9;
+}
+
+/// That of the level; three selections, because vectors have no other way to look it up.
+inline std::int32_t OfLevel(const std::int32_t (&limit)[3], std::int32_t level)
+{
+    const std::int32_t half = level == 1 ? limit[1] : limit[2];
+    return level == 0 ? limit[0] : half;
+}
+
+inline void ChooseEach(const std::int32_t* leastX, const std::int32_t* leastY,
+                       const std::int32_t* mostX, const std::int32_t* mostY, const float* areas,
+                       const TileLimits& limit, int tiles, std::int32_t* __restrict choices,
+                       std::int32_t* __restrict leftTop, std::int32_t* __restrict rightBottom)
+{
+    for (int i = 0; i < tiles; ++i) {
+        const std::int32_t left = leastX[i], top = leastY[i];
+        const std::int32_t right = mostX[i], bottom = mostY[i];
+        const std::int32_t half = areas[i] >= kHalfFrom ? 1 : 0;
+        const std::int32_t quarter = areas[i] >= kQuarterFrom ? 1 : 0;
+        const std::int32_t level = std::min(half + quarter, limit.highestLevel);
+        const std::int32_t x = Stray(left, right), y = Stray(top, bottom);
+        const std::int32_t beyondLeft = Less(left, x) < OfLevel(limit.leastX, level) ? 1 : 0;
+        const std::int32_t beyondTop = Less(top, y) < OfLevel(limit.leastY, level) ? 1 : 0;
+        const std::int32_t beyondRight = Less(right, -x) > OfLevel(limit.mostX, level) ? 1 : 0;
+        const std::int32_t beyondBottom = Less(bottom, -y) > OfLevel(limit.mostY, level) ? 1 : 0;
+        // Negative when it does not fit into 31 bits.
+        const std::int32_t width = Less(right, left), height = Less(bottom, top);
+        const std::int32_t wide = width < 0 || width > kLargestPatch ? 1 : 0;
+        const std::int32_t high = height < 0 || height > kLargestPatch ? 1 : 0;
+        const TileBox box = BoxOf(left, top, right, bottom, level);
+        choices[i] = level |
+                     (beyondLeft | beyondTop | beyondRight | beyondBottom) * TileChoices::kClamped |
+                     (wide | high) * TileChoices::kTooLarge;
+        leftTop[i] = box.leftTop;
+        rightBottom[i] = box.rightBottom;
+    }
+}
+
+void Choose(const TileExtents& extents, const TileLimits& limits, int tiles, const TileChoices& out)
+{
+    const TileLimits limit = limits;  // which nothing that is written can change
+    ChooseEach(extents.leastX, extents.leastY, extents.mostX, extents.mostY, extents.areas, limit,
+               tiles, out.choices, out.leftTop, out.rightBottom);
 }
 
 void LookDown(const std::int32_t* nodes, std::ptrdiff_t line, int count, int spacing,

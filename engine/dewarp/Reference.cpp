@@ -229,7 +229,7 @@ const Kernels& ReferenceKernels()
     static constexpr Kernels kernels = {"reference",    LookDown,    Expand,    SampleAnywhere,
                                         SampleAnywhere, StreamRows,  HalveLuma, HalvePairs,
                                         JoinPairs,      HalveChroma, Halfway,   MarkRough,
-                                        FindBounds,     Interleave};
+                                        FindExtents,    Choose,      Interleave};
     return kernels;
 }
 

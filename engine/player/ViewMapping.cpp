@@ -43,22 +43,19 @@ ViewMapping::ViewMapping(const ViewSettings& settings, Extent view, Extent pictu
 std::optional<optics::Point> ViewMapping::operator()(double x, double y) const
 {
     dewarp::SourcePoint pixel;
-    MapRow(&x, y, 1, &pixel);
+    MapBatch(&x, &y, 1, &pixel);
     return std::isnan(pixel.x) ? std::nullopt : std::optional(optics::Point{pixel.x, pixel.y});
 }
 
-void ViewMapping::MapRow(const double* x, double y, int count, dewarp::SourcePoint* out) const
-{
-    for (int done = 0; done < count; done += BATCH)
-        MapBatch(x + done, y, std::min(count - done, BATCH), out + done);
-}
-
-void ViewMapping::MapBatch(const double* x, double y, int count, dewarp::SourcePoint* out) const
+void ViewMapping::MapBatch(const double* x, const double* y, int count,
+                           dewarp::SourcePoint* out) const
 {
     double across[BATCH];
-    for (int i = 0; i < count; ++i)
+    double down[BATCH];
+    for (int i = 0; i < count; ++i) {
         across[i] = (x[i] - m_left) / m_width;
-    const double down = (y - m_top) / m_height;
+        down[i] = (y[i] - m_top) / m_height;
+    }
     optics::Point pixels[BATCH];
     if (m_view) {
         optics::Vec3 directions[BATCH];
@@ -71,7 +68,7 @@ void ViewMapping::MapBatch(const double* x, double y, int count, dewarp::SourceP
     } else {
         for (int i = 0; i < count; ++i)
             pixels[i] = {(m_camera.mirrored ? 1.0 - across[i] : across[i]) * m_picture.width - 0.5,
-                         (m_camera.flipped ? 1.0 - down : down) * m_picture.height - 0.5};
+                         (m_camera.flipped ? 1.0 - down[i] : down[i]) * m_picture.height - 0.5};
     }
     for (int i = 0; i < count; ++i) {
         const auto& [column, row] = pixels[i];

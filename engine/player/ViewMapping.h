@@ -32,12 +32,10 @@ public:
     /// Nothing where the view is black: outside the image circle, beyond the picture, in the bars
     /// beside a picture that keeps its aspect.
     std::optional<optics::Point> operator()(double x, double y) const;
-    /// The same for a row of fractions (x[i], y); not a number where the view is black.
-    void MapRow(const double* x, double y, int count, dewarp::SourcePoint* out) const;
+    /// The same for at most 64 fractions (x[i], y[i]); not a number where the view is black.
+    void MapBatch(const double* x, const double* y, int count, dewarp::SourcePoint* out) const;
 
 private:
-    void MapBatch(const double* x, double y, int count, dewarp::SourcePoint* out) const;
-
     Extent m_picture;
     CameraOptics m_camera;
     std::optional<optics::View> m_view;  ///< none: the picture as it is

@@ -188,7 +188,9 @@ TEST_P(EveryKernel, FindsPlacesHalfwayLikeTheReference)
         for (const Kernels* const kernels : {&ReferenceKernels(), GetParam()}) {
             out[table].resize(count);
             failed[table].resize(count);
-            kernels->halfway(lines, count, out[table].data(), failed[table].data());
+            const bool any =
+                kernels->halfway(lines, count, out[table].data(), failed[table].data());
+            EXPECT_EQ(any, std::count(failed[table].begin(), failed[table].end(), 0) < count);
             ++table;
         }
         ASSERT_EQ(failed[0], failed[1]) << round;
@@ -206,21 +208,55 @@ TEST_P(EveryKernel, FindsPlacesHalfwayLikeTheReference)
 TEST_P(EveryKernel, LooksAtRowsOfNodesLikeTheReference)
 {
     std::mt19937 random(9);
-    for (int round = 0; round < 200; ++round) {
-        const int count = 4 + static_cast<int>(random() % 40);
-        std::vector<std::int32_t> nodes;
-        for (const auto& row : NodeRows(4, count, random))
-            nodes.insert(nodes.end(), row.begin(), row.end());
+    int rough = 0;
+    int clamped = 0;
+    int tooLarge = 0;
+    int levels[3] = {};
+    for (int round = 0; round < 400; ++round) {
+        const int tiles = 2 + static_cast<int>(random() % 40);
+        const int count = 2 * tiles + 1;
+        // Two axes of four rows, coarser and coarser.
+        const int scale = 1 << round % 4;
+        std::vector<std::int32_t> nodes[2];
+        for (int axis = 0; axis < 2; ++axis)
+            for (auto& row : NodeRows(4, count, random))
+                for (int i = 0; i < count; ++i)
+                    nodes[axis].push_back(row[axis == 0 ? i : count - 1 - i] / 4 * scale);
+        TileLimits limits{};
+        for (int level = 0; level < 3; ++level) {
+            limits.leastX[level] = limits.leastY[level] = (300 + 10 * level) << 16;
+            limits.mostX[level] = limits.mostY[level] = (1500 - 10 * level) << 16;
+        }
+        limits.highestLevel = round % 3;
         std::vector<std::vector<std::int32_t>> results[2];
+        std::vector<float> areas[2];
         int table = 0;
         for (const Kernels* const kernels : {&ReferenceKernels(), GetParam()}) {
-            auto& result = results[table++];
-            result.assign(4, std::vector<std::int32_t>(count));
-            kernels->markRough(nodes.data(), 1, count - 3, result[0].data());
-            kernels->markRough(nodes.data(), count, count, result[1].data());
-            kernels->findBounds(nodes.data(), count, result[2].data(), result[3].data());
+            auto& result = results[table];
+            result.assign(9, std::vector<std::int32_t>(count));
+            areas[table].resize(tiles);
+            kernels->markRough(nodes[0].data(), 1, count - 3, result[0].data());
+            kernels->markRough(nodes[0].data(), count, count, result[1].data());
+            const TileExtents extents = {result[2].data(), result[3].data(), result[4].data(),
+                                         result[5].data(), areas[table].data()};
+            kernels->findExtents(nodes[0].data(), nodes[1].data(), count, tiles, extents);
+            kernels->choose(extents, limits, tiles,
+                            {result[6].data(), result[7].data(), result[8].data()});
+            ++table;
         }
         ASSERT_EQ(results[0], results[1]) << round;
+        ASSERT_EQ(areas[0], areas[1]) << round;
+        for (int i = 0; i < tiles; ++i) {
+            const std::int32_t choice = results[0][6][i];
+            rough += results[0][0][i] != 0 ? 1 : 0;
+            clamped += (choice & TileChoices::kClamped) != 0 ? 1 : 0;
+            tooLarge += (choice & TileChoices::kTooLarge) != 0 ? 1 : 0;
+            ++levels[choice & TileChoices::kLevel];
+        }
+    }
+    for (const int occurrences : {rough, clamped, tooLarge, levels[0], levels[1], levels[2]}) {
+        EXPECT_GT(occurrences, 50);
+        EXPECT_LT(occurrences, 400 * 20 - 50);
     }
 }
 
