@@ -522,8 +522,8 @@ HWY_INLINE void SampleTile(const Level& level, const ColourTerms& terms,
 }
 
 template <bool Clamp, bool Gather>
-HWY_ATTR void Sample(const Level& level, const ColourTerms& terms,
-                     const TileCoordinates& coordinates, const TileTarget& target)
+DEWARP_HOT HWY_ATTR void Sample(const Level& level, const ColourTerms& terms,
+                                const TileCoordinates& coordinates, const TileTarget& target)
 {
     if (level.pairs)
         SampleTile<true, Clamp, Gather>(level, terms, coordinates, target);
@@ -531,8 +531,8 @@ HWY_ATTR void Sample(const Level& level, const ColourTerms& terms,
         SampleTile<false, Clamp, Gather>(level, terms, coordinates, target);
 }
 
-HWY_ATTR void StreamRows(const std::uint8_t* from, std::ptrdiff_t fromLine, int bytes, int rows,
-                         std::uint8_t* to, std::ptrdiff_t toLine)
+DEWARP_HOT HWY_ATTR void StreamRows(const std::uint8_t* from, std::ptrdiff_t fromLine, int bytes,
+                                    int rows, std::uint8_t* to, std::ptrdiff_t toLine)
 {
     const D8 d;
     for (int row = 0; row < rows; ++row)
@@ -615,8 +615,8 @@ HWY_INLINE void ExpandPatch(const Patch& patch, int lastColumn, int lastRow, std
     ExpandAxis<2 * Spacing>(*patch.y, patch, *weights, lastRow, y);
 }
 
-HWY_ATTR void Expand(const Patch& patch, int lastColumn, int lastRow, std::int32_t* x,
-                     std::int32_t* y)
+DEWARP_HOT HWY_ATTR void Expand(const Patch& patch, int lastColumn, int lastRow, std::int32_t* x,
+                                std::int32_t* y)
 {
     if (patch.spacing == 8)
         ExpandPatch<8>(patch, lastColumn, lastRow, x, y);

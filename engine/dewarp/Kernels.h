@@ -8,6 +8,15 @@
 
 #include "engine/dewarp/Picture.h"
 
+/// What runs for every tile lies together in the library: scattered, its functions drive each other
+/// out of the processor's cache of decoded instructions, more or less by chance, which costs up to
+/// 4 %.
+#if defined(__GNUC__)
+#define DEWARP_HOT __attribute__((hot))
+#else
+#define DEWARP_HOT
+#endif
+
 namespace dewarp {
 
 /// Tiles are kTile x kTile pixels, and bands kTile rows: a row of a tile is one cache line of BGRA.

@@ -106,8 +106,8 @@ public:
     /// Draws one band of the view, rows kTile * band onwards, to BGRA pixels.
     /// @param levels the prepared picture, as many sizes as HighestLevel() asks for
     /// @param pixels the view's first pixel, @param line bytes from row to row
-    void DrawBand(const Kernels& kernels, const Level* levels, const ColourTerms& terms, int band,
-                  std::uint8_t* pixels, std::ptrdiff_t line) const;
+    DEWARP_HOT void DrawBand(const Kernels& kernels, const Level* levels, const ColourTerms& terms,
+                             int band, std::uint8_t* pixels, std::ptrdiff_t line) const;
 
     /// Fills the band with black.
     void BlackBand(int band, std::uint8_t* pixels, std::ptrdiff_t line) const;
@@ -213,9 +213,9 @@ private:
     void ExpandQuad(const Kernels& kernels, const Tile& tile, int columns, int rows,
                     TileCoordinates& out) const;
     static void Prefetch(const Level* levels, const Tile& tile);
-    void DrawTile(const Kernels& kernels, const Level* levels, const ColourTerms& terms,
-                  const Tile& tile, const Patch& patch, int columns, int rows, std::uint8_t* pixels,
-                  std::ptrdiff_t line, bool stream) const;
+    DEWARP_HOT void DrawTile(const Kernels& kernels, const Level* levels, const ColourTerms& terms,
+                             const Tile& tile, const Patch& patch, int columns, int rows,
+                             std::uint8_t* pixels, std::ptrdiff_t line, bool stream) const;
 
     int m_width = 0;
     int m_height = 0;

@@ -198,8 +198,8 @@ void Choose(const TileExtents& extents, const TileLimits& limits, int tiles, con
                tiles, out.choices, out.leftTop, out.rightBottom);
 }
 
-void LookDown(const std::int32_t* nodes, std::ptrdiff_t line, int count, int spacing,
-              NodeColumns& out)
+DEWARP_HOT void LookDown(const std::int32_t* nodes, std::ptrdiff_t line, int count, int spacing,
+                         NodeColumns& out)
 {
     const float step = 1.0F / static_cast<float>(spacing);
     const float slopeOfFall = 0.5F * step;
