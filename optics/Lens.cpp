@@ -11,8 +11,6 @@ namespace {
 constexpr double CONST_K_LIMIT = 1000.0;  // no lens is near; keeps the polynomial finite
 constexpr double CONST_PIXEL_LIMIT = 1e6;
 constexpr double CONST_MIN_END_RAD = PI / 180.0;
-constexpr double CONST_END_TOLERANCE = 1e-9;  // of a rounding error at the end of the map
-
 /// Where a function that is monotone on low..high crosses zero; it has different signs there.
 template <typename Function>
 double Bisect(Function function, double dLow, double dHigh)

@@ -18,8 +18,6 @@ namespace hn = hwy::HWY_NAMESPACE;
 using D = hn::ScalableTag<double>;
 using V = hn::Vec<D>;
 
-constexpr double CONST_END_TOLERANCE = 1e-9;  // of a rounding error at the end of the map
-
 HWY_INLINE V Polynomial(const std::array<double, 4>& adK, V theta)
 {
     const D d;

@@ -7,6 +7,9 @@
 
 namespace optics {
 
+/// How far a rounding error may reach beyond the end of the map, of its length.
+constexpr double CONST_END_TOLERANCE = 1e-9;
+
 /// What a lens's formulas need to know.
 struct Projection
 {

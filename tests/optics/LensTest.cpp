@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <hwy/highway.h>
+
 #include "optics/Lens.h"
 #include "tests/optics/Near.h"
 
@@ -132,6 +134,62 @@ TEST_P(EveryLens, GoesThereAndBack)
             EXPECT_THAT(*again, NearPoint(*pixel, 1e-9)) << dTheta;
         }
     }
+}
+
+/// Calls the function once for every instruction set that this processor has.
+template <class Function>
+void WithEveryInstructionSet(Function function)
+{
+    for (const std::int64_t iTarget : hwy::SupportedAndGeneratedTargets()) {
+        hwy::SetSupportedTargetsForTest(iTarget);
+        hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+        SCOPED_TRACE(hwy::TargetName(iTarget));
+        function();
+    }
+    hwy::SetSupportedTargetsForTest(0);
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+}
+
+void ExpectManyDirectionsAtTheRadiusOfTheirAngle(const Lens& lens)
+{
+    const double dAspect = lens.FocalY() / lens.FocalX();
+    std::mt19937 random(11);
+    std::uniform_real_distribution<double> part(0.0, 1.0);
+    for (int iCount = 1; iCount < 20; ++iCount) {
+        std::vector<Vec3> vecDirections;
+        std::vector<Point> vecExpected;
+        for (int i = 0; i < iCount; ++i) {
+            const double dTheta = PI * part(random);
+            const double dBearing = 2.0 * PI * part(random);
+            vecDirections.push_back(DirectionOf(dBearing, dTheta) * (0.01 + 10.0 * part(random)));
+            vecExpected.push_back({CONST_NAN, CONST_NAN});
+            if (random() % 8 == 0) {
+                vecDirections.back() = {CONST_NAN, CONST_NAN, CONST_NAN};
+            } else if (random() % 8 == 0) {
+                vecDirections.back() = {0.0, 0.0, 2.0};
+                vecExpected.back() = lens.Centre();
+            } else if (dTheta <= lens.MaxTheta()) {
+                const double dRadius = lens.RadiusOf(dTheta);
+                vecExpected.back() = {lens.Centre().x + dRadius * std::sin(dBearing),
+                                      lens.Centre().y + dAspect * dRadius * std::cos(dBearing)};
+            }
+        }
+        std::vector<Point> vecPixels(iCount + 1, Point{-7.0, -7.0});
+        lens.Project(vecDirections.data(), iCount, vecPixels.data());
+        for (int i = 0; i < iCount; ++i) {
+            if (std::isnan(vecExpected[i].x))
+                EXPECT_TRUE(std::isnan(vecPixels[i].x) && std::isnan(vecPixels[i].y)) << i;
+            else
+                EXPECT_THAT(vecPixels[i], NearPoint(vecExpected[i], 1e-8)) << i;
+        }
+        EXPECT_THAT(vecPixels[iCount], NearPoint(Point{-7.0, -7.0}, 0.0));
+    }
+}
+
+TEST_P(EveryLens, ManyDirectionsAtOnceLieAtTheRadiusOfTheirAngle)
+{
+    const Lens lens = Made(GetParam().st);
+    WithEveryInstructionSet([&] { ExpectManyDirectionsAtTheRadiusOfTheirAngle(lens); });
 }
 
 TEST_P(EveryLens, GrowsAllTheWayAndNeverFolds)

@@ -193,6 +193,28 @@ TEST(View, EveryDirectionComesBackToItsFraction)
     }
 }
 
+TEST(View, ManyFractionsAtOnceLookWhereEachOfThemDoes)
+{
+    std::mt19937 random(12);
+    std::uniform_real_distribution<double> fraction(-0.1, 1.1);
+    for (const View& view : ManyViews()) {
+        double adX[40], adY[40];
+        for (int i = 0; i < 40; ++i) {
+            adX[i] = fraction(random);
+            adY[i] = i % 3 == 0 || i == 1 ? fraction(random) : adY[i - 1];  // rows, and none
+        }
+        Vec3 astDirections[40];
+        view.Directions(adX, adY, 40, astDirections);
+        for (int i = 0; i < 40; ++i) {
+            const std::optional<Vec3> direction = view.Direction({adX[i], adY[i]});
+            ASSERT_EQ(direction.has_value(), !std::isnan(astDirections[i].x)) << i;
+            if (direction) {
+                EXPECT_THAT(Normalised(astDirections[i]), NearDirection(*direction, 0.0)) << i;
+            }
+        }
+    }
+}
+
 TEST(View, WhatAViewDoesNotShowHasNoFraction)
 {
     EXPECT_FALSE(Wide(ViewKind::Panorama, Mount::Ceiling).Fraction({0, 1, -0.1}));
