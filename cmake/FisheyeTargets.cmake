@@ -11,7 +11,8 @@ function(fisheye_target target)
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON
         POSITION_INDEPENDENT_CODE ON)
-    # Results must not depend on whether the processor fuses a multiplication and an addition.
+    # Results must not depend on whether the processor fuses a multiplication and an addition (but
+    # for optics/Projection.cpp, which asks for it).
     target_compile_options(${target} PRIVATE
         -Wall -Wextra -Woverloaded-virtual -Wconversion -Wno-sign-conversion -ffp-contract=off)
     if(FISHEYE_SANITIZE)

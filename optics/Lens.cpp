@@ -11,6 +11,7 @@ namespace {
 constexpr double CONST_K_LIMIT = 1000.0;  // no lens is near; keeps the polynomial finite
 constexpr double CONST_PIXEL_LIMIT = 1e6;
 constexpr double CONST_MIN_END_RAD = PI / 180.0;
+
 /// Where a function that is monotone on low..high crosses zero; it has different signs there.
 template <typename Function>
 double Bisect(Function function, double dLow, double dHigh)

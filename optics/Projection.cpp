@@ -1,4 +1,8 @@
-// Compiled once for each instruction set.
+// The projection of directions by vectors, as many at a time as one holds. This file is compiled
+// once for each instruction set.
+
+#include <algorithm>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "optics/Projection.cpp"
 #include <hwy/foreach_target.h>

@@ -43,7 +43,7 @@ double FiniteOr(double dValue, double dDefault)
 }
 
 /// Sine and cosine of an angle that stays the same for a row of points.
-struct CircularOf
+struct RowAngle
 {
     void Set(double dNewRad)
     {
@@ -155,7 +155,7 @@ void View::Directions(const double* pdX, const double* pdY, int iCount, Vec3* ps
         return RoundTheAxis(pdX, pdY, iCount, pstOut);
     case ViewKind::Lat: {
         // Longitude and latitude about the picture's vertical axis.
-        CircularOf latitude;
+        RowAngle latitude;
         for (int i = 0; i < iCount; ++i) {
             latitude.Set(PI * (0.5 - pdY[i]));
             const double dLongitude = PI * (pdX[i] - 0.5);
@@ -213,7 +213,7 @@ void View::RoundTheAxis(const double* pdX, const double* pdY, int iCount, Vec3* 
     // lowers the bearing; from the floor it raises it.
     const double dHalfSpan = m_stParameters.eKind == ViewKind::Panorama ? PI : PI / 2.0;
     const bool blFloor = m_stParameters.eMount == Mount::Floor;
-    CircularOf theta;
+    RowAngle theta;
     for (int i = 0; i < iCount; ++i) {
         theta.Set(PI / 2.0 * (blFloor ? pdY[i] : 1.0 - pdY[i]));
         const double dFromLeft = dHalfSpan * (1.0 - 2.0 * pdX[i]) + dAngle;

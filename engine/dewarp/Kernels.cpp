@@ -1,6 +1,7 @@
 // The kernels for vector instruction sets. This file is compiled once for each of them.
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 // Targets without the byte operations below are served by the reference.

@@ -110,7 +110,7 @@ constexpr std::int32_t ToLevel(std::int32_t full, int level)
 
 /// How far a mesh's patches may be from the mapping, in source pixels.
 constexpr double kPatchError = 0.01;
-/// Between nodes that belong together: 1024 pixels.
+/// Between neighbours, nodes or corners of tiles, that belong together: 1024 pixels.
 constexpr std::int32_t kLargestStep = 1 << 26;
 
 /// Eight lines of places of equal distance from line to line, 16.16, to find what lies half-way
@@ -128,11 +128,19 @@ struct HalfwayLines
 // view's pixel than two by two of the full size, below it only softens.
 constexpr float kHalfFrom = 2.8F * 2.8F;
 constexpr float kQuarterFrom = 4.8F * 4.8F;
+
+/// The size to sample for an area of source pixels per view pixel.
+constexpr int LevelFor(float area, int highestLevel)
+{
+    const int wanted = (area >= kHalfFrom ? 1 : 0) + (area >= kQuarterFrom ? 1 : 0);
+    return wanted < highestLevel ? wanted : highestLevel;
+}
+
 /// Between the nodes of a patch: 4096 pixels.
 constexpr std::int32_t kLargestPatch = 1 << 28;
 
-/// Places, 16.16, of the tiles of a row: the least and the greatest of each, and after these its
-/// size.
+/// Where the tiles of a row lie, tile by tile: the least and the greatest places, 16.16, of their
+/// nodes.
 struct TileExtents
 {
     std::int32_t *leastX, *leastY, *mostX, *mostY;
@@ -165,15 +173,15 @@ constexpr TileBox BoxOf(std::int32_t left, std::int32_t top, std::int32_t right,
     return {both(left, top), both(right, bottom)};
 }
 
-/// What patches of a row of tiles are drawn from.
+/// How the tiles of a row are drawn if each is one patch, tile by tile.
 struct TileChoices
 {
     static constexpr std::int32_t kLevel = 3;
     static constexpr std::int32_t kClamped = 4;   ///< some samples may lie outside
     static constexpr std::int32_t kTooLarge = 8;  ///< not by a patch
 
-    std::int32_t* choices;  ///< a level, and the other two
-    std::int32_t *leftTop, *rightBottom;
+    std::int32_t* choices;                ///< a level in the bits of kLevel, and the two flags
+    std::int32_t *leftTop, *rightBottom;  ///< a TileBox in pixels of that level
 };
 
 /// Source coordinates of a tile's pixels, row by row: what the sampling functions read.
@@ -231,8 +239,8 @@ struct Kernels
                         std::uint8_t* out);
     /// Sets out[0..count) half-way between the two middle lines, and failed to -1 where the
     /// polynomial is not within a fifth of kPatchError of the mapping as far as one more line
-    /// tells, where none is there to tell, and where places are too far apart or unknown; elsewhere
-    /// failed stays. True if anything has failed.
+    /// tells, and where places are too far apart or unknown; elsewhere failed stays. Where no line
+    /// is there to tell, all have failed, and out stays. True if any failed is set afterwards.
     bool (*halfway)(const HalfwayLines& between, int count, std::int32_t* out,
                     std::int32_t* failed);
     /// For corners of tiles, every second node. Sets rough[i] to -1 where parabolas through nodes
@@ -243,6 +251,8 @@ struct Kernels
     /// The extents of tiles of 3 x 3 nodes; one begins every second node.
     void (*findExtents)(const std::int32_t* x, const std::int32_t* y, std::ptrdiff_t line,
                         int tiles, const TileExtents& out);
+    /// What follows from the extents. One patch through nodes that are further apart than
+    /// kLargestPatch is too large.
     void (*choose)(const TileExtents& extents, const TileLimits& limits, int tiles,
                    const TileChoices& out);
     /// out[2i] = u[i], out[2i + 1] = v[i].

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include <hwy/cache_control.h>
 
@@ -16,12 +17,12 @@ namespace {
 constexpr int kNodeSpacing = kTile / 2;
 constexpr int kPost = 4;             // nodes from one that the mapping is asked for to the next
 constexpr double kFarthest = 24000;  // pixels; the coordinates' integer part has 15 bits
-constexpr int kMapped = 64;          // places asked for at once
 constexpr std::int32_t kFarOff = 32767 << 16;
 // Rows that are a multiple of this many bytes apart compete for the same cache sets and write
 // buffers. Their tiles are drawn to a strip of the cache first, and leave it in longer runs.
 constexpr int kCompeting = 2048;
 constexpr int kStripTiles = 8;
+static_assert(2 * kStripTiles + 1 <= NodeColumns::kMost);
 constexpr int kStripLine = (kStripTiles * kTile * 4) + 64;
 
 /// The coordinates of a patch that has no neighbours.
@@ -127,12 +128,6 @@ bool WithinReach(const PatchNodes& patch)
                 return false;
         }
     return true;
-}
-
-/// The level for an area of source pixels per view pixel.
-int LevelFor(double area, int highest)
-{
-    return std::min(area < kHalfFrom ? 0 : area < kQuarterFrom ? 1 : 2, highest);
 }
 
 void FillBlack(std::uint8_t* pixels, std::ptrdiff_t line, int columns, int rows)
@@ -256,9 +251,10 @@ void Mesh::MapNodes(BatchMapping mapping)
     const auto askInColumn = [&](int column, int i) {
         m_asked.emplace_back(column * rows + i, column, m_rows[i]);
     };
-    for (int column = 0; column < m_nodeColumns; ++column)
-        for (int i = 0; i < rows && SpacingAbout(column, m_nodeColumns) == 0; ++i)
-            askInColumn(column, i);
+    for (int i = 0; i < rows; ++i)  // row by row, which mappings are quickest with
+        for (int column = 0; column < m_nodeColumns; ++column)
+            if (SpacingAbout(column, m_nodeColumns) == 0)
+                askInColumn(column, i);
     AnswerAll(mapping, m_columns);
     for (int spacing = kPost; spacing > 1; spacing /= 2) {
         for (int column = spacing / 2; column + spacing / 2 < m_nodeColumns; column += spacing)
@@ -327,10 +323,10 @@ void Mesh::AnswerAll(BatchMapping mapping, Places& places)
 template <class PointOf, class Take>
 void Mesh::Ask(BatchMapping mapping, int count, PointOf pointOf, Take take) const
 {
-    double x[kMapped], y[kMapped];
-    SourcePoint points[kMapped];
-    for (int done = 0; done < count; done += kMapped) {
-        const int batch = std::min(count - done, kMapped);
+    double x[kMostAtOnce], y[kMostAtOnce];
+    SourcePoint points[kMostAtOnce];
+    for (int done = 0; done < count; done += kMostAtOnce) {
+        const int batch = std::min(count - done, kMostAtOnce);
         for (int i = 0; i < batch; ++i) {
             const ViewPoint point = pointOf(done + i);
             x[i] = (point.column + 0.5) * m_perWidth;
@@ -354,7 +350,7 @@ void Mesh::FindRough()
     const int rows = m_tileRows + 1;
     const std::size_t corners = static_cast<std::size_t>(rows) * columns;
     const bool few = m_tileColumns < 3 || m_tileRows < 3;  // to tell anything
-    m_rough.assign(corners, few ? -1 : 0);
+    m_rough.assign(m_tiles.size(), few ? -1 : 0);
     if (few)
         return;
     m_roughAcross.assign(corners, 0);
@@ -381,9 +377,8 @@ void Mesh::FindRough()
             rough[column] = across[left] | across[left + columns] | down[column] | down[column + 1];
         };
         mark(0, 0);
-        for (int column = 1; column + 2 < m_tileColumns; ++column)
+        for (int column = 1; column + 1 < m_tileColumns; ++column)
             mark(column, column - 1);
-        mark(m_tileColumns - 2, m_tileColumns - 3);
         mark(m_tileColumns - 1, m_tileColumns - 3);
     }
 }
@@ -439,8 +434,7 @@ void Mesh::FindShape(Tile& tile, int tileColumn, int tileRow, bool any, bool pat
     if (patches && (NearEverywhere(NodesOf(tile, 0), first, mapping) ||
                     AddQuad(tile, tileColumn, first, mapping)))
         return;
-    tile.shape = Shape::Black;
-    tile.level = 0;
+    tile = Tile{};
     if (any)
         AddPixels(tile, tileColumn, tileRow, mapping);
 }
@@ -648,15 +642,15 @@ void Mesh::AddPixels(Tile& tile, int tileColumn, int tileRow, BatchMapping mappi
     TileCoordinates& places = pixels.coordinates;
     MapPixels(mapping, {double{kTile} * tileColumn, double{kTile} * tileRow}, columns, rows,
               places);
-    int known = 0;
+    bool known = false;
     for (int i = 0; i < kTile; ++i) {
         unsigned inside = 0;
         for (int j = 0; j < kTile; ++j)
             inside |= (places.x[i * kTile + j] != Place::kUnknown ? 1U : 0U) << j;
         pixels.inside[i] = static_cast<std::uint16_t>(inside);
-        known |= inside != 0 ? 1 : 0;
+        known = known || inside != 0;
     }
-    if (known == 0)
+    if (!known)
         return m_pixels.pop_back();
     const auto place = [&](int at) { return Place{places.x[at], places.y[at]}; };
     double area = 0;
@@ -668,15 +662,14 @@ void Mesh::AddPixels(Tile& tile, int tileColumn, int tileRow, BatchMapping mappi
                 area += Area(place(at), place(at + 1), place(at + kTile));
                 ++areas;
             }
-    tile.level =
-        static_cast<std::uint8_t>(LevelFor(areas > 0 ? area / areas : 0, m_limits.highestLevel));
+    tile.level = static_cast<std::uint8_t>(
+        LevelFor(areas > 0 ? static_cast<float>(area / areas) : 0, m_limits.highestLevel));
     tile.shape = Shape::Pixels;
     tile.index = static_cast<std::int32_t>(m_pixels.size()) - 1;
     pixels.complete = std::all_of(pixels.inside, pixels.inside + kTile,
                                   [](std::uint16_t row) { return row == 0xFFFF; });
-    const Place inside = {m_limits.leastX[tile.level], m_limits.leastY[tile.level]};
     if (!pixels.complete)
-        SetOutside(pixels, inside);
+        SetOutside(pixels);
     Place least = place(0);
     Place most = least;
     for (int i = 0; i < kTile * kTile; ++i) {
@@ -685,16 +678,19 @@ void Mesh::AddPixels(Tile& tile, int tileColumn, int tileRow, BatchMapping mappi
         places.x[i] = ToLevel(places.x[i], tile.level);
         places.y[i] = ToLevel(places.y[i], tile.level);
     }
-    tile.clamped = least.x < inside.x || least.y < inside.y ||
+    tile.clamped = least.x < m_limits.leastX[tile.level] || least.y < m_limits.leastY[tile.level] ||
                    most.x > m_limits.mostX[tile.level] || most.y > m_limits.mostY[tile.level];
     tile.box = BoxOf(least.x, least.y, most.x, most.y, tile.level);
 }
 
 /// Gives the pixels outside the place of one inside of their 2 x 2 block, whose chroma they would
-/// otherwise spoil, or any.
-void Mesh::SetOutside(Pixels& pixels, const Place& any)
+/// otherwise spoil, or any of the tile's.
+void Mesh::SetOutside(Pixels& pixels)
 {
     TileCoordinates& places = pixels.coordinates;
+    const std::int32_t* const first = std::find_if(
+        places.x, places.x + kTile * kTile, [](std::int32_t x) { return x != Place::kUnknown; });
+    const Place any = {*first, places.y[first - places.x]};
     for (int row = 0; row < kTile; row += 2) {
         const unsigned inside = pixels.inside[row] | pixels.inside[row + 1] << kTile;
         for (int column = 0; inside != ~0U && column < kTile; column += 2) {

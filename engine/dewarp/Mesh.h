@@ -48,7 +48,7 @@ struct PatchNodes
 /// size; and where that is not enough, or the picture ends within a tile, the position of every
 /// pixel. The error stays below 0.02 source pixels for mappings that are smooth or break off;
 /// details of the mapping that are narrower than 32 view pixels and lie between those it is asked
-/// for first, such as a hole, are not seen.
+/// for first, such as a hole or a kink, are not seen.
 ///
 /// Each tile also chooses the size of the prepared picture (full, half, quarter) that it is
 /// sampled from, by how many source pixels a view pixel spans.
@@ -57,10 +57,13 @@ struct PatchNodes
 class Mesh
 {
 public:
+    /// How many positions a mapping is asked for at most.
+    static constexpr int kMostAtOnce = 64;
+
     /// Fills out[0..count) with the source positions of the view's fractions (x[i], y[i]), at most
-    /// 64; a position whose x is NaN is outside the picture: black. Fractions go a little beyond 1,
-    /// up to 16 pixels: continue the formula there. A position outside the source picture takes the
-    /// nearest pixel of its border; one that is further than 24000 pixels off is black.
+    /// kMostAtOnce; a position whose x is NaN is outside the picture: black. Fractions go a little
+    /// beyond 1, up to 16 pixels: continue the formula there. A position outside the source picture
+    /// takes the nearest pixel of its border; one that is further than 24000 pixels off is black.
     using BatchMapping =
         FunctionRef<void(const double* x, const double* y, int count, SourcePoint* out)>;
 
@@ -158,7 +161,7 @@ private:
 
     class Lattice;
 
-    /// What building needs for a row of nodes, node by node.
+    /// Values of nodes or tiles in a row; those of m_scratch are for one row while building.
     using Scratch = std::vector<std::int32_t>;
     enum
     {
@@ -182,8 +185,8 @@ private:
     /// A node that the mapping is to be asked for, and where its place goes.
     struct Asked
     {
-        // So that it can be made in its place: one that is copied there is read before it is
-        // written, as the processor sees it, and waits.
+        // For emplace_back: copying one that has just been written in parts makes the processor
+        // wait until they have left for the cache.
         Asked(std::int32_t at, std::int32_t column, std::int32_t row)
             : at(at), column(column), row(row)
         {}
@@ -207,7 +210,7 @@ private:
     bool NearEverywhere(const PatchNodes& patch, ViewPoint first, BatchMapping mapping) const;
     void MapPixels(BatchMapping mapping, ViewPoint first, int columns, int rows,
                    TileCoordinates& out) const;
-    static void SetOutside(Pixels& pixels, const Place& any);
+    static void SetOutside(Pixels& pixels);
     bool AddQuad(Tile& tile, int tileColumn, ViewPoint first, BatchMapping mapping);
     void AddPixels(Tile& tile, int tileColumn, int tileRow, BatchMapping mapping);
     void ExpandQuad(const Kernels& kernels, const Tile& tile, int columns, int rows,

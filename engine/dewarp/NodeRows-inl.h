@@ -170,9 +170,7 @@ inline void ChooseEach(const std::int32_t* leastX, const std::int32_t* leastY,
     for (int i = 0; i < tiles; ++i) {
         const std::int32_t left = leastX[i], top = leastY[i];
         const std::int32_t right = mostX[i], bottom = mostY[i];
-        const std::int32_t half = areas[i] >= kHalfFrom ? 1 : 0;
-        const std::int32_t quarter = areas[i] >= kQuarterFrom ? 1 : 0;
-        const std::int32_t level = std::min(half + quarter, limit.highestLevel);
+        const std::int32_t level = LevelFor(areas[i], limit.highestLevel);
         const std::int32_t x = Stray(left, right), y = Stray(top, bottom);
         const std::int32_t beyondLeft = Less(left, x) < OfLevel(limit.leastX, level) ? 1 : 0;
         const std::int32_t beyondTop = Less(top, y) < OfLevel(limit.leastY, level) ? 1 : 0;

@@ -10,7 +10,7 @@ namespace engine {
 
 namespace {
 
-constexpr int BATCH = 64;
+constexpr int BATCH = dewarp::Mesh::kMostAtOnce;
 
 }  // namespace
 

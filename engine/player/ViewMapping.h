@@ -32,7 +32,8 @@ public:
     /// Nothing where the view is black: outside the image circle, beyond the picture, in the bars
     /// beside a picture that keeps its aspect.
     std::optional<optics::Point> operator()(double x, double y) const;
-    /// The same for at most 64 fractions (x[i], y[i]); not a number where the view is black.
+    /// The same for at most Mesh::kMostAtOnce fractions (x[i], y[i]); not a number where the view
+    /// is black.
     void MapBatch(const double* x, const double* y, int count, dewarp::SourcePoint* out) const;
 
 private:

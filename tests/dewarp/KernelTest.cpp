@@ -1,11 +1,13 @@
 // Every instruction set gives the bytes of the reference.
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
 
 #include <gtest/gtest.h>
 
+#include "engine/dewarp/FixedPoint.h"
 #include "tests/dewarp/Scenes.h"
 
 namespace dewarp::test {
@@ -136,7 +138,8 @@ TEST_P(EveryKernel, ExpandsPatchesLikeTheReference)
                     node = base + static_cast<std::int32_t>(random() % spread);
         }
         const int spacing = round % 2 == 0 ? 4 : 8;
-        const int last = static_cast<int>(random() % 16);
+        const int lastColumn = static_cast<int>(random() % 16);
+        const int lastRow = static_cast<int>(random() % 16);
         TileCoordinates expanded[2][2]{};
         int table = 0;
         for (const Kernels* const kernels : {&ReferenceKernels(), GetParam()}) {
@@ -144,8 +147,8 @@ TEST_P(EveryKernel, ExpandsPatchesLikeTheReference)
             kernels->lookDown(nodes[0][0], 5, 5, spacing, columns[0]);
             kernels->lookDown(nodes[1][0], 5, 5, spacing, columns[1]);
             for (int i = 0; i < 2; ++i)
-                kernels->expand({&columns[0], &columns[1], 2 * i, spacing, round % 3}, last, last,
-                                expanded[table][i].x, expanded[table][i].y);
+                kernels->expand({&columns[0], &columns[1], 2 * i, spacing, round % 3}, lastColumn,
+                                lastRow, expanded[table][i].x, expanded[table][i].y);
             ++table;
         }
         ASSERT_EQ(std::memcmp(expanded[0], expanded[1], sizeof(expanded[0])), 0) << round;
@@ -188,12 +191,16 @@ TEST_P(EveryKernel, FindsPlacesHalfwayLikeTheReference)
         for (const Kernels* const kernels : {&ReferenceKernels(), GetParam()}) {
             out[table].resize(count);
             failed[table].resize(count);
+            failed[table][count / 2] = round % 2 != 0 ? -1 : 0;
             const bool any =
                 kernels->halfway(lines, count, out[table].data(), failed[table].data());
             EXPECT_EQ(any, std::count(failed[table].begin(), failed[table].end(), 0) < count);
             ++table;
         }
         ASSERT_EQ(failed[0], failed[1]) << round;
+        if (round % 2 != 0) {
+            EXPECT_EQ(failed[0][count / 2], -1) << "it stays";
+        }
         for (int i = 0; i < count; ++i) {
             (failed[0][i] != 0 ? failures : near) += 1;
             if (failed[0][i] == 0) {
@@ -220,8 +227,11 @@ TEST_P(EveryKernel, LooksAtRowsOfNodesLikeTheReference)
         std::vector<std::int32_t> nodes[2];
         for (int axis = 0; axis < 2; ++axis)
             for (auto& row : NodeRows(4, count, random))
-                for (int i = 0; i < count; ++i)
-                    nodes[axis].push_back(row[axis == 0 ? i : count - 1 - i] / 4 * scale);
+                for (int i = 0; i < count; ++i) {
+                    const std::int32_t node = row[axis == 0 ? i : count - 1 - i];
+                    const bool known = node != std::numeric_limits<std::int32_t>::min();
+                    nodes[axis].push_back(known ? node / 8 * scale : node);
+                }
         TileLimits limits{};
         for (int level = 0; level < 3; ++level) {
             limits.leastX[level] = limits.leastY[level] = (300 + 10 * level) << 16;
@@ -234,6 +244,7 @@ TEST_P(EveryKernel, LooksAtRowsOfNodesLikeTheReference)
         for (const Kernels* const kernels : {&ReferenceKernels(), GetParam()}) {
             auto& result = results[table];
             result.assign(9, std::vector<std::int32_t>(count));
+            result[0][count / 2] = result[1][count / 2] = -1;  // which stays
             areas[table].resize(tiles);
             kernels->markRough(nodes[0].data(), 1, count - 3, result[0].data());
             kernels->markRough(nodes[0].data(), count, count, result[1].data());
@@ -246,6 +257,8 @@ TEST_P(EveryKernel, LooksAtRowsOfNodesLikeTheReference)
         }
         ASSERT_EQ(results[0], results[1]) << round;
         ASSERT_EQ(areas[0], areas[1]) << round;
+        EXPECT_EQ(results[0][0][count / 2], -1);
+        EXPECT_EQ(results[0][1][count / 2], -1);
         for (int i = 0; i < tiles; ++i) {
             const std::int32_t choice = results[0][6][i];
             rough += results[0][0][i] != 0 ? 1 : 0;
@@ -257,6 +270,140 @@ TEST_P(EveryKernel, LooksAtRowsOfNodesLikeTheReference)
     for (const int occurrences : {rough, clamped, tooLarge, levels[0], levels[1], levels[2]}) {
         EXPECT_GT(occurrences, 50);
         EXPECT_LT(occurrences, 400 * 20 - 50);
+    }
+}
+
+/// Of four corners in a row, of which each is in pixels.
+bool IsRough(std::initializer_list<double> corners)
+{
+    std::vector<std::int32_t> places;
+    for (const double corner : corners)
+        places.push_back(Fixed(corner));
+    std::int32_t rough = 0;
+    ReferenceKernels().markRough(places.data(), 1, 1, &rough);
+    return rough != 0;
+}
+
+TEST(RoughCorners, AreThoseThatNoParabolaMeets)
+{
+    EXPECT_FALSE(IsRough({0, 30, 60, 90}));
+    EXPECT_FALSE(IsRough({0, 30, 65, 105}));         // a parabola
+    EXPECT_FALSE(IsRough({0, 30, 65, 105 + 0.49}));  // a third difference of 0.49
+    EXPECT_TRUE(IsRough({0, 30, 65, 105 + 0.51}));
+    EXPECT_TRUE(IsRough({0, 30, 65, 105 - 0.51}));
+    EXPECT_TRUE(IsRough({0, 1100, 2200, 3300}));  // too far apart
+}
+
+TEST(RoughCorners, AreThoseNextToUnknownPlaces)
+{
+    constexpr std::int32_t unknown = std::numeric_limits<std::int32_t>::min();
+    for (int at = 0; at < 4; ++at) {
+        std::int32_t places[4] = {100 << 16, 130 << 16, 160 << 16, 190 << 16};
+        places[at] = unknown;
+        std::int32_t rough = 0;
+        ReferenceKernels().markRough(places, 1, 1, &rough);
+        EXPECT_EQ(rough, -1) << at;
+    }
+}
+
+/// What is chosen for a tile of these extents, in pixels, over a picture that may be sampled from
+/// 10 to 990 each way in all sizes.
+std::int32_t Choice(double left, double top, double right, double bottom, float area,
+                    int highestLevel = 2)
+{
+    TileLimits limits{};
+    for (int level = 0; level < 3; ++level) {
+        limits.leastX[level] = limits.leastY[level] = 10 << 16;
+        limits.mostX[level] = limits.mostY[level] = 990 << 16;
+    }
+    limits.highestLevel = highestLevel;
+    std::int32_t places[4] = {Fixed(left), Fixed(top), Fixed(right), Fixed(bottom)};
+    std::int32_t choice = -1, leftTop = -1, rightBottom = -1;
+    ReferenceKernels().choose({&places[0], &places[1], &places[2], &places[3], &area}, limits, 1,
+                              {&choice, &leftTop, &rightBottom});
+    return choice;
+}
+
+TEST(Choices, GoByTheAreaOfAViewPixel)
+{
+    EXPECT_EQ(Choice(100, 100, 130, 130, 2.7F * 2.7F), 0);
+    EXPECT_EQ(Choice(100, 100, 150, 150, 2.9F * 2.9F), 1);
+    EXPECT_EQ(Choice(100, 100, 170, 170, 4.7F * 4.7F), 1);
+    EXPECT_EQ(Choice(100, 100, 180, 180, 4.9F * 4.9F), 2);
+    EXPECT_EQ(Choice(100, 100, 180, 180, 4.9F * 4.9F, 1), 1);
+    EXPECT_EQ(Choice(100, 100, 180, 180, 4.9F * 4.9F, 0), 0);
+}
+
+TEST(Choices, ClampWherePatchesMayStrayBeyondTheBorder)
+{
+    // 32 pixels between nodes: patches stray 9.
+    EXPECT_EQ(Choice(19.1, 100, 51.1, 132, 4), 0);
+    EXPECT_EQ(Choice(18.9, 100, 50.9, 132, 4), TileChoices::kClamped);
+    EXPECT_EQ(Choice(100, 18.9, 132, 50.9, 4), TileChoices::kClamped);
+    EXPECT_EQ(Choice(948.9, 948.9, 980.9, 980.9, 4), 0);
+    EXPECT_EQ(Choice(949.1, 100, 981.1, 132, 4), TileChoices::kClamped);
+    EXPECT_EQ(Choice(100, 949.1, 132, 981.1, 4), TileChoices::kClamped);
+}
+
+TEST(Choices, RefusePatchesWhoseNodesAreTooFarApart)
+{
+    EXPECT_EQ(Choice(-2000, 500, 2090, 530, 4) & TileChoices::kTooLarge, 0);
+    EXPECT_NE(Choice(-2000, 500, 2100, 530, 4) & TileChoices::kTooLarge, 0);
+    EXPECT_NE(Choice(500, -2000, 530, 2100, 4) & TileChoices::kTooLarge, 0);
+    EXPECT_NE(Choice(-24000, 500, 24000, 530, 4) & TileChoices::kTooLarge, 0);
+}
+
+TEST(Extents, AreThoseOfNineNodesAndOfTheCornersParallelogram)
+{
+    // Two tiles, sheared: 3 across and 2 down for each view pixel, in pixels of a 16.16 number.
+    std::int32_t x[3][5], y[3][5];
+    for (int row = 0; row < 3; ++row)
+        for (int column = 0; column < 5; ++column) {
+            x[row][column] = (100 + 24 * column + 8 * row) << 16;
+            y[row][column] = (200 + 16 * row) << 16;
+        }
+    y[1][2] = 300 << 16;  // a middle node, which both tiles have
+    std::int32_t leastX[2], leastY[2], mostX[2], mostY[2];
+    float areas[2];
+    ReferenceKernels().findExtents(x[0], y[0], 5, 2, {leastX, leastY, mostX, mostY, areas});
+    for (int tile = 0; tile < 2; ++tile) {
+        EXPECT_EQ(leastX[tile] >> 16, 100 + 48 * tile);
+        EXPECT_EQ(mostX[tile] >> 16, 164 + 48 * tile);
+        EXPECT_EQ(leastY[tile] >> 16, 200);
+        EXPECT_EQ(mostY[tile] >> 16, 300);
+        EXPECT_FLOAT_EQ(areas[tile], 6);
+    }
+}
+
+TEST(Patches, AreTheParabolasThroughTheirNodes)
+{
+    // x = 5 + c / 2 + c^2 / 64 + r / 4 - r^2 / 128 + c r / 32 and y = 2 x at pixel (c, r).
+    const auto xAt = [](int column, int row) {
+        return 5 + column / 2.0 + column * column / 64.0 + row / 4.0 - row * row / 128.0 +
+               column * row / 32.0;
+    };
+    for (const int spacing : {4, 8}) {
+        std::int32_t nodes[2][3][3];
+        for (int i = 0; i < 9; ++i) {
+            const double x = xAt(i % 3 * spacing, i / 3 * spacing);
+            nodes[0][i / 3][i % 3] = Fixed(x);
+            nodes[1][i / 3][i % 3] = Fixed(2 * x);
+        }
+        NodeColumns columns[2];
+        for (int axis = 0; axis < 2; ++axis)
+            ReferenceKernels().lookDown(nodes[axis][0], 3, 3, spacing, columns[axis]);
+        for (int level = 0; level < 3; ++level) {
+            TileCoordinates places;
+            ReferenceKernels().expand({&columns[0], &columns[1], 0, spacing, level},
+                                      2 * spacing - 1, 2 * spacing - 1, places.x, places.y);
+            for (int row = 0; row < 2 * spacing; ++row)
+                for (int column = 0; column < 2 * spacing; ++column) {
+                    const double x = std::ldexp(xAt(column, row) + 0.5, -level) - 0.5;
+                    const double y = std::ldexp(2 * xAt(column, row) + 0.5, -level) - 0.5;
+                    EXPECT_NEAR(places.x[row * kTile + column] / 65536.0, x, 0.001);
+                    EXPECT_NEAR(places.y[row * kTile + column] / 65536.0, y, 0.001);
+                }
+        }
     }
 }
 

@@ -140,7 +140,9 @@ TEST_P(EveryLens, GoesThereAndBack)
 template <class Function>
 void WithEveryInstructionSet(Function function)
 {
-    for (const std::int64_t iTarget : hwy::SupportedAndGeneratedTargets()) {
+    const std::vector<std::int64_t> vecTargets = hwy::SupportedAndGeneratedTargets();
+    ASSERT_FALSE(vecTargets.empty());
+    for (const std::int64_t iTarget : vecTargets) {
         hwy::SetSupportedTargetsForTest(iTarget);
         hwy::GetChosenTarget().Update(hwy::SupportedTargets());
         SCOPED_TRACE(hwy::TargetName(iTarget));
