@@ -37,10 +37,18 @@ void PictureEnd::Feed(const std::uint8_t* data, std::size_t size)
         return;
     m_taken = false;
     if (m_container == Container::MpegTs) {
-        for (std::size_t i = 0; i < size; ++i) {
-            if (m_packetSize == 0 && data[i] != 0x47)
-                continue;  // out of step: wait for a sync byte
-            m_packet[m_packetSize++] = data[i];
+        const std::uint8_t* const end = data + size;
+        while (data != end) {
+            if (m_packetSize == 0) {
+                data = std::find(data, end, 0x47);  // out of step: wait for a sync byte
+                if (data == end)
+                    break;
+            }
+            const std::size_t left = sizeof(m_packet) - m_packetSize;
+            const std::size_t count = std::min(left, static_cast<std::size_t>(end - data));
+            std::copy_n(data, count, m_packet + m_packetSize);
+            data += count;
+            m_packetSize += count;
             if (m_packetSize == sizeof(m_packet)) {
                 m_packetSize = 0;
                 FeedPacket();

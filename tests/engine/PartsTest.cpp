@@ -266,6 +266,24 @@ TEST(PictureEnd, PictureThatFillsItsLastPacketEndsWhereItsHeaderSays)
     EXPECT_EQ(end.Patience(PERIOD), NEVER);
 }
 
+TEST(PictureEnd, TransportStreamsComeInBlocksOfAnySizeAndBehindRubbish)
+{
+    constexpr int LENGTH = 2 * 184 - 6;
+    Bytes stream = {1, 2, 3};  // no sync byte among them
+    for (const Bytes& packet :
+         {VideoPacket(true, {0, 0, 1, 0xE0, LENGTH >> 8, LENGTH & 0xFF, 0x80, 0x80, 5}),
+          VideoPacket(false, {})})
+        stream.insert(stream.end(), packet.begin(), packet.end());
+    for (const std::size_t block : {1, 2, 3, 7, 100, 187, 188, 189, 191, 379}) {
+        engine::PictureEnd end(Container::MpegTs);
+        for (std::size_t at = 0; at < stream.size(); at += block) {
+            EXPECT_EQ(end.Patience(PERIOD), NEVER) << block << " at " << at;
+            end.Feed(stream.data() + at, std::min(block, stream.size() - at));
+        }
+        EXPECT_EQ(end.Patience(PERIOD), Clock::duration::zero()) << block;
+    }
+}
+
 TEST(PictureEnd, JpegEndsWithItsMarker)
 {
     engine::PictureEnd end(Container::Mjpeg);
