@@ -71,6 +71,7 @@ std::vector<test::Bytes> Clip()
     options.width = options.height = 2048;
     options.pictures = 25;
     options.keyInterval = 25;
+    options.bitRate = 6'200'000;  // what cameras send of this size
     options.paint = [](int picture, int x, int y) {
         const int dx = x - 1024;
         const int dy = y - 1024;
@@ -166,6 +167,11 @@ int main(int count, char** arguments)
 {
     const double seconds = count > 1 ? std::atof(arguments[1]) : 10.0;
     const std::vector<test::Bytes> clip = Clip();
+    std::size_t bytes = 0;
+    for (const test::Bytes& piece : clip)
+        bytes += piece.size();
+    std::printf("stream: H.264 2048x2048, 25 pictures a second, %.1f Mbit/s\n",
+                static_cast<double>(bytes) * 8e-6);
     const double before = MemoryMb();
     test::TestPlayer first;
     LayOut(first);

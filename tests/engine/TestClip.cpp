@@ -101,9 +101,12 @@ engine::CodecContextPtr OpenEncoder(const ClipOptions& options, bool globalHeade
         context->flags |= AV_CODEC_FLAG_QSCALE;
         context->global_quality = 2 * FF_QP2LAMBDA;
     }
-    av_opt_set(context->priv_data, "preset", "ultrafast", 0);
+    av_opt_set(context->priv_data, "preset", options.bitRate > 0 ? "veryfast" : "ultrafast", 0);
     av_opt_set(context->priv_data, "tune", "zerolatency", 0);
-    av_opt_set(context->priv_data, "crf", options.lossless ? "0" : "12", 0);
+    if (options.bitRate > 0)
+        context->bit_rate = options.bitRate;
+    else
+        av_opt_set(context->priv_data, "crf", options.lossless ? "0" : "12", 0);
     av_opt_set(context->priv_data, "x265-params", "log-level=none:pools=none:frame-threads=1", 0);
     av_log_set_level(AV_LOG_FATAL);
     Check(avcodec_open2(context.get(), codec, nullptr) >= 0, "the encoder does not open");

@@ -44,6 +44,8 @@ struct ClipOptions
     int bPictures = 0;      // in a row, that no other picture needs
     int firstPicture = 0;   // time stamps begin here
     bool lossless = false;  // H.264 alone
+    // Bits per second, coded as thoroughly as a camera does; 0: quickly, and as many as it takes.
+    std::int64_t bitRate = 0;
     // The colour of a pixel; `picture` counts from 0.
     std::function<Colour(int picture, int x, int y)> paint = [](int, int x, int) {
         return x < 128 ? Colour{200, 40, 40} : Colour{40, 60, 190};
