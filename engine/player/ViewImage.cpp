@@ -36,11 +36,10 @@ void ViewImage::Prepare(const Request& request, const CameraOptics& camera)
         m_built.revision == request.revision && m_builtCamera == camera.revision)
         return;
     const ViewMapping mapping(request.settings, request.view, request.picture, camera);
-    m_mesh.BuildInBatches(
-        request.view.width, request.view.height, request.picture.width, request.picture.height,
-        [&](const double* x, const double* y, int count, dewarp::SourcePoint* out) {
-            mapping.MapBatch(x, y, count, out);
-        });
+    m_mesh.BuildInBatches(request.view.width, request.view.height, request.picture.width,
+                          request.picture.height,
+                          [&](const double* x, const double* y, int count,
+                              dewarp::SourcePoint* out) { mapping.MapBatch(x, y, count, out); });
     m_built = request;
     m_builtCamera = camera.revision;
     m_ready = true;
