@@ -35,15 +35,18 @@ void ExpandAlone(const Kernels& kernels, const PatchNodes& nodes, int level, int
     kernels.expand({&columns[0], &columns[1], 0, nodes.spacing, level}, lastColumn, lastRow, x, y);
 }
 
-/// What there is to interpolate with between the known lines `first` and first + 1 of `known` ones,
-/// which are `spacing` nodes apart: six lines between those that are far apart, else four.
+/// What there is to interpolate a line with, of `lines` ones, that lies half-way between two of
+/// those known, which are `spacing` apart: six of them where they are far apart, else four.
 struct Halfway
 {
-    Halfway(int first, int known, int spacing)
-        : reach(spacing == kPost ? 3 : 2), before(first >= reach),
-          behind(first + 1 + reach < known),
-          enough(first + 1 >= reach && first + reach < known && (before || behind))
-    {}
+    Halfway(int line, int lines, int spacing) : reach(spacing == kPost ? 3 : 2)
+    {
+        const int first = line / spacing;
+        const int known = (lines - 1) / spacing + 1;
+        before = first >= reach;
+        behind = first + 1 + reach < known;
+        enough = first + 1 >= reach && first + reach < known && (before || behind);
+    }
 
     HalfwayLines Lines(const std::int32_t* line, std::ptrdiff_t step) const
     {
@@ -65,11 +68,6 @@ int SpacingAbout(int line, int lines)
     if (line % kPost == 0 || line == lines - 1)
         return 0;
     return line % 2 == 0 ? kPost : kPost / 2;
-}
-
-Halfway HalfwayTo(int line, int lines, int spacing)
-{
-    return {line / spacing, (lines - 1) / spacing + 1, spacing};
 }
 
 /// A biquadratic patch, column and row in steps between its nodes.
@@ -230,8 +228,8 @@ void Mesh::SetLimits()
 // The mapping is asked for every fourth node each way. Those half-way between them are interpolated
 // through the six next ones of their line where that is as good, then those between these through
 // four, which spares nine tenths of the trigonometry of an ordinary view; where it is not as good,
-// and next to the view's border, they are asked for as well. First across, with a line for each
-// column of nodes, which holds every fourth row alone, then down.
+// and next to the view's border, they are asked for as well. First across, in lines that are
+// columns of nodes and hold those rows alone that are not interpolated, then down.
 void Mesh::MapNodes(BatchMapping mapping)
 {
     for (Scratch& scratch : m_scratch)
@@ -243,7 +241,7 @@ void Mesh::MapNodes(BatchMapping mapping)
     m_rows.clear();
     for (int row = 0; row < m_nodeRows; ++row)
         if (const int spacing = SpacingAbout(row, m_nodeRows);
-            spacing == 0 || !HalfwayTo(row, m_nodeRows, spacing).enough)
+            spacing == 0 || !Halfway(row, m_nodeRows, spacing).enough)
             m_rows.push_back(row);
     const auto rows = static_cast<int>(m_rows.size());
     m_columns.x.resize(static_cast<std::size_t>(rows) * m_nodeColumns);
@@ -273,7 +271,7 @@ void Mesh::MapNodes(BatchMapping mapping)
         }
     for (int spacing = kPost; spacing > 1; spacing /= 2) {
         for (int row = spacing / 2; row + spacing / 2 < m_nodeRows; row += spacing)
-            if (HalfwayTo(row, m_nodeRows, spacing).enough)
+            if (Halfway(row, m_nodeRows, spacing).enough)
                 InterpolateLine(m_nodes, row, m_nodeRows, spacing, m_nodeColumns, [&](int column) {
                     m_asked.emplace_back(row * m_nodeColumns + column, column, row);
                 });
@@ -287,7 +285,7 @@ template <class AskFor>
 void Mesh::InterpolateLine(Places& places, int line, int lines, int spacing, int count,
                            AskFor askFor)
 {
-    const Halfway halfway = HalfwayTo(line, lines, spacing);
+    const Halfway halfway(line, lines, spacing);
     std::int32_t* const failed = m_scratch[kFailed].data();
     bool any = !halfway.enough;
     std::fill_n(failed, count, halfway.enough ? 0 : -1);
