@@ -5,7 +5,9 @@
 #include <fstream>
 #include <future>
 #include <limits>
+#include <memory>
 #include <thread>
+#include <vector>
 
 #include <gmock/gmock.h>
 
@@ -106,7 +108,21 @@ protected:
         }
     }
 
-    Images m_images;  // outlives the player that calls it
+    /// Something for the player to call: it outlives the player, which may still be in it when a
+    /// test's own variables are gone.
+    template <typename Callee>
+    Callee& Called()
+    {
+        auto callee = std::make_shared<Callee>();
+        m_called.push_back(callee);
+        return *callee;
+    }
+
+private:
+    std::vector<std::shared_ptr<void>> m_called;
+
+protected:
+    Images& m_images = Called<Images>();
     TestPlayer m_player;
 };
 
@@ -494,7 +510,6 @@ TEST_F(Views, LensMeasuredOnAnotherSizeFollowsAChangeOfResolution)
                 Near(image.At(point.x, point.y), ColourOf(optics::FisheyeDirection(point)), 8))
                 << width << ": " << point.x << " " << point.y;
     }
-    m_player.Delete();
 }
 
 class EveryLens : public Views, public testing::WithParamInterface<int>
@@ -617,7 +632,7 @@ TEST_F(Views, LensSetAfterAPictureIsDrawnWithoutANewOne)
 
 TEST_F(Views, MirroredAndFlippedCamerasAreShownTheRightWayRound)
 {
-    Images sourceImages;
+    auto& sourceImages = Called<Images>();
     const int fisheye = m_player.Fisheye();
     const int source = m_player.AddView(RV_MODE_SOURCE);
     ASSERT_EQ(m_player.Listen(fisheye, m_images), 0);
@@ -638,7 +653,6 @@ TEST_F(Views, MirroredAndFlippedCamerasAreShownTheRightWayRound)
     EXPECT_EQ(read.iMirrored, 1);
     EXPECT_EQ(read.iFlipped, 1);
     EXPECT_EQ(RV(RV_PlayerControl)(id, RV_CONTROL_SET_ORIENTATION, &orientation, 8), -1);
-    m_player.Delete();
 }
 
 TEST_F(Views, CaptureGivesWhatTheViewShows)
@@ -711,7 +725,7 @@ struct Clearing
 
 TEST_F(Views, CallbackMayClearItself)
 {
-    Clearing clearing;
+    auto& clearing = Called<Clearing>();
     const int view = m_player.AddView(RV_MODE_PTZ);
     const int other = m_player.AddView(RV_MODE_LAT);
     RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Clearing::ClearMe, &clearing);
@@ -722,18 +736,20 @@ TEST_F(Views, CallbackMayClearItself)
     EXPECT_EQ(clearing.calls, 1);
 }
 
-struct Deleting
+struct Deleting : std::enable_shared_from_this<Deleting>
 {
     std::promise<int> deleted;
     static void DeletePlayer(int player, int, void*, unsigned int, unsigned int, void* self)
     {
-        static_cast<Deleting*>(self)->deleted.set_value(RV(RV_DeletePlayer)(player));
+        // Nobody waits for this call once its player is gone.
+        const auto kept = static_cast<Deleting*>(self)->shared_from_this();
+        kept->deleted.set_value(RV(RV_DeletePlayer)(player));
     }
 };
 
 TEST_F(Views, CallbackMayDeleteItsPlayer)
 {
-    Deleting deleting;
+    auto& deleting = Called<Deleting>();
     const int view = m_player.AddView(RV_MODE_PTZ);
     RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Deleting::DeletePlayer, &deleting);
     Feed();
@@ -793,7 +809,7 @@ bool WaitsFor(Blocking& blocking, Call&& call)
 
 TEST_F(Views, ClearingACallbackWaitsUntilItHasReturned)
 {
-    Blocking blocking;
+    auto& blocking = Called<Blocking>();
     const int view = m_player.AddView(RV_MODE_PTZ);
     RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Blocking::Block, &blocking);
     Feed();
@@ -804,7 +820,7 @@ TEST_F(Views, ClearingACallbackWaitsUntilItHasReturned)
 
 TEST_F(Views, DeletingAViewWaitsForItsCallback)
 {
-    Blocking blocking;
+    auto& blocking = Called<Blocking>();
     const int view = m_player.AddView(RV_MODE_PTZ);
     RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Blocking::Block, &blocking);
     Feed();
@@ -816,7 +832,7 @@ TEST_F(Views, DeletingAViewWaitsForItsCallback)
 /// While the picture after a change of resolution waits to be drawn.
 TEST_F(Views, CaptureNeverShowsAPictureThroughTheLensOfAnother)
 {
-    Blocking blocking;
+    auto& blocking = Called<Blocking>();
     const int view = m_player.Fisheye();
     ASSERT_EQ(RV(RV_SetPlayRectEx)(m_player.Id(), view, 128, 128), 0);
     RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Blocking::Block, &blocking);
@@ -854,8 +870,8 @@ struct Turning
 
 TEST_F(Views, EndIsToldThoughAViewChangesAllTheTime)
 {
-    Turning turning;
-    std::promise<void> ended;
+    auto& turning = Called<Turning>();
+    auto& ended = Called<std::promise<void>>();
     const int view = m_player.AddView(RV_MODE_PANORAMA);
     RV(RV_SetPlayRectEx)(m_player.Id(), view, 64, 16);
     RV(RV_SetFishEyeCorrectCallBack)(m_player.Id(), view, Turning::Turn, &turning);
@@ -865,7 +881,6 @@ TEST_F(Views, EndIsToldThoughAViewChangesAllTheTime)
         [](int, void* promise) { static_cast<std::promise<void>*>(promise)->set_value(); }, &ended);
     Feed();
     EXPECT_EQ(ended.get_future().wait_for(PATIENCE), std::future_status::ready);
-    m_player.Delete();
 }
 
 /// Sets on its view what is set already.
@@ -896,7 +911,7 @@ struct Insisting
 
 TEST_F(Views, NothingIsDrawnAgainWhenNothingChanges)
 {
-    Insisting insisting;
+    auto& insisting = Called<Insisting>();
     for (const int view : {m_player.Fisheye(RV_MOUNT_FLOOR), m_player.AddView(RV_MODE_PTZ),
                            m_player.AddView(RV_MODE_PANORAMA)}) {
         RV(RV_SetPlayRectEx)(m_player.Id(), view, 48, 48);
@@ -904,7 +919,7 @@ TEST_F(Views, NothingIsDrawnAgainWhenNothingChanges)
     }
     const int turned = m_player.AddView(RV_MODE_PANORAMA);
     ASSERT_EQ(m_player.Listen(turned, m_images, 48, 48), 0);
-    std::promise<void> ended;
+    auto& ended = Called<std::promise<void>>();
     RV(RV_RegisterNotifyPlayToEnd)
     (
         m_player.Id(),
@@ -923,7 +938,6 @@ TEST_F(Views, NothingIsDrawnAgainWhenNothingChanges)
         EXPECT_EQ(m_images.Count(), before + 1);
     }
     EXPECT_EQ(insisting.calls, calls);
-    m_player.Delete();
 }
 
 }  // namespace
