@@ -55,6 +55,8 @@ void DrawSegment(Canvas& canvas, double x0, double y0, double x1, double y1,
     const double length = flat ? x1 - x0 : y1 - y0;
     const double limit = flat ? canvas.Size().width : canvas.Size().height;
     const double begin = flat ? x0 : y0;
+    if (begin + length < 0.0 || begin > limit)
+        return;
     const int first = static_cast<int>(std::floor(std::clamp(begin, 0.0, limit)));
     const int last = static_cast<int>(std::floor(std::clamp(begin + length, 0.0, limit)));
     for (int along = first; along <= last; ++along) {

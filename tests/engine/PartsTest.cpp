@@ -634,6 +634,14 @@ TEST_F(Overlays, NothingIsDrawnOutsideThePictureNorForWhatIsNoNumber)
     SUCCEED();  // AddressSanitizer watches the borders
 }
 
+TEST_F(Overlays, LinesBesideThePictureLeaveNoMarksAtItsBorders)
+{
+    for (const float side : {-0.5F, 1.25F})
+        Draw({{{side, 0.5F, side + 0.25F, 0.5F}, 9, 0xFFFFFFFF},
+              {{0.5F, side, 0.5F, side + 0.25F}, 9, 0xFFFFFFFF}});
+    EXPECT_EQ(m_pixels, Bytes(m_pixels.size()));
+}
+
 TEST_F(Overlays, LetterHasItsShape)
 {
     Draw({}, {{"L", 0.0F, 0.0F, 8, 0xFFFFFFFF}});
