@@ -42,9 +42,18 @@ bool IsMp4(const std::uint8_t* data, std::size_t size, std::size_t at)
            (Matches(data, size, at + 4, "ftyp") || Matches(data, size, at + 4, "styp"));
 }
 
+/// The start of an image and a segment that may follow it, as far as the next marker where that has
+/// come. The first three bytes alone are found in every few megabytes of a compressed stream.
 bool IsMjpeg(const std::uint8_t* data, std::size_t size, std::size_t at)
 {
-    return Matches(data, size, at, "\xFF\xD8\xFF");
+    if (!Matches(data, size, at, "\xFF\xD8\xFF") || at + 6 > size)
+        return false;
+    const std::uint8_t segment = data[at + 3];
+    const bool follows = (segment >= 0xC0 && segment <= 0xC4) || segment == 0xDB ||
+                         segment == 0xDD || (segment >= 0xE0 && segment <= 0xEF) || segment == 0xFE;
+    const std::size_t length = std::size_t{data[at + 4]} << 8 | data[at + 5];
+    const std::size_t next = at + 4 + length;
+    return follows && length >= 2 && (next >= size || data[next] == 0xFF);
 }
 
 /// `packets` packets in a row; fewer only when `at` is 0 and no more have come yet, but never below

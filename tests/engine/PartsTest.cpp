@@ -201,6 +201,26 @@ TEST(FindContainer, KnowsEveryFormatFromItsFirstBytesAndAmongRubbish)
     }
 }
 
+TEST(FindContainer, BytesOfASliceAreNotTakenForAnImage)
+{
+    ClipOptions options;
+    options.format = "h264";
+    const Bytes clip = MakeClip(options);
+    const Bytes slices[] = {{0xFF, 0xD8, 0xFF, 0x31, 0, 16},           // no segment
+                            {0xFF, 0xD8, 0xFF, 0xE0, 0, 1},            // none is so short
+                            {0xFF, 0xD8, 0xFF, 0xDB, 0, 4, 1, 2, 3}};  // nothing behind it
+    for (const Bytes& slice : slices) {
+        Bytes stream(200, 0x55);
+        stream.insert(stream.end(), slice.begin(), slice.end());
+        const std::size_t begin = stream.size();
+        stream.insert(stream.end(), clip.begin(), clip.end());
+        const auto found = Find(stream);
+        ASSERT_TRUE(found);
+        EXPECT_EQ(found->container, Container::H264);
+        EXPECT_EQ(found->offset, begin);
+    }
+}
+
 TEST(FindContainer, FourCcsNameContainers)
 {
     EXPECT_EQ(engine::ContainerOf({'M', 'P', 'T', 'S'}), Container::MpegTs);
