@@ -329,7 +329,8 @@ void Player::DecodeLoop()
         } catch (const std::exception&) {
             // No memory: the picture is lost. Perhaps others give some back.
             std::unique_lock lock(m_playLock);
-            m_playNews.wait_for(lock, BREATH, [this] { return m_stopped; });
+            if (m_playNews.wait_for(lock, BREATH, [this] { return m_stopped; }))
+                return;
         }
     }
 }
@@ -344,6 +345,8 @@ bool Player::DecodeNext()
         KeepTime(picture);
         return true;
     case StreamDecoder::Event::End:
+        if (Discards())
+            return true;  // the pictures before it were not shown, so it tells nothing
         AwaitDrawn();
         BeginAnew();
         m_onEnd.Call(m_id);
@@ -357,6 +360,12 @@ bool Player::DecodeNext()
     default:
         return false;
     }
+}
+
+bool Player::Discards()
+{
+    std::lock_guard lock(m_playLock);
+    return m_discard;
 }
 
 /// Waits until the picture's time has come and publishes it, or leaves it out.

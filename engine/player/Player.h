@@ -78,6 +78,7 @@ private:
 
     void DecodeLoop();
     bool DecodeNext();
+    bool Discards();
     void KeepTime(const Picture& picture);
     void Publish(const Picture& picture);
     void AwaitDrawn();

@@ -1,6 +1,7 @@
 // What comes in: containers, codecs, colours, blocks of any size, streams that break off and
 // change.
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <future>
 #include <random>
@@ -878,6 +879,39 @@ TEST(Streams, StopForgetsTheStreamAndPlayStartsAnew)
     source.PutAll(MakeClip(Numbered("matroska", 3)), 4096);
     ASSERT_TRUE(source.AwaitEnd());
     EXPECT_TRUE(Near(source.images.Await(1).At(0.5, 0.5), GreyOf(2), 3));
+}
+
+/// The mark has been read, and its picture waits to be shown, when the player is stopped.
+TEST(Streams, EndOfAStreamThatWasForgottenIsNotTold)
+{
+    const std::vector<Bytes> pieces = MakeClipPieces(Numbered("h264", 2));
+    for (const auto forget : {RV(RV_Stop), RV(RV_CleanStreamBuffer)}) {
+        std::atomic<int> ends{0};
+        Source source;
+        RV(RV_RegisterNotifyPlayToEnd)
+        (
+            source.player.Id(), [](int, void* count) { ++*static_cast<std::atomic<int>*>(count); },
+            &ends);
+        RV(RV_Pause)(source.player.Id(), 1);
+        ASSERT_EQ(source.player.Put(pieces[0]), 0);
+        while (source.player.Describe().llDecoded < 1)
+            std::this_thread::yield();
+        ASSERT_EQ(source.player.Put(pieces[1]), 0);
+        ASSERT_EQ(source.player.End(), 0);
+        ASSERT_EQ(source.Step(), 0);
+        while (source.player.Describe().llDecoded < 2)
+            std::this_thread::yield();
+        ASSERT_EQ(forget(source.player.Id()), 0);
+        source.PutAll(MakeClip(Numbered("matroska", 3)), 4096);
+        source.player.Play();
+        source.player.End();
+        EXPECT_TRUE(source.images.AwaitOne(
+            [](const Images::Image& image) { return Near(image.At(0.5, 0.5), GreyOf(2), 3); }));
+        while (ends == 0)
+            std::this_thread::yield();
+        source.player.Delete();
+        EXPECT_EQ(ends, 1);
+    }
 }
 
 }  // namespace
