@@ -3,6 +3,7 @@
 #include "engine/media/Demuxer.h"
 
 #include <exception>
+#include <new>
 
 namespace engine {
 
@@ -55,7 +56,8 @@ bool Demuxer::Open(Container container)
     if (!context || !io) {
         avformat_free_context(context);
         av_free(buffer);
-        return false;
+        avio_context_free(&io);
+        throw std::bad_alloc();
     }
     io->seekable = 0;
     context->pb = io;

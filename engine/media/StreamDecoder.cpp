@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "engine/dewarp/Picture.h"
@@ -49,6 +50,8 @@ void Quieten()
 StreamDecoder::StreamDecoder(ByteQueue& queue, Container expected)
     : m_input(queue), m_expected(expected), m_packet(av_packet_alloc()), m_parsed(av_packet_alloc())
 {
+    if (!m_packet || !m_parsed)
+        throw std::bad_alloc();
     Quieten();
 }
 
@@ -106,15 +109,19 @@ std::optional<StreamDecoder::Event> StreamDecoder::Begin()
 {
     m_input.AllowIdle(false);
     const Container container = m_input.Begin(m_expected);
+    m_codecPlayed = AV_CODEC_ID_NONE;
+    m_containerPlayed = Container::Unknown;
     if (container == Container::Unknown)
         return AfterStop();
     if (!IsElementary(container)) {
         m_demuxer = std::make_unique<Demuxer>(m_input);
         if (!m_demuxer->Open(container)) {
             m_demuxer.reset();
+            if (m_input.StopReason() != Input::Stop::None)
+                return AfterStop();
             ++m_errors;
             m_expected = Container::Unknown;  // whatever the client named, it is not that
-            return m_input.StopReason() == Input::Stop::None ? std::nullopt : AfterStop();
+            return std::nullopt;
         }
     }
     m_container = container;
@@ -184,14 +191,13 @@ bool StreamDecoder::Ready(AVCodecID id, const AVCodecParameters* parameters, AVR
     if (avcodec_open2(context.get(), codec, nullptr) < 0)
         return false;
     m_codec = std::move(context);
-    m_parser.reset(av_parser_init(id));
     m_codecPlayed = id;
     return true;
 }
 
 void StreamDecoder::TakePacket(const AVPacket& packet, bool parse)
 {
-    if (parse && m_parser)
+    if (parse)
         Parse(packet.data, packet.size, packet.pts, packet.dts);
     else
         Decode(&packet);
@@ -199,8 +205,12 @@ void StreamDecoder::TakePacket(const AVPacket& packet, bool parse)
 
 void StreamDecoder::Parse(const std::uint8_t* data, int size, std::int64_t pts, std::int64_t dts)
 {
+    if (!m_codec)
+        return;
+    if (!m_parser)
+        m_parser.reset(av_parser_init(m_codec->codec_id));
     int still = 0;  // a parser may need a second look at the same bytes, not a third
-    while (size > 0 && m_codec && still < 3) {
+    while (m_parser && size > 0 && still < 3) {
         std::uint8_t* out = nullptr;
         int outSize = 0;
         const int used = av_parser_parse2(m_parser.get(), m_codec.get(), &out, &outSize, data, size,
@@ -237,7 +247,7 @@ void StreamDecoder::FlushParser()
         Decode(m_parsed.get());
     }
     // A parser that was flushed still believes itself within a picture.
-    m_parser.reset(av_parser_init(m_codec->codec_id));
+    m_parser.reset();
 }
 
 void StreamDecoder::Decode(const AVPacket* packet)
@@ -275,7 +285,8 @@ void StreamDecoder::TakeFrame(FramePtr frame)
     if (stamped) {
         picture.seconds = static_cast<double>(stamp) * av_q2d(m_codec->pkt_timebase);
         const double step = picture.seconds - m_lastSeconds;
-        if (m_hasLast && step > 0.001 && step < 1.0)
+        const bool all = m_codec->skip_frame == AVDISCARD_DEFAULT;
+        if (m_hasLast && all && step > 0.001 && step <= 1.0 / SLOWEST)
             m_period = m_period > 0.0 ? 0.9 * m_period + 0.1 * step : step;
     } else {
         picture.seconds = m_hasLast ? m_lastSeconds + ratedPeriod : 0.0;

@@ -1,6 +1,7 @@
 // What happens where memory or threads run out: an entry point refuses, a player loses pictures,
 // the process lives on.
 #include <array>
+#include <climits>
 #include <future>
 
 #include <dirent.h>
@@ -170,6 +171,27 @@ TEST(Shortages, EveryEntryPointRefusesWithoutMemory)
     const TestPlayer left[3];
     Starve("deletion of what is left", Of::Memory, [&] { return RV(RV_DeleteSystem)(); });
     EXPECT_EQ(Threads(), without);
+}
+
+/// FFmpeg has memory of its own, which a limit on the size of each piece makes short.
+TEST(Shortages, OfTheDecoderCostPicturesAlone)
+{
+    constexpr std::size_t unlimited = INT_MAX;
+    const Bytes shortly = GreyClip("h264", 60);
+    const Bytes later = GreyClip("h264", 180);
+    for (const std::size_t limit : {1, 100, 400, 1000, 3000, 10000, 30000}) {
+        WatchedPlayer watched("H264");
+        av_max_alloc(limit);
+        EXPECT_TRUE(watched.PlayToItsEnd(shortly)) << limit;
+        av_max_alloc(unlimited);
+        EXPECT_TRUE(watched.PlayToItsEnd(later)) << limit;
+        EXPECT_NEAR(watched.watcher.Grey(), 180, 3) << limit;
+    }
+    RvPlayerCreation creation{};
+    creation.iSize = sizeof(creation);
+    av_max_alloc(1);
+    EXPECT_EQ(RV(RV_CreatePlayerForSpecialNeeds)(2, &creation, sizeof(creation), 0), RV_REFUSED);
+    av_max_alloc(unlimited);
 }
 
 TEST(Shortages, DeletionNeedsNoMemory)

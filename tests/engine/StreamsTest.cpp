@@ -730,6 +730,33 @@ TEST(Streams, StreamThatGivesNoPictureIsKnownByItsFigures)
     EXPECT_EQ(param.llDecoded, 0);
     EXPECT_EQ(std::string(param.acContainer, 4), "MPTS");
     EXPECT_EQ(param.acCodec[0], 0);
+
+    Source both;
+    for (const Bytes& stream : {MakeClip(Numbered("h264", 2)), MakeClip(options)}) {
+        both.PutAll(stream, 4096);
+        ASSERT_TRUE(both.AwaitEnd());
+    }
+    param = both.player.Describe();
+    EXPECT_EQ(std::string(param.acContainer, 4), "MPTS");
+    EXPECT_EQ(param.acCodec[0], 0) << "the stream before it had one";
+    both.PutAll(Bytes(20000, 0x55), 4096);
+    ASSERT_TRUE(both.AwaitEnd());
+    EXPECT_EQ(both.player.Describe().acContainer[0], 0);
+}
+
+TEST(Streams, RateOfSlowCamerasIsTold)
+{
+    for (const AVRational rate : {AVRational{1, 1}, AVRational{1, 2}}) {
+        ClipOptions options = Numbered("matroska", 4);
+        options.rate = rate;
+        options.codec = AV_CODEC_ID_MJPEG;  // tells none itself
+        options.pixels = AV_PIX_FMT_YUVJ420P;
+        options.range = AVCOL_RANGE_JPEG;
+        Source source;
+        source.PutAll(MakeClip(options), 4096);
+        ASSERT_TRUE(source.AwaitEnd());
+        EXPECT_NEAR(source.player.Describe().dFrameRate, av_q2d(rate), 0.01);
+    }
 }
 
 TEST(Streams, FullBufferTakesNothingAndTakesItLater)
