@@ -78,8 +78,12 @@ void PictureEnd::FeedPacket()
     const std::uint8_t* pes = m_packet + payload;
     const bool video =
         begins && pes[0] == 0 && pes[1] == 0 && pes[2] == 1 && (pes[3] & 0xF0) == 0xE0;
-    if (video)
+    if (video && m_videoPid != pid) {
+        // Two pictures under way at once: none ends where the other does.
+        if (m_videoPid >= 0)
+            m_trusted = false;
         m_videoPid = pid;
+    }
     if (pid != m_videoPid)
         return;
     // A picture that goes on, or a packet of the stream without a time stamp of its own, behind

@@ -286,6 +286,23 @@ TEST(PictureEnd, PictureThatFillsItsLastPacketEndsWhereItsHeaderSays)
     EXPECT_EQ(end.Patience(PERIOD), NEVER);
 }
 
+TEST(PictureEnd, TransportStreamOfTwoCamerasTellsNoEnds)
+{
+    constexpr int LENGTH = 2 * 184 - 6;
+    const Bytes begin =
+        VideoPacket(true, {0, 0, 1, 0xE0, LENGTH >> 8, LENGTH & 0xFF, 0x80, 0x80, 5});
+    const Bytes rest = VideoPacket(false, {});
+    const auto ofTheOther = [](Bytes packet) {
+        ++packet[2];
+        return packet;
+    };
+    engine::PictureEnd end(Container::MpegTs);
+    for (const Bytes& packet : {begin, ofTheOther(begin), ofTheOther(rest), rest, begin, rest}) {
+        end.Feed(packet.data(), packet.size());
+        EXPECT_EQ(end.Patience(PERIOD), NEVER);
+    }
+}
+
 TEST(PictureEnd, TransportStreamsComeInBlocksOfAnySizeAndBehindRubbish)
 {
     constexpr int LENGTH = 2 * 184 - 6;
