@@ -62,7 +62,7 @@ function(fisheye_add_test name)
         list(APPEND ARG_ENVIRONMENT "ASAN_OPTIONS=detect_stack_use_after_return=1")
     endif()
     if(NOT ARG_TIMEOUT)
-        set(ARG_TIMEOUT 600)
+        set(ARG_TIMEOUT 1800)
     endif()
     set_tests_properties(${name} PROPERTIES
         ENVIRONMENT "${ARG_ENVIRONMENT}" LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT})
