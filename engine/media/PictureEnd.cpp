@@ -55,7 +55,7 @@ void PictureEnd::Feed(const std::uint8_t* data, std::size_t size)
             }
         }
     } else if (IsElementary(m_container)) {
-        for (std::size_t i = 0; i < size && m_sinceTaken < 8; ++i)
+        for (std::size_t i = 0; i < size && m_sinceTaken < sizeof(m_head); ++i)
             FeedElementary(data[i]);
         for (std::size_t i = size - std::min<std::size_t>(size, 4); i < size; ++i)
             m_last = m_last << 8 | data[i];
@@ -112,16 +112,32 @@ bool PictureEnd::Ends(std::size_t bytes, bool stuffed)
 
 void PictureEnd::FeedElementary(std::uint8_t byte)
 {
-    // What follows a whole picture is a start code: 00 00 01 or 00 00 00 01.
+    // What follows a whole picture is a start code, 00 00 01 or 00 00 00 01, and no later slice.
     static constexpr std::uint8_t code[] = {0, 0, 1};
     const bool fits =
         m_sinceTaken >= 3 || byte == code[m_sinceTaken] || (m_sinceTaken == 2 && byte == 0);
-    if (!fits && m_container != Container::Mjpeg) {
+    m_head[m_sinceTaken] = byte;
+    const bool slice = m_sinceTaken + 1 == sizeof(m_head) && IsLaterSlice();
+    if ((!fits || slice) && m_container != Container::Mjpeg) {
         m_doubts = std::min(m_doubts + 1, MAX_DOUBTS);
-        m_sinceTaken = 8;
+        m_sinceTaken = sizeof(m_head);
         return;
     }
     ++m_sinceTaken;
+}
+
+/// Whether the NAL unit behind Taken is a slice, but not its picture's first: that begins with
+/// first_mb_in_slice 0 (H.264), or has first_slice_segment_in_pic_flag (H.265), both a bit 1.
+bool PictureEnd::IsLaterSlice() const
+{
+    if (m_head[2] != 1 && m_head[3] != 1)
+        return false;  // more zeros than a start code has
+    const std::uint8_t* const unit = m_head + (m_head[2] == 1 ? 3 : 4);
+    if (m_container == Container::H264) {
+        const int type = unit[0] & 0x1F;
+        return (type == 1 || type == 2 || type == 5) && (unit[1] & 0x80) == 0;
+    }
+    return (unit[0] & 0x40) == 0 && (unit[2] & 0x80) == 0;
 }
 
 bool PictureEnd::TellsEnd() const

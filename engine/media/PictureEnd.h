@@ -31,14 +31,16 @@ private:
     void FeedPacket();
     bool Ends(std::size_t bytes, bool stuffed);
     void FeedElementary(std::uint8_t byte);
+    bool IsLaterSlice() const;
     bool TellsEnd() const;
 
     Container m_container;
-    bool m_taken = false;          ///< no byte since Taken
-    bool m_trusted = true;         ///< Taken has never cut a picture of a transport stream
-    int m_doubts = 0;              ///< how often Taken has cut a picture of an elementary stream
-    std::size_t m_sinceTaken = 8;  ///< bytes of an elementary stream
-    std::uint32_t m_last = 0;      ///< the last four bytes
+    bool m_taken = false;         ///< no byte since Taken
+    bool m_trusted = true;        ///< Taken has never cut a picture of a transport stream
+    int m_doubts = 0;             ///< how often Taken has cut a picture of an elementary stream
+    std::uint8_t m_head[7] = {};  ///< what came since Taken: a start code and three bytes
+    std::size_t m_sinceTaken = sizeof(m_head);  ///< bytes in it; full before the first Taken
+    std::uint32_t m_last = 0;                   ///< the last four bytes
     // Transport streams.
     std::uint8_t m_packet[188] = {};
     std::size_t m_packetSize = 0;

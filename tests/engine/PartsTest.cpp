@@ -335,7 +335,7 @@ TEST(PictureEnd, JpegEndsWithItsMarker)
 TEST(PictureEnd, PauseOfAnElementaryStreamIsTrustedLessAfterItCutAPicture)
 {
     engine::PictureEnd end(Container::H264);
-    const Bytes picture = {0, 0, 0, 1, 0x65, 1, 2, 3};
+    const Bytes picture = {0, 0, 0, 1, 0x65, 0x88, 2, 3};
     end.Feed(picture.data(), picture.size());
     EXPECT_EQ(end.Patience(PERIOD), PERIOD / 2);
     end.Taken();
@@ -345,6 +345,34 @@ TEST(PictureEnd, PauseOfAnElementaryStreamIsTrustedLessAfterItCutAPicture)
     const Bytes rest = {4, 5, 6};
     end.Feed(rest.data(), rest.size());
     EXPECT_EQ(end.Patience(PERIOD), PERIOD);
+}
+
+TEST(PictureEnd, PauseBetweenTwoSlicesOfAPictureIsADoubtToo)
+{
+    const struct
+    {
+        Container container;
+        Bytes head;
+        bool doubt;
+    } rows[] = {{Container::H264, {0, 0, 1, 0x41, 0x9A, 0, 0, 0}, false},
+                {Container::H264, {0, 0, 1, 0x41, 0x5A, 0, 0, 0}, true},
+                {Container::H264, {0, 0, 0, 1, 0x65, 0x88, 0, 0}, false},
+                {Container::H264, {0, 0, 0, 1, 0x65, 0x08, 0, 0}, true},
+                {Container::H264, {0, 0, 0, 1, 0x67, 0x4D, 0, 0}, false},
+                {Container::H264, {0, 0, 0, 0, 1, 0x41, 0x9A, 0}, false},
+                {Container::H265, {0, 0, 1, 0x02, 0x01, 0xD0, 0, 0}, false},
+                {Container::H265, {0, 0, 1, 0x02, 0x01, 0x50, 0, 0}, true},
+                {Container::H265, {0, 0, 0, 1, 0x26, 0x01, 0xAC, 0}, false},
+                {Container::H265, {0, 0, 0, 1, 0x26, 0x01, 0x2C, 0}, true},
+                {Container::H265, {0, 0, 0, 1, 0x42, 0x01, 0x01, 0}, false}};
+    for (const auto& row : rows) {
+        engine::PictureEnd end(row.container);
+        const Bytes picture = {0, 0, 0, 1, 0x65, 0x88, 2, 3};
+        end.Feed(picture.data(), picture.size());
+        end.Taken();
+        end.Feed(row.head.data(), row.head.size());
+        EXPECT_EQ(end.Patience(PERIOD), row.doubt ? PERIOD : PERIOD / 2) << &row - rows;
+    }
 }
 
 // ---- PlayClock
