@@ -27,6 +27,8 @@
 #include <xcb/shm.h>
 #include <xcb/xcb.h>
 
+#include "engine/present/BrokenPipe.h"
+
 namespace engine {
 
 namespace {
@@ -77,6 +79,7 @@ public:
 
     private:
         friend class Watchdog;
+        BrokenPipe m_brokenPipe;
         Watchdog& m_dog;
         std::chrono::steady_clock::time_point m_deadline;
         Wait* m_older;
@@ -320,6 +323,7 @@ void Display::Live(const std::string& name)
 
 std::shared_ptr<Display> Display::Connect(const std::string& name)
 {
+    const BrokenPipe held;
     ConnectionPtr connection(xcb_connect(name.c_str(), nullptr));
     if (xcb_connection_has_error(connection.get()))
         return nullptr;

@@ -1,9 +1,14 @@
 // The parts by themselves: the byte queue, finding containers, the end of pictures, the clock, the
 // drawing over pictures.
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <csignal>
+#include <ctime>
 #include <limits>
 #include <thread>
+
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 
@@ -15,6 +20,7 @@
 #include "engine/media/PictureEnd.h"
 #include "engine/player/LensSetting.h"
 #include "engine/player/PlayClock.h"
+#include "engine/present/BrokenPipe.h"
 #include "engine/present/Overlay.h"
 #include "tests/engine/TestClip.h"
 
@@ -649,6 +655,53 @@ TEST(FramePool, LineSizesAreOddMultiplesOf64)
     EXPECT_EQ(engine::PictureLineSize(3000), 3008);
     EXPECT_EQ(engine::PictureLineSize(1), 64);
     EXPECT_EQ(engine::PictureLineSize(65), 192);
+}
+
+// ---- BrokenPipe
+
+TEST(BrokenPipes, AreErrorsAndLeaveNoSignalBehind)
+{
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    close(ends[0]);
+    sigset_t before;
+    pthread_sigmask(SIG_BLOCK, nullptr, &before);
+    ASSERT_EQ(sigismember(&before, SIGPIPE), 0) << "else this test says nothing";
+    {
+        const engine::BrokenPipe outer;
+        {
+            const engine::BrokenPipe inner;
+            EXPECT_EQ(write(ends[1], "", 1), -1);
+            EXPECT_EQ(errno, EPIPE);
+        }
+        EXPECT_EQ(write(ends[1], "", 1), -1);
+    }
+    sigset_t pending;
+    sigpending(&pending);
+    EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
+    sigset_t after;
+    pthread_sigmask(SIG_BLOCK, nullptr, &after);
+    EXPECT_EQ(sigismember(&after, SIGPIPE), 0);
+    close(ends[1]);
+}
+
+TEST(BrokenPipes, SignalThatTheClientHoldsBackStaysItsOwn)
+{
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    close(ends[0]);
+    sigset_t signal;
+    sigemptyset(&signal);
+    sigaddset(&signal, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &signal, nullptr);
+    EXPECT_EQ(write(ends[1], "", 1), -1);
+    {
+        const engine::BrokenPipe held;
+    }
+    const timespec now{};
+    EXPECT_EQ(sigtimedwait(&signal, nullptr, &now), SIGPIPE);
+    pthread_sigmask(SIG_UNBLOCK, &signal, nullptr);
+    close(ends[1]);
 }
 
 // ---- Overlay
