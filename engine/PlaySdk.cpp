@@ -273,10 +273,8 @@ int RV_SetFrameListBufferSize(int player, int bytes)
 
 int RV_RegisterNotifyPlayToEnd(int player, RvEndCallback callback, void* user)
 {
-    return With(player, [&](Player& p) {
-        p.SetEndCallback(callback, user);
-        return 0;
-    });
+    return With(player,
+                [&](Player& p) { return p.SetEndCallback(callback, user) ? 0 : RV_REFUSED; });
 }
 
 int RV_PlayerControl(int player, int command, void* record, int size)
@@ -407,10 +405,8 @@ int RV_DeleteFishEyeCorrect(int player, int correct)
 
 int RV_SetFishEyeCorrectCallBack(int player, int correct, RvCorrectCallback callback, void* user)
 {
-    return WithView(player, correct, [&](View& view) {
-        view.SetCallback(callback, user);
-        return 0;
-    });
+    return WithView(player, correct,
+                    [&](View& view) { return view.SetCallback(callback, user) ? 0 : RV_REFUSED; });
 }
 
 int RV_GetFishEyeCorrectPara(int player, int correct, int kind, void* record, int size)

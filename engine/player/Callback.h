@@ -17,17 +17,23 @@ class Callback
 public:
     using Function = void (*)(Args..., void*);
 
-    /// Null clears. Waits for a running call to end, unless it is the caller's own.
-    void Set(Function function, void* user)
+    /// Null clears. Waits for a running call to end, unless it is the caller's own. False: it is
+    /// closed.
+    bool Set(Function function, void* user)
     {
         std::unique_lock lock(m_lock);
-        m_function = function;
-        m_user = user;
-        m_unheard = function != nullptr;
-        if (m_runner == std::this_thread::get_id())
-            return;
-        const std::uint64_t run = m_run;
-        m_done.wait(lock, [&] { return m_runner == std::thread::id() || m_run != run; });
+        if (m_closed)
+            return false;
+        SetLocked(lock, function, user);
+        return true;
+    }
+
+    /// Clears it for good: a client that still knows whose it was can set none any more.
+    void Close()
+    {
+        std::unique_lock lock(m_lock);
+        m_closed = true;
+        SetLocked(lock, nullptr, nullptr);
     }
 
     bool IsSet() const
@@ -67,11 +73,23 @@ public:
     }
 
 private:
+    void SetLocked(std::unique_lock<std::mutex>& lock, Function function, void* user)
+    {
+        m_function = function;
+        m_user = user;
+        m_unheard = function != nullptr;
+        if (m_runner == std::this_thread::get_id())
+            return;
+        const std::uint64_t run = m_run;
+        m_done.wait(lock, [&] { return m_runner == std::thread::id() || m_run != run; });
+    }
+
     mutable std::mutex m_lock;
     std::condition_variable m_done;
     Function m_function = nullptr;
     void* m_user = nullptr;
     bool m_unheard = false;
+    bool m_closed = false;
     std::thread::id m_runner;  ///< the thread that runs the callback; none when default
     std::uint64_t m_run = 0;
 };

@@ -91,7 +91,7 @@ void Player::Shutdown()
     }
     m_drawNews.notify_all();
     m_drawnNews.notify_all();
-    m_onEnd.Set(nullptr, nullptr);
+    m_onEnd.Close();
     for (const auto& entry : views)
         entry.second->Retire();
     Leave(m_decodeThread);

@@ -43,7 +43,11 @@ public:
     /// False: not paused.
     bool Step();
     void SetSpeed(double speed);
-    void SetEndCallback(void (*function)(int, void*), void* user) { m_onEnd.Set(function, user); }
+    /// False: the player is deleted.
+    bool SetEndCallback(void (*function)(int, void*), void* user)
+    {
+        return m_onEnd.Set(function, user);
+    }
 
     // ---- Views.
 

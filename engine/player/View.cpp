@@ -184,16 +184,17 @@ void View::SetLines(std::vector<OverlayLine> lines)
     Touch();
 }
 
-void View::SetCallback(ImageCallback::Function function, void* user)
+bool View::SetCallback(ImageCallback::Function function, void* user)
 {
-    m_onImage.Set(function, user);
+    const bool set = m_onImage.Set(function, user);
     Touch();
+    return set;
 }
 
 void View::Retire()
 {
     m_retired = true;
-    m_onImage.Set(nullptr, nullptr);
+    m_onImage.Close();
     SetWindow(0);
 }
 

@@ -71,7 +71,8 @@ public:
     void SetTexts(std::vector<OverlayText> texts);
     void SetLines(std::vector<OverlayLine> lines);
     /// Null clears; returns when the former callback does not run any more, except from within it.
-    void SetCallback(ImageCallback::Function function, void* user);
+    /// False: the view is deleted.
+    bool SetCallback(ImageCallback::Function function, void* user);
 
     /// The view was deleted: it is not drawn any more.
     void Retire();

@@ -170,6 +170,20 @@ TEST_F(Presenting, PictureThatASlowWindowLeftOutIsShownLaterAndCalledBackOnce)
     m_player->Shutdown();
 }
 
+/// By a client's thread that had found the view, or the player, before another one deleted it.
+TEST_F(Presenting, WhatIsDeletedTakesNoCallback)
+{
+    Images images;
+    const auto view = AddView(2, 20);
+    EXPECT_TRUE(view->SetCallback(Images::Receive, &images));
+    ASSERT_TRUE(m_player->RemoveView(2));
+    EXPECT_FALSE(view->SetCallback(Images::Receive, &images));
+    const auto end = [](int, void*) {};
+    EXPECT_TRUE(m_player->SetEndCallback(end, nullptr));
+    m_player->Shutdown();
+    EXPECT_FALSE(m_player->SetEndCallback(end, nullptr));
+}
+
 TEST_F(Presenting, EveryWindowThatWasDrawnIntoIsSent)
 {
     for (int id = 2; id < 5; ++id)
