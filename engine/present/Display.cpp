@@ -20,6 +20,7 @@
 #include <utility>
 #include <vector>
 
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -468,7 +469,8 @@ bool PixelMemory::Share()
     const int file = memfd_create("fisheye-view", MFD_CLOEXEC);
     if (file < 0)
         return false;
-    void* memory = ftruncate(file, static_cast<off_t>(m_size)) == 0
+    // Memory that is only promised would be missed by a signal when it is written to.
+    void* memory = posix_fallocate(file, 0, static_cast<off_t>(m_size)) == 0
                        ? mmap(nullptr, m_size, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0)
                        : MAP_FAILED;
     if (memory == MAP_FAILED) {
