@@ -63,10 +63,16 @@ PlayClock::Plan PlayClock::Schedule(const Arrival& arrival, Clock::time_point no
         Anchor(arrival.seconds, due);
     }
     const double late = -early;
-    const bool behind = late > 2.0 * arrival.period && arrival.more;
+    // What had to be waited for is late with its sender, not in the decoder. Once, the network may
+    // have stood still; a second burst in a row that is late comes from a clock behind ours.
+    const bool lateBurst = arrival.live && late > arrival.period && arrival.more;
+    if (arrival.live)
+        m_lateBursts = lateBurst ? m_lateBursts + 1 : 0;
+    const bool wrong = late > MAX_LATE || (lateBurst && m_lateBursts > 1);
+    const bool behind = late > 2.0 * arrival.period && arrival.more && !lateBurst;
     const bool hidden = SecondsOf(now - m_lastShown) < MAX_HIDDEN;
-    const bool drop = late > arrival.period && late <= MAX_LATE && arrival.more && hidden;
-    if (late > MAX_LATE)
+    const bool drop = late > arrival.period && !wrong && arrival.more && hidden;
+    if (wrong)
         Anchor(arrival.seconds, now);
     if (!drop)
         m_lastShown = std::max(due, now);

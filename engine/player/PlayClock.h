@@ -49,7 +49,8 @@ private:
     double m_lastSeconds = 0.0;
     double m_lastPeriod = 0.0;
     Clock::time_point m_lastPut{};
-    int m_paced = 0;  ///< pictures in a row that came at the stream's own pace
+    int m_paced = 0;       ///< pictures in a row that came at the stream's own pace
+    int m_lateBursts = 0;  ///< in a row
     Clock::time_point m_lastShown{};
     double m_allowance = 0.0;  ///< seconds by which live pictures may still pull the clock forward
     Clock::time_point m_allowedAt{};

@@ -457,6 +457,48 @@ TEST_F(Clocks, OneOfManyLatePicturesIsStillShownNowAndThen)
     EXPECT_LE(shown, 6);
 }
 
+class Bursts : public Clocks
+{
+protected:
+    /// Five pictures that come together, late by so many seconds; how many are left out.
+    int Burst(int number, double late)
+    {
+        const double seconds = 0.2 * number;
+        double now = seconds + late;
+        int left = 0;
+        for (int i = 0; i < 5; ++i) {
+            const PlayClock::Plan plan = Schedule(seconds + 0.04 * i, now, i == 0, i < 4);
+            now = std::max(now, When(plan.due));
+            left += plan.drop ? 1 : 0;
+            m_behind = m_behind || plan.behind;
+        }
+        m_end = now;
+        return left;
+    }
+
+    double m_end = 0.0;  ///< when its last picture was due
+    bool m_behind = false;
+};
+
+TEST_F(Bursts, SenderThatIsLateAgainAndAgainIsFollowed)
+{
+    EXPECT_EQ(Burst(0, 0.0), 0);
+    EXPECT_GT(Burst(1, 0.1), 0) << "once, it is to be made up for";
+    for (int i = 2; i < 20; ++i) {
+        EXPECT_EQ(Burst(i, 0.1), 0) << i;
+        EXPECT_NEAR(m_end, 0.2 * i + 0.1 + 0.16, 1e-6) << i;
+    }
+    EXPECT_FALSE(m_behind) << "decoding is as fast as ever";
+}
+
+TEST_F(Bursts, OneLateBurstLeavesNoDelay)
+{
+    for (int i = 0; i < 10; ++i) {
+        Burst(i, i % 2 == 0 ? 0.0 : 0.1);
+        EXPECT_NEAR(m_end, 0.2 * i + 0.16, 1e-6) << i;
+    }
+}
+
 TEST_F(Clocks, ClockThatIsSecondsWrongIsSetAnew)
 {
     Schedule(0.0, 0.0);
