@@ -133,41 +133,40 @@ protected:
         ASSERT_TRUE(m_player->Queue().Put(clip.data(), clip.size()));
     }
 
+    Images m_images;
     RvPlayerCreation m_creation{};
     std::shared_ptr<engine::Player> m_player = engine::Player::Create(1, 1, m_creation);
 };
 
 TEST_F(Presenting, PictureThatASlowWindowLeftOutIsShownLaterAndCalledBackOnce)
 {
-    Images images;
     const auto view = AddView(2, 20);
-    view->SetCallback(Images::Receive, &images);
+    view->SetCallback(Images::Receive, &m_images);
     const auto window = FakeWindow::Find(20);
     Feed();
     m_player->Step();
     ASSERT_TRUE(window->AwaitFlushed(1));
-    EXPECT_EQ(images.Count(), 1);
+    EXPECT_EQ(m_images.Count(), 1);
     window->SetBusy(true);
     m_player->Step();
-    ASSERT_EQ(images.Await(2).width, 32);
+    ASSERT_EQ(m_images.Await(2).width, 32);
     window->SetBusy(false);
     window->changed();
     ASSERT_TRUE(window->AwaitFlushed(2));
-    EXPECT_EQ(images.Count(), 2) << "it is the same picture";
+    EXPECT_EQ(m_images.Count(), 2) << "it is the same picture";
     view->SetTexts({});
     ASSERT_TRUE(window->AwaitFlushed(3));
-    EXPECT_EQ(images.Count(), 2) << "texts are no part of the callback's picture";
+    EXPECT_EQ(m_images.Count(), 2) << "texts are no part of the callback's picture";
 
     view->SetPtz({0, 0, 5000, 6000, 10000, {}});
     ASSERT_TRUE(window->AwaitFlushed(4));
-    EXPECT_EQ(images.Count(), 3) << "the view is another";
+    EXPECT_EQ(m_images.Count(), 3) << "the view is another";
     view->SetFixedSize({16, 16});
     ASSERT_TRUE(window->AwaitFlushed(5));
-    EXPECT_EQ(images.Count(), 4) << "its size is another";
-    view->SetCallback(Images::Receive, &images);
+    EXPECT_EQ(m_images.Count(), 4) << "its size is another";
+    view->SetCallback(Images::Receive, &m_images);
     ASSERT_TRUE(window->AwaitFlushed(6));
-    EXPECT_EQ(images.Count(), 5) << "this callback has not had it";
-    m_player->Shutdown();
+    EXPECT_EQ(m_images.Count(), 5) << "this callback has not had it";
 }
 
 /// By a client's thread that had found the view, or the player, before another one deleted it.

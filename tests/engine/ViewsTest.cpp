@@ -590,7 +590,7 @@ TEST_F(Views, LensOfTheStreamDescriptionIsInForce)
     parameters.stCentre = {255.5, 255.5};
     parameters.dCircleRadius = 256;
     const int view = player.AddView(RV_MODE_PTZ, RV_MOUNT_CEILING, 5000, 8500);
-    Images images;
+    auto& images = Called<Images>();
     ASSERT_EQ(player.Listen(view, images, 320, 240), 0);
     Feed(player, MakeClip(LensClip(parameters, 1.0)));
     const Images::Image image = images.Await(1);
@@ -601,7 +601,6 @@ TEST_F(Views, LensOfTheStreamDescriptionIsInForce)
     ExpectView(image, shown, 220 * PI / 180);
     EXPECT_EQ(player.Lens().iModel, EQUISOLID);
     EXPECT_EQ(player.Lens().dFieldOfView, 220);
-    player.Delete();
 }
 
 TEST_F(Views, FieldOfViewOfTheStreamDescriptionIsClamped)
