@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/endtoend/Stream.h"
+#include "tests/support/Threads.h"
 
 namespace {
 
@@ -89,11 +90,11 @@ TEST(Lifetimes, LeaveNothingBehind)
 {
     Live(0);  // what is made once for the process
     Live(1);
-    const long lThreads = Entries("/proc/self/task");
+    const int iThreads = threads::Settled(endtoend::CONST_PATIENCE);
     const long lFiles = Entries("/proc/self/fd");
     for (int i = 2; i < CONST_LIVES; ++i)
         Live(i);
-    EXPECT_LE(Entries("/proc/self/task"), lThreads);
+    EXPECT_LE(threads::AtMost(iThreads, endtoend::CONST_PATIENCE), iThreads);
     EXPECT_LE(Entries("/proc/self/fd"), lFiles);
 }
 

@@ -4,12 +4,11 @@
 #include <climits>
 #include <future>
 
-#include <dirent.h>
-
 #include <gmock/gmock.h>
 
 #include "tests/engine/XServer.h"
 #include "tests/support/Shortage.h"
+#include "tests/support/Threads.h"
 
 namespace test {
 namespace {
@@ -26,16 +25,6 @@ Bytes GreyClip(const char* format, double grey)
     options.pictures = 3;
     options.paint = [grey](int, int, int) { return Colour{grey, grey, grey}; };
     return MakeClip(options);
-}
-
-int Threads()
-{
-    DIR* tasks = opendir("/proc/self/task");
-    int count = 0;
-    while (readdir(tasks))
-        ++count;
-    closedir(tasks);
-    return count;
 }
 
 /// Receives a view's pictures without needing memory.
@@ -155,7 +144,7 @@ TEST(Shortages, EveryEntryPointRefusesWithoutMemory)
         return RV(RV_CreateFishEyeCorrect)(id, &correct, sizeof(correct), nullptr, &width);
     });
     Starve("bytes", Of::Memory, [&] { return watched.player.Put(bytes); });
-    const int threads = Threads();
+    const int before = threads::Settled(PATIENCE);
     RvPlayerCreation creation{};
     creation.iSize = sizeof(creation);
     for (const Of of : {Of::Memory, Of::Threads}) {
@@ -165,12 +154,13 @@ TEST(Shortages, EveryEntryPointRefusesWithoutMemory)
         });
         EXPECT_EQ(RV(RV_DeletePlayer)(created), 0);
     }
-    EXPECT_EQ(Threads(), threads) << "players that could not be made are gone";
+    EXPECT_LE(threads::AtMost(before, PATIENCE), before)
+        << "players that could not be made are gone";
     EXPECT_EQ(watched.player.Delete(), 0);
-    const int without = Threads();
+    const int without = threads::Settled(PATIENCE);
     const TestPlayer left[3];
     Starve("deletion of what is left", Of::Memory, [&] { return RV(RV_DeleteSystem)(); });
-    EXPECT_EQ(Threads(), without);
+    EXPECT_LE(threads::AtMost(without, PATIENCE), without);
 }
 
 /// FFmpeg has memory of its own, which a limit on the size of each piece makes short.
