@@ -4,6 +4,8 @@
 #include <climits>
 #include <future>
 
+#include <unistd.h>
+
 #include <gmock/gmock.h>
 
 #include "tests/engine/XServer.h"
@@ -127,7 +129,8 @@ TEST(Shortages, EveryEntryPointRefusesWithoutMemory)
     int width = 0;
     int height = 0;
     Bytes bytes(100000, 0x55);
-    const std::string file = testing::TempDir() + "engine_shortage.bmp";
+    const std::string file =
+        testing::TempDir() + "engine_shortage" + std::to_string(getpid()) + ".bmp";
 
     Starve("capture to memory", Of::Memory,
            [&] { return RV(RV_CapturePic)(id, 0, pixels.data(), pixels.size(), &width, &height); });

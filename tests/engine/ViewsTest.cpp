@@ -681,7 +681,7 @@ TEST_F(Views, CapturedFilesHoldThePicture)
     ASSERT_EQ(m_player.Listen(m_player.Fisheye(), m_images, 64, 64), 0);
     Feed();
     ASSERT_EQ(m_images.Await(1).width, 64);
-    const std::string base = testing::TempDir() + "engine_capture";
+    const std::string base = testing::TempDir() + "engine_capture" + std::to_string(getpid());
     const struct
     {
         const char* ending;
