@@ -170,7 +170,7 @@ int Stream::Put(const unsigned char* pData, int iSize)
             m_iPlayer, 0, const_cast<unsigned char*>(pData), iSize);
         if (RV_BUFFER_FULL != iRet)
             return iRet;
-        std::this_thread::yield();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }
 

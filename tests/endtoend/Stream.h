@@ -24,7 +24,7 @@
 namespace endtoend {
 
 /// How long a test waits for what must come; never waited out when all is well.
-constexpr std::chrono::seconds CONST_PATIENCE{30};
+constexpr std::chrono::seconds CONST_PATIENCE{120};
 
 /// Side of the clips, in pixels, and the time at which they show the room, in seconds. Each clip is
 /// one picture, so every view of it has one truth.
