@@ -21,5 +21,5 @@ layouts=$("$build/viewer/fisheye-viewer" --help | tr '\n' ' ' | tr -s ' ' |
 for layout in $layouts; do
     echo "$layout"
     xvfb-run -a -s "-screen 0 1400x1000x24" "$build/viewer/fisheye-viewer" \
-        --layout "$layout" --snapshot "$out/$layout.png" --after 1 "$source"
+        --layout "$layout" --snapshot "$out/$layout.png" --after 3 "$source"
 done

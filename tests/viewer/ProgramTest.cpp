@@ -61,7 +61,7 @@ TEST(Program, LeavesWithAPictureOfItsWindow)
     const QString out = folder.filePath("window.png");
     const Outcome run =
         RunViewer({"--layout", "fisheye+3", "--overlay", "traced", "--mount", "wall", "--snapshot",
-                   out, "--after", "0.5", stage::RoomClip(viewer::Mount::Wall)});
+                   out, "--after", "5", stage::RoomClip(viewer::Mount::Wall)});
     EXPECT_EQ(run.code, 0) << run.said.toStdString();
     const QImage picture(out);
     stage::Viewer like(viewer::Mount::Wall, "fisheye+3", viewer::OverlayKind::Traced);
