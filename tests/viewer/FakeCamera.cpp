@@ -39,9 +39,9 @@ struct Camera
     bool damages = false;
     int asksInVain = 0;
 
-    int descriptor = -1;  ///< of its memory, which is what it is opened as
-    bool gone = false;    ///< unplugged while it was open
-    const Kind* kind = nullptr;
+    int descriptor = -1;       ///< of its memory, which is what it is opened as
+    bool gone = false;         ///< unplugged while it was open
+    std::optional<Kind> kind;  ///< that it gives, also when others are plugged in
     std::deque<std::uint32_t> queued;
     bool streams = false;
     std::size_t next = 0;
@@ -70,7 +70,7 @@ int Open(Camera& camera)
     if (::ftruncate(camera.descriptor, off_t{CONST_BUFFERS} * CONST_BUFFER_BYTES) != 0)
         return -1;
     camera.gone = false;
-    camera.kind = &camera.kinds.front();
+    camera.kind = camera.kinds.front();
     camera.queued.clear();
     camera.streams = false;
     return camera.descriptor;
@@ -150,10 +150,10 @@ int Answer(Camera& camera, unsigned long request, void* argument)
         if (camera.busy)
             return Refuse(EBUSY);
         auto& format = *static_cast<v4l2_format*>(argument);
-        camera.kind = &camera.kinds.front();
+        camera.kind = camera.kinds.front();
         for (const Kind& kind : camera.kinds)
             if (kind.fourCc == format.fmt.pix.pixelformat)
-                camera.kind = &kind;
+                camera.kind = kind;
         Describe(camera, format);
         return 0;
     }
@@ -210,8 +210,10 @@ std::optional<int> OpenIfCamera(const char* path)
 
 EXPORTED void Plug(std::vector<Kind> kinds)
 {
+    constexpr std::chrono::minutes CONST_PATIENCE{1};  // then readers are told that it is open
     Camera& camera = TheCamera();
-    const std::lock_guard<std::mutex> lock(camera.mutex);
+    std::unique_lock<std::mutex> lock(camera.mutex);
+    camera.changed.wait_for(lock, CONST_PATIENCE, [&] { return camera.descriptor < 0; });
     camera.kinds = std::move(kinds);
     camera.busy = camera.holds = camera.damages = false;
     camera.asksInVain = 0;
@@ -296,8 +298,10 @@ extern "C" EXPORTED int close(int descriptor)
     {
         fake_camera::Camera& camera = fake_camera::TheCamera();
         const std::lock_guard<std::mutex> lock(camera.mutex);
-        if (descriptor >= 0 && descriptor == camera.descriptor)
+        if (descriptor >= 0 && descriptor == camera.descriptor) {
             camera.descriptor = -1;
+            camera.changed.notify_all();
+        }
     }
     static auto* const real = fake_camera::Real<int(int)>("close");
     return real(descriptor);

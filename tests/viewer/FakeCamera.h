@@ -20,8 +20,9 @@ struct Kind
     std::vector<std::string> pictures;  ///< which it gives again and again
 };
 
-/// It is there from now on, idle and with pictures. Like most drivers it takes any kind that it is
-/// asked for, and answers with the first where it has not got it.
+/// It is there from now on, as soon as nobody has the one before open any more: idle and with
+/// pictures. Like most drivers it takes any kind that it is asked for, and answers with the first
+/// where it has not got it.
 void Plug(std::vector<Kind> kinds);
 
 /// Who reads is told that the device has gone, and who opens that there is none.
