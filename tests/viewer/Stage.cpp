@@ -226,10 +226,11 @@ QString RoomClip(viewer::Mount mount, double seconds)
     if (!QFile::exists(path)) {
         // Tests that run side by side each make their own and put it there in one go.
         const QString part = path + QString::number(getpid()) + ".mkv";
-        QProcess::execute(FISHEYE_CLIP,
-                          {"--mount", viewer::WordOf(mount), "--size",
-                           seconds < 1.0 ? "1024" : "512", "--seconds", length, "-o", part});
-        QFile::rename(part, path);
+        const int code = QProcess::execute(FISHEYE_CLIP, {"--mount", viewer::WordOf(mount),
+                                                          "--size", seconds < 1.0 ? "1024" : "512",
+                                                          "--seconds", length, "-o", part});
+        if (0 == code)
+            QFile::rename(part, path);
         QFile::remove(part);
     }
     return path;
@@ -241,9 +242,10 @@ QString Made(const QString& name, const QStringList& arguments)
     if (!QFile::exists(path)) {
         const QString part =
             path + "." + QString::number(getpid()) + "." + QFileInfo(name).suffix();
-        QProcess::execute("ffmpeg",
-                          QStringList{"-v", "error", "-y"} + arguments + QStringList{part});
-        QFile::rename(part, path);
+        const int code = QProcess::execute("ffmpeg", QStringList{"-v", "error", "-y"} + arguments +
+                                                         QStringList{part});
+        if (0 == code)
+            QFile::rename(part, path);
         QFile::remove(part);
     }
     return path;

@@ -68,10 +68,12 @@ QString Clip()
     const QString path = QString(FISHEYE_TEST_FOLDER) + "/ten-pictures.mkv";
     if (!QFile::exists(path)) {
         const QString part = path + QString::number(getpid()) + ".mkv";
-        QProcess::execute("ffmpeg", {"-v", "error", "-y", "-f", "lavfi", "-i",
-                                     "testsrc=size=192x192:rate=25:duration=0.4", "-c:v", "libx264",
-                                     "-g", "5", "-bf", "0", "-pix_fmt", "yuv420p", part});
-        QFile::rename(part, path);
+        const int code = QProcess::execute("ffmpeg", {"-v", "error", "-y", "-f", "lavfi", "-i",
+                                                      "testsrc=size=192x192:rate=25:duration=0.4",
+                                                      "-c:v", "libx264", "-g", "5", "-bf", "0",
+                                                      "-pix_fmt", "yuv420p", part});
+        if (0 == code)
+            QFile::rename(part, path);
         QFile::remove(part);
     }
     return path;
