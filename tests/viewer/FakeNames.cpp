@@ -1,6 +1,5 @@
 #include "tests/viewer/FakeNames.h"
 
-#include <chrono>
 #include <condition_variable>
 #include <cstring>
 #include <mutex>
@@ -14,9 +13,6 @@ namespace fake_names {
 
 namespace {
 
-/// A test that waits for the asker fails then, and does not hang.
-constexpr std::chrono::seconds CONST_PATIENCE{20};
-
 std::mutex s_mutex;
 std::condition_variable s_changed;
 int s_waiting = 0;
@@ -24,10 +20,10 @@ int s_answers = 0;
 
 }  // namespace
 
-EXPORTED void AwaitQuestions(int count)
+EXPORTED bool AwaitQuestions(int count)
 {
     std::unique_lock<std::mutex> lock(s_mutex);
-    s_changed.wait(lock, [count] { return s_waiting >= count; });
+    return s_changed.wait_for(lock, CONST_PATIENCE, [count] { return s_waiting >= count; });
 }
 
 EXPORTED int Waiting()

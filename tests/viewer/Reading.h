@@ -63,6 +63,13 @@ public:
         return m_picturesThen[m_next - 1];
     }
 
+    /// The states up to the one that was waited for last.
+    std::vector<viewer::StreamState> statesSoFar()
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return {m_states.begin(), m_states.begin() + static_cast<std::ptrdiff_t>(m_next)};
+    }
+
     /// Waits for the first state in which it neither opens nor plays; its message.
     QString awaitEnd()
     {

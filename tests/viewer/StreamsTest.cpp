@@ -101,7 +101,7 @@ TEST(NetworkCameras, WhoseNameIsNotAnsweredDoNotHoldUpTheEnd)
     {
         stage::Viewer viewer(address, "quad", viewer::OverlayKind::Off, stage::Viewer::Wait::No);
         viewer.window().openSource(address);
-        fake_names::AwaitQuestions(2);
+        ASSERT_TRUE(fake_names::AwaitQuestions(2));
     }
     QThreadPool::globalInstance()->waitForDone();  // as the program does when it ends
     EXPECT_EQ(fake_names::Waiting(), 2);
