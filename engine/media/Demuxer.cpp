@@ -59,6 +59,7 @@ bool Demuxer::Open(Container container)
         avio_context_free(&io);
         throw std::bad_alloc();
     }
+    m_container = container;
     io->seekable = 0;
     context->pb = io;
     context->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_NOPARSE | AVFMT_FLAG_NOBUFFER;
@@ -71,15 +72,32 @@ bool Demuxer::Open(Container container)
         return false;
     }
     m_context.reset(context);
+    m_packets = 0;
+    return true;
+}
+
+/// Behind a division of the fragments, with the same streams.
+bool Demuxer::OpenAnew()
+{
+    const int index = m_stream ? m_stream->index : -1;
+    m_stream = nullptr;
+    m_fragments.BeginAnew();
+    if (!Open(m_container))
+        return false;
+    if (index >= 0 && index < static_cast<int>(m_context->nb_streams))
+        m_stream = m_context->streams[index];
     return true;
 }
 
 int Demuxer::ReadBytes(void* self, std::uint8_t* target, int size)
 {
-    Input& input = static_cast<Demuxer*>(self)->m_input;
+    auto& demuxer = *static_cast<Demuxer*>(self);
+    const Input& input = demuxer.m_input;
+    const auto most = static_cast<std::size_t>(size);
     std::size_t read = 0;
     try {
-        read = input.Read(target, static_cast<std::size_t>(size));
+        read = demuxer.m_container == Container::Mp4 ? demuxer.m_fragments.Read(target, most)
+                                                     : demuxer.m_input.Read(target, most);
     } catch (const std::exception&) {
         return AVERROR(ENOMEM);  // the caller is C
     }
@@ -96,9 +114,16 @@ Demuxer::Result Demuxer::Next(AVPacket& packet)
         const Input::Stop stop = m_input.StopReason();
         if (result >= 0) {
             m_errors = 0;
+            if (++m_packets == m_mostPackets)
+                m_fragments.Divide();
             if (IsOurs(packet))
                 return Result::Packet;
             continue;
+        }
+        if (m_fragments.IsDivided()) {
+            if (OpenAnew())
+                continue;
+            return m_input.StopReason() == Input::Stop::None ? Result::Broken : Result::Stopped;
         }
         m_context->pb->eof_reached = 0;
         m_context->pb->error = 0;

@@ -6,6 +6,7 @@
 #include "engine/media/AvHandles.h"
 #include "engine/media/Container.h"
 #include "engine/media/Input.h"
+#include "engine/media/Mp4Fragments.h"
 
 namespace engine {
 
@@ -21,14 +22,17 @@ public:
         Broken,   ///< the demuxer cannot go on
     };
 
-    explicit Demuxer(Input& input) : m_input(input) {}
+    /// @param mostPackets after so many, a fragmented MP4 is demuxed anew from its next fragment
+    explicit Demuxer(Input& input, int mostPackets = 20000)
+        : m_input(input), m_fragments(input), m_mostPackets(mostPackets)
+    {}
 
     /// Reads the container's header; false where it is none, or the input stopped before its end.
     bool Open(Container container);
 
     Result Next(AVPacket& packet);
 
-    /// The video stream of the last packet.
+    /// The video stream of the last packet, until Next is called again; its index stays.
     const AVStream* Stream() const { return m_stream; }
 
 private:
@@ -37,10 +41,15 @@ private:
         void operator()(AVFormatContext* context) const;
     };
 
+    bool OpenAnew();
     static int ReadBytes(void* self, std::uint8_t* target, int size);
     bool IsOurs(const AVPacket& packet);
 
     Input& m_input;
+    Mp4Fragments m_fragments;
+    const int m_mostPackets;
+    int m_packets = 0;  ///< of the context
+    Container m_container = Container::Unknown;
     std::unique_ptr<AVFormatContext, Closer> m_context;
     const AVStream* m_stream = nullptr;
     int m_errors = 0;   ///< in a row

@@ -87,7 +87,7 @@ std::optional<StreamDecoder::Event> StreamDecoder::Advance()
     switch (m_demuxer->Next(*m_packet)) {
     case Demuxer::Result::Packet: {
         const AVStream* stream = m_demuxer->Stream();
-        if (std::exchange(m_streamPlayed, stream) != stream) {
+        if (std::exchange(m_streamPlayed, stream->index) != stream->index) {
             FlushParser();
             Decode(nullptr);  // another programme: its pictures do not go on from these
             m_codec.reset();
@@ -164,7 +164,7 @@ std::optional<StreamDecoder::Event> StreamDecoder::AfterStop()
 void StreamDecoder::Reset()
 {
     m_demuxer.reset();
-    m_streamPlayed = nullptr;
+    m_streamPlayed = -1;
     m_parser.reset();
     m_codec.reset();
     m_container = Container::Unknown;

@@ -58,8 +58,8 @@ private:
     Input m_input;
     Container m_expected;
     Container m_container = Container::Unknown;
-    std::unique_ptr<Demuxer> m_demuxer;        ///< none for elementary streams
-    const AVStream* m_streamPlayed = nullptr;  ///< the demuxer's, of the last packet
+    std::unique_ptr<Demuxer> m_demuxer;  ///< none for elementary streams
+    int m_streamPlayed = -1;             ///< the demuxer's, of the last packet
     ParserPtr m_parser;
     CodecContextPtr m_codec;
     FramePool m_pool;

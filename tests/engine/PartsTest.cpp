@@ -7,6 +7,8 @@
 #include <ctime>
 #include <limits>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include <unistd.h>
 
@@ -14,6 +16,7 @@
 
 #include "engine/media/ByteQueue.h"
 #include "engine/media/Container.h"
+#include "engine/media/Demuxer.h"
 #include "engine/media/FramePool.h"
 #include "engine/media/Input.h"
 #include "engine/media/Picture.h"
@@ -234,6 +237,79 @@ TEST(FindContainer, FourCcsNameContainers)
     EXPECT_EQ(engine::ContainerOf({0, 0, 0, 0}), Container::Unknown);
     EXPECT_EQ(engine::ContainerOf({'A', 'U', 'T', 'O'}), Container::Unknown);
     EXPECT_STREQ(engine::FourCcOf(Container::Matroska), "MKV ");
+}
+
+// ---- Demuxer
+
+struct Demuxed
+{
+    std::vector<std::pair<std::int64_t, Bytes>> packets;  ///< time stamps and bytes
+    engine::Demuxer::Result end;
+    engine::Input::Stop stop;
+    int goes;  ///< how often the demuxer began anew
+};
+
+/// In goes of so many packets, from blocks of so many bytes.
+Demuxed Demux(const Bytes& clip, int mostPackets, std::size_t block)
+{
+    ByteQueue queue;
+    std::thread feeder([&] {
+        for (std::size_t at = 0; at < clip.size(); at += block)
+            EXPECT_TRUE(queue.Put(clip.data() + at, std::min(block, clip.size() - at)));
+        queue.MarkEnd();
+    });
+    engine::Input input(queue);
+    Demuxed demuxed{{}, engine::Demuxer::Result::Broken, engine::Input::Stop::None, 0};
+    const AVStream* stream = nullptr;
+    engine::Demuxer demuxer(input, mostPackets);
+    if (input.Begin(Container::Unknown) == Container::Mp4 && demuxer.Open(Container::Mp4)) {
+        const engine::PacketPtr packet(av_packet_alloc());
+        while ((demuxed.end = demuxer.Next(*packet)) == engine::Demuxer::Result::Packet) {
+            demuxed.packets.emplace_back(packet->pts,
+                                         Bytes(packet->data, packet->data + packet->size));
+            demuxed.goes += std::exchange(stream, demuxer.Stream()) != demuxer.Stream() ? 1 : 0;
+        }
+    }
+    demuxed.stop = input.StopReason();
+    feeder.join();
+    return demuxed;
+}
+
+TEST(Demuxers, FragmentedMp4ComesTheSameInSeveralGoes)
+{
+    ClipOptions options;
+    options.format = "mp4";
+    options.pictures = 20;
+    for (const int bPictures : {0, 2}) {
+        options.bPictures = bPictures;
+        const Bytes clip = MakeClip(options);
+        const Demuxed whole = Demux(clip, std::numeric_limits<int>::max(), clip.size());
+        ASSERT_EQ(whole.packets.size(), 20U);
+        ASSERT_EQ(whole.goes, 1);
+        for (const auto& [most, block] :
+             {std::pair{1, clip.size()}, {3, clip.size()}, {1, std::size_t{1}}}) {
+            const Demuxed goes = Demux(clip, most, block);
+            EXPECT_EQ(goes.packets, whole.packets) << most << " " << block;
+            EXPECT_EQ(goes.goes, (20 + most - 1) / most) << most << " " << block;
+            EXPECT_EQ(goes.end, engine::Demuxer::Result::Stopped);
+            EXPECT_EQ(goes.stop, engine::Input::Stop::End);
+        }
+    }
+}
+
+TEST(Demuxers, FragmentedMp4MayBreakOffAnywhereInAnyGo)
+{
+    ClipOptions options;
+    options.format = "mp4";
+    options.width = options.height = 16;
+    options.pictures = 4;
+    const Bytes clip = MakeClip(options);
+    for (std::size_t size = 8; size < clip.size(); ++size) {
+        const Demuxed goes =
+            Demux(Bytes(clip.begin(), clip.begin() + static_cast<int>(size)), 1, clip.size());
+        EXPECT_EQ(goes.stop, engine::Input::Stop::End) << size;
+        EXPECT_LE(goes.packets.size(), 4U);
+    }
 }
 
 // ---- PictureEnd
