@@ -2,7 +2,9 @@
  *
  * A player decodes one stream of bytes and renders it into any number of views: its main window
  * (the picture as it is, or the fisheye picture) and corrected views, each into an X11 window, to a
- * callback, or both. Every function may be called from any thread, from the callbacks as well.
+ * callback, or both. Every function may be called from any thread, from the callbacks as well; but
+ * two callbacks that run at the same time must not clear each other, or delete each other's view or
+ * player: both would wait for ever.
  * Results are 0 or a non-negative value for success and RV_REFUSED (-1) for a bad argument (an
  * unknown id, a null pointer, a record of the wrong size) or where memory or threads run out; a
  * player that lacks memory for a picture loses that picture. Positions are ten-thousandths of the
@@ -205,7 +207,9 @@ typedef struct RvPolyline
 typedef void (*RvCorrectCallback)(int player, int correct, void* bgra, unsigned int width,
                                   unsigned int height, void* user);
 
-/* Called when the last picture before RV_CONTROL_END_OF_STREAM has been shown. */
+/* Called when the last picture before RV_CONTROL_END_OF_STREAM has been shown; not for a stream
+ * that RV_Stop or RV_CleanStreamBuffer forgot. Nothing is read from the buffer while it runs: it
+ * must not wait for room there. */
 typedef void (*RvEndCallback)(int player, void* user);
 
 /* ---- The system. */

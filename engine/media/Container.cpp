@@ -46,13 +46,18 @@ bool IsMp4(const std::uint8_t* data, std::size_t size, std::size_t at)
 /// come. The first three bytes alone are found in every few megabytes of a compressed stream.
 bool IsMjpeg(const std::uint8_t* data, std::size_t size, std::size_t at)
 {
-    if (!Matches(data, size, at, "\xFF\xD8\xFF") || at + 6 > size)
+    if (!Matches(data, size, at, "\xFF\xD8\xFF"))
         return false;
-    const std::uint8_t segment = data[at + 3];
+    at += 2;
+    while (at + 1 < size && data[at + 1] == 0xFF)
+        ++at;  // any number of fill bytes may stand before a marker
+    if (at + 4 > size)
+        return false;
+    const std::uint8_t segment = data[at + 1];
     const bool follows = (segment >= 0xC0 && segment <= 0xC4) || segment == 0xDB ||
                          segment == 0xDD || (segment >= 0xE0 && segment <= 0xEF) || segment == 0xFE;
-    const std::size_t length = std::size_t{data[at + 4]} << 8 | data[at + 5];
-    const std::size_t next = at + 4 + length;
+    const std::size_t length = std::size_t{data[at + 2]} << 8 | data[at + 3];
+    const std::size_t next = at + 2 + length;
     return follows && length >= 2 && (next >= size || data[next] == 0xFF);
 }
 

@@ -79,9 +79,10 @@ void PictureEnd::FeedPacket()
     const bool video =
         begins && pes[0] == 0 && pes[1] == 0 && pes[2] == 1 && (pes[3] & 0xF0) == 0xE0;
     if (video && m_videoPid != pid) {
-        // Two pictures under way at once: none ends where the other does.
-        if (m_videoPid >= 0)
+        // Two in turn: none ends where the other does.
+        if (pid == m_formerPid)
             m_trusted = false;
+        m_formerPid = m_videoPid;
         m_videoPid = pid;
     }
     if (pid != m_videoPid)

@@ -45,6 +45,7 @@ private:
     std::uint8_t m_packet[188] = {};
     std::size_t m_packetSize = 0;
     int m_videoPid = -1;
+    int m_formerPid = -1;    ///< of the video before it
     bool m_stuffed = false;  ///< the last packet of the video was filled up: it ended a picture
     std::size_t m_left =
         0;  ///< bytes of the picture to come, where its header tells; 0: it does not

@@ -18,6 +18,7 @@ constexpr std::int64_t MAX_PIXELS = std::int64_t{6144} * 6144;
 constexpr double DEFAULT_PERIOD = 0.04;
 /// Pictures per second that a header may claim: what lies outside is a mistake of its writer.
 constexpr double SLOWEST = 0.5;
+constexpr double LONGEST_PERIOD = 2.1;  // from time stamps, which are rounded
 constexpr double FASTEST = 240.0;
 
 AVCodecID CodecOf(Container container)
@@ -286,7 +287,7 @@ void StreamDecoder::TakeFrame(FramePtr frame)
         picture.seconds = static_cast<double>(stamp) * av_q2d(m_codec->pkt_timebase);
         const double step = picture.seconds - m_lastSeconds;
         const bool all = m_codec->skip_frame == AVDISCARD_DEFAULT;
-        if (m_hasLast && all && step > 0.001 && step <= 1.0 / SLOWEST)
+        if (m_hasLast && all && step > 0.001 && step <= LONGEST_PERIOD)
             m_period = m_period > 0.0 ? 0.9 * m_period + 0.1 * step : step;
     } else {
         picture.seconds = m_hasLast ? m_lastSeconds + ratedPeriod : 0.0;

@@ -63,12 +63,15 @@ PlayClock::Plan PlayClock::Schedule(const Arrival& arrival, Clock::time_point no
         Anchor(arrival.seconds, due);
     }
     const double late = -early;
-    // What had to be waited for is late with its sender, not in the decoder. Once, the network may
-    // have stood still; a second burst in a row that is late comes from a clock behind ours.
-    const bool lateBurst = arrival.live && late > arrival.period && arrival.more;
+    // What had to be waited for is late with its sender, not in the decoder; unless it was waited
+    // for because the buffer is small. A network that stood still catches up, burst by burst; a
+    // second burst that is as late as the first comes from a clock behind ours.
+    const bool lateBurst =
+        arrival.live && !arrival.refused && late > arrival.period && arrival.more;
+    const bool wrong = late > MAX_LATE ||
+                       (lateBurst && m_lateBurst > 0.0 && late > m_lateBurst - arrival.period / 2);
     if (arrival.live)
-        m_lateBursts = lateBurst ? m_lateBursts + 1 : 0;
-    const bool wrong = late > MAX_LATE || (lateBurst && m_lateBursts > 1);
+        m_lateBurst = lateBurst && !wrong ? late : 0.0;
     const bool behind = late > 2.0 * arrival.period && arrival.more && !lateBurst;
     const bool hidden = SecondsOf(now - m_lastShown) < MAX_HIDDEN;
     const bool drop = late > arrival.period && !wrong && arrival.more && hidden;

@@ -35,7 +35,11 @@ public:
     void SetSpeed(double speed, Clock::time_point now);
 
     /// The next picture is shown at once and starts the clock.
-    void Restart() { m_running = false; }
+    void Restart()
+    {
+        m_running = false;
+        m_lateBurst = 0.0;
+    }
 
 private:
     bool IsPaced(const Arrival& arrival, double step);
@@ -49,8 +53,8 @@ private:
     double m_lastSeconds = 0.0;
     double m_lastPeriod = 0.0;
     Clock::time_point m_lastPut{};
-    int m_paced = 0;       ///< pictures in a row that came at the stream's own pace
-    int m_lateBursts = 0;  ///< in a row
+    int m_paced = 0;           ///< pictures in a row that came at the stream's own pace
+    double m_lateBurst = 0.0;  ///< seconds by which the last burst was late; 0: it was not
     Clock::time_point m_lastShown{};
     double m_allowance = 0.0;  ///< seconds by which live pictures may still pull the clock forward
     Clock::time_point m_allowedAt{};

@@ -345,9 +345,9 @@ bool Player::DecodeNext()
         KeepTime(picture);
         return true;
     case StreamDecoder::Event::End:
-        if (Discards())
-            return true;  // the pictures before it were not shown, so it tells nothing
         AwaitDrawn();
+        if (Discards())
+            return true;  // it belongs to a stream that was forgotten
         BeginAnew();
         m_onEnd.Call(m_id);
         return true;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
@@ -470,9 +471,11 @@ bool PixelMemory::Share()
     if (file < 0)
         return false;
     // Memory that is only promised would be missed by a signal when it is written to.
-    void* memory = posix_fallocate(file, 0, static_cast<off_t>(m_size)) == 0
-                       ? mmap(nullptr, m_size, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0)
-                       : MAP_FAILED;
+    int refused = EINTR;
+    while (refused == EINTR)
+        refused = posix_fallocate(file, 0, static_cast<off_t>(m_size));
+    void* memory = refused == 0 ? mmap(nullptr, m_size, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0)
+                                : MAP_FAILED;
     if (memory == MAP_FAILED) {
         close(file);
         return false;

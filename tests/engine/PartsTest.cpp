@@ -230,6 +230,14 @@ TEST(FindContainer, BytesOfASliceAreNotTakenForAnImage)
     }
 }
 
+TEST(FindContainer, ImagesMayHaveFillBytes)
+{
+    const Bytes image = {0xFF, 0xD8, 0xFF, 0xFF, 0xFF, 0xE0, 0, 4, 1, 2, 0xFF, 0xDB};
+    const auto found = Find(image);
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->container, Container::Mjpeg);
+}
+
 TEST(FindContainer, FourCcsNameContainers)
 {
     EXPECT_EQ(engine::ContainerOf({'M', 'P', 'T', 'S'}), Container::MpegTs);
@@ -379,9 +387,29 @@ TEST(PictureEnd, TransportStreamOfTwoCamerasTellsNoEnds)
         return packet;
     };
     engine::PictureEnd end(Container::MpegTs);
-    for (const Bytes& packet : {begin, ofTheOther(begin), ofTheOther(rest), rest, begin, rest}) {
+    for (const Bytes& packet : {begin, ofTheOther(begin), begin}) {
         end.Feed(packet.data(), packet.size());
         EXPECT_EQ(end.Patience(PERIOD), NEVER);
+    }
+    for (int i = 0; i < 3; ++i)
+        for (const Bytes& packet : {begin, ofTheOther(begin), ofTheOther(rest), rest}) {
+            end.Feed(packet.data(), packet.size());
+            EXPECT_EQ(end.Patience(PERIOD), NEVER);
+        }
+}
+
+TEST(PictureEnd, CameraThatIsFollowedByAnotherEndsItsPictures)
+{
+    constexpr int LENGTH = 2 * 184 - 6;
+    Bytes begin = VideoPacket(true, {0, 0, 1, 0xE0, LENGTH >> 8, LENGTH & 0xFF, 0x80, 0x80, 5});
+    Bytes rest = VideoPacket(false, {});
+    engine::PictureEnd end(Container::MpegTs);
+    for (int i = 0; i < 3; ++i, ++begin[2], ++rest[2]) {
+        end.Feed(begin.data(), begin.size());
+        EXPECT_EQ(end.Patience(PERIOD), NEVER);
+        end.Feed(rest.data(), rest.size());
+        EXPECT_EQ(end.Patience(PERIOD), Clock::duration::zero());
+        end.Taken();
     }
 }
 
@@ -573,6 +601,33 @@ TEST_F(Bursts, OneLateBurstLeavesNoDelay)
         Burst(i, i % 2 == 0 ? 0.0 : 0.1);
         EXPECT_NEAR(m_end, 0.2 * i + 0.16, 1e-6) << i;
     }
+}
+
+/// As TCP does: what piled up comes in pieces, faster than it was made.
+TEST_F(Bursts, NetworkThatStoodStillLeavesNoDelayWhenItCatchesUp)
+{
+    double now = 0.0;
+    for (int i = 0; i < 50; ++i) {
+        now = std::max(now, 0.04 * i);
+        now = std::max(now, When(Schedule(0.04 * i, now, true, false).due));
+    }
+    for (int i = 50; i < 80; ++i) {  // half a second late, three pictures every 30 ms
+        const int piece = (i - 50) / 3;
+        now = std::max({now, 0.04 * i, 2.5 + 0.03 * piece});
+        now = std::max(now, When(Schedule(0.04 * i, now, i % 3 == 2, i % 3 != 1).due));
+    }
+    EXPECT_NEAR(now, 0.04 * 79, 0.005);
+}
+
+/// The client that puts a stream through a buffer of less than a picture is waited for all the
+/// time.
+TEST_F(Clocks, DecoderThatIsTooSlowForASmallBufferHurries)
+{
+    double now = 0.0;
+    bool behind = false;
+    for (int i = 0; i < 10; ++i, now += 0.06)
+        behind = m_clock.Schedule({0.04 * i, 0.04, true, true, true, true}, At(now)).behind;
+    EXPECT_TRUE(behind);
 }
 
 TEST_F(Clocks, ClockThatIsSecondsWrongIsSetAnew)

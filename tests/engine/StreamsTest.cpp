@@ -1,7 +1,6 @@
 // What comes in: containers, codecs, colours, blocks of any size, streams that break off and
 // change.
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <future>
 #include <random>
@@ -929,36 +928,54 @@ TEST(Streams, StopForgetsTheStreamAndPlayStartsAnew)
     EXPECT_TRUE(Near(source.images.Await(1).At(0.5, 0.5), GreyOf(2), 3));
 }
 
+/// Waits for what the decode thread does.
+template <typename Condition>
+bool Await(Condition&& condition)
+{
+    const auto end = std::chrono::steady_clock::now() + PATIENCE;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
 /// The mark has been read, and its picture waits to be shown, when the player is stopped.
 TEST(Streams, EndOfAStreamThatWasForgottenIsNotTold)
 {
     const std::vector<Bytes> pieces = MakeClipPieces(Numbered("h264", 2));
     for (const auto forget : {RV(RV_Stop), RV(RV_CleanStreamBuffer)}) {
-        std::atomic<int> ends{0};
+        std::promise<std::int64_t> decoded;  // at the first end that is told
         Source source;
         RV(RV_RegisterNotifyPlayToEnd)
         (
-            source.player.Id(), [](int, void* count) { ++*static_cast<std::atomic<int>*>(count); },
-            &ends);
+            source.player.Id(),
+            [](int player, void* promise) {
+                RvVideoParam param{};
+                param.iSize = sizeof(param);
+                RV(RV_GetVideoParam)(player, &param, sizeof(param));
+                RV(RV_RegisterNotifyPlayToEnd)(player, nullptr, nullptr);
+                static_cast<std::promise<std::int64_t>*>(promise)->set_value(param.llDecoded);
+            },
+            &decoded);
+        const auto decodes = [&](int count) {
+            return Await([&] { return source.player.Describe().llDecoded == count; });
+        };
         RV(RV_Pause)(source.player.Id(), 1);
         ASSERT_EQ(source.player.Put(pieces[0]), 0);
-        while (source.player.Describe().llDecoded < 1)
-            std::this_thread::yield();
+        ASSERT_TRUE(decodes(1));
         ASSERT_EQ(source.player.Put(pieces[1]), 0);
         ASSERT_EQ(source.player.End(), 0);
         ASSERT_EQ(source.Step(), 0);
-        while (source.player.Describe().llDecoded < 2)
-            std::this_thread::yield();
+        ASSERT_TRUE(decodes(2));
         ASSERT_EQ(forget(source.player.Id()), 0);
         source.PutAll(MakeClip(Numbered("matroska", 3)), 4096);
-        source.player.Play();
-        source.player.End();
-        EXPECT_TRUE(source.images.AwaitOne(
-            [](const Images::Image& image) { return Near(image.At(0.5, 0.5), GreyOf(2), 3); }));
-        while (ends == 0)
-            std::this_thread::yield();
-        source.player.Delete();
-        EXPECT_EQ(ends, 1);
+        ASSERT_EQ(source.player.Play(), 0);
+        ASSERT_EQ(source.player.End(), 0);
+        auto end = decoded.get_future();
+        ASSERT_EQ(end.wait_for(PATIENCE), std::future_status::ready);
+        EXPECT_EQ(end.get(), 2 + 3);
     }
 }
 
