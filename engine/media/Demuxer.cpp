@@ -48,6 +48,11 @@ void Demuxer::Closer::operator()(AVFormatContext* context) const
 
 bool Demuxer::Open(Container container)
 {
+    return OpenAt(container, 0);
+}
+
+bool Demuxer::OpenAt(Container container, std::int64_t position)
+{
     AVFormatContext* context = avformat_alloc_context();
     auto* buffer = static_cast<std::uint8_t*>(av_malloc(IO_BUFFER));
     AVIOContext* io =
@@ -61,6 +66,7 @@ bool Demuxer::Open(Container container)
     }
     m_container = container;
     io->seekable = 0;
+    io->pos = position;
     context->pb = io;
     context->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_NOPARSE | AVFMT_FLAG_NOBUFFER;
     context->probesize = 256 * 1024;
@@ -80,12 +86,10 @@ bool Demuxer::Open(Container container)
 bool Demuxer::OpenAnew()
 {
     const int index = m_stream ? m_stream->index : -1;
-    m_stream = nullptr;
-    m_fragments.BeginAnew();
-    if (!Open(m_container))
+    if (!OpenAt(m_container, m_fragments.BeginAnew()))
         return false;
-    if (index >= 0 && index < static_cast<int>(m_context->nb_streams))
-        m_stream = m_context->streams[index];
+    const bool there = index >= 0 && index < static_cast<int>(m_context->nb_streams);
+    m_stream = there ? m_context->streams[index] : nullptr;
     return true;
 }
 

@@ -41,6 +41,7 @@ private:
         void operator()(AVFormatContext* context) const;
     };
 
+    bool OpenAt(Container container, std::int64_t position);
     bool OpenAnew();
     static int ReadBytes(void* self, std::uint8_t* target, int size);
     bool IsOurs(const AVPacket& packet);

@@ -19,15 +19,19 @@ public:
     /// Reads at least one byte, 0 where reading stops: at a division, else see the input.
     std::size_t Read(std::uint8_t* target, std::size_t size);
 
-    /// Reading is to stop before the next fragment; not where the header is too large to be kept.
-    void Divide() { m_divides = !m_header.empty(); }
+    /// Reading is to stop before the next fragment; not where the header is too large to be kept,
+    /// or has samples of its own, which would come again.
+    void Divide() { m_divides = true; }
     bool IsDivided() const { return m_divided; }
 
-    /// Goes on behind a division with the stream's header, then the next fragment.
-    void BeginAnew();
+    /// Goes on behind a division with the stream's header, then the next fragment. Fragments may
+    /// tell where in the stream they are: returns the position at which the header is to stand for
+    /// that.
+    std::int64_t BeginAnew();
 
 private:
     bool ReadBoxHead();
+    void ForgetHeader();
 
     static constexpr std::size_t LARGEST_HEADER = 1 << 20;
 
@@ -37,8 +41,10 @@ private:
     std::size_t m_given = 0;             ///< of m_ahead
     std::uint8_t m_head[16] = {};        ///< of the box that begins
     std::size_t m_headSize = 0;
-    std::uint64_t m_left = 0;  ///< bytes of the box that began
+    std::uint64_t m_left = 0;     ///< bytes of the box that began
+    std::int64_t m_position = 0;  ///< in the stream, of what the input gives next
     bool m_inHeader = true;
+    bool m_hadSamples = false;  ///< since the last head of a fragment
     bool m_divides = false;
     bool m_divided = false;
 };

@@ -79,8 +79,8 @@ void PictureEnd::FeedPacket()
     const bool video =
         begins && pes[0] == 0 && pes[1] == 0 && pes[2] == 1 && (pes[3] & 0xF0) == 0xE0;
     if (video && m_videoPid != pid) {
-        // Two in turn: none ends where the other does.
-        if (pid == m_formerPid)
+        // Two in turn, or one that begins within the other's picture: none ends where others do.
+        if (pid == m_formerPid || (m_videoPid >= 0 && !m_stuffed && !m_checkNext))
             m_trusted = false;
         m_formerPid = m_videoPid;
         m_videoPid = pid;

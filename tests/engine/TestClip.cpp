@@ -164,10 +164,11 @@ public:
         m_sounds = 2;
     }
 
-    void Begin()
+    /// @param fragments movflags
+    void Begin(const std::string& fragments)
     {
         AVDictionary* settings = nullptr;
-        av_dict_set(&settings, "movflags", "frag_every_frame+empty_moov+default_base_moof", 0);
+        av_dict_set(&settings, "movflags", fragments.c_str(), 0);
         av_dict_set(&settings, "live", "1", 0);
         av_dict_set(&settings, "cluster_time_limit", "0", 0);
         av_dict_set(&settings, "flush_packets", "1", 0);
@@ -209,6 +210,8 @@ public:
         av_free(bytes);
         m_context->pb = nullptr;
         Check(avio_open_dyn_buf(&m_context->pb) >= 0, "no buffer");
+        m_taken += size;
+        m_context->pb->pos = m_taken;  // fragments of an mp4 may tell where in the file they are
         return taken;
     }
 
@@ -220,6 +223,7 @@ private:
         return stream;
     }
 
+    std::int64_t m_taken = 0;  ///< bytes
     AVFormatContext* m_context = nullptr;
     int m_sounds = 0;  ///< the first streams
 };
@@ -259,7 +263,7 @@ std::vector<Bytes> MakeClipPieces(const ClipOptions& options)
         muxer.AddSound();
     const bool shown = options.tracks != Tracks::Sound;
     const int stream = shown ? muxer.AddPictures(*encoder) : -1;
-    muxer.Begin();
+    muxer.Begin(options.fragments);
     std::vector<Bytes> pieces;
     for (int picture = 0; picture <= options.pictures; ++picture) {
         if (picture < options.pictures)
@@ -295,7 +299,7 @@ Bytes MakeProgrammes(const std::vector<ClipOptions>& programmes)
         muxer.AddPictures(*encoders.back(), static_cast<int>(encoders.size()));
         longest = std::max(longest, options.pictures);
     }
-    muxer.Begin();
+    muxer.Begin(programmes.front().fragments);
     for (int picture = 0; picture <= longest; ++picture) {
         for (std::size_t i = 0; i < programmes.size(); ++i) {
             if (picture <= programmes[i].pictures)

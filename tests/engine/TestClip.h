@@ -41,8 +41,10 @@ struct ClipOptions
     int pictures = 10;
     AVRational rate = {25, 1};  // pictures per second
     int keyInterval = 10;
-    int bPictures = 0;      // in a row, that no other picture needs
-    int firstPicture = 0;   // time stamps begin here
+    int bPictures = 0;     // in a row, that no other picture needs
+    int firstPicture = 0;  // time stamps begin here
+    // How an mp4 is made of fragments: FFmpeg's movflags.
+    std::string fragments = "frag_every_frame+empty_moov+default_base_moof";
     bool lossless = false;  // H.264 alone
     // Bits per second, coded as thoroughly as a camera does; 0: quickly, and as many as it takes.
     std::int64_t bitRate = 0;
