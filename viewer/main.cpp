@@ -30,13 +30,15 @@ viewer::CommandLine Read(int argc, char** argv)
     return viewer::ReadCommandLine(QCoreApplication::arguments());
 }
 
-/// Qt aborts where there is none.
-bool DisplayAnswers()
+/// A connection to the display, or null: Qt aborts where there is none. It is kept until Qt has its
+/// own, for a display that loses its last client begins anew, and drops whoever comes meanwhile.
+auto DisplayConnection()
 {
-    xcb_connection_t* const connection = xcb_connect(nullptr, nullptr);
-    const bool answers = 0 == xcb_connection_has_error(connection);
-    xcb_disconnect(connection);
-    return answers;
+    std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection(
+        xcb_connect(nullptr, nullptr), &xcb_disconnect);
+    if (0 != xcb_connection_has_error(connection.get()))
+        connection.reset();
+    return connection;
 }
 
 QPalette DarkPalette()
@@ -71,7 +73,8 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "%s: there is no X11 display (DISPLAY is not set).\n", CONST_NAME);
         return viewer::CONST_EXIT_NO_DISPLAY;
     }
-    if (!DisplayAnswers()) {
+    auto display = DisplayConnection();
+    if (nullptr == display) {
         std::fprintf(stderr, "%s: the X11 display %s does not answer.\n", CONST_NAME,
                      qgetenv("DISPLAY").constData());
         return viewer::CONST_EXIT_NO_DISPLAY;
@@ -83,6 +86,7 @@ int main(int argc, char** argv)
     QCoreApplication::setAttribute(Qt::AA_DontCreateNativeWidgetSiblings);
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QApplication application(argc, argv);
+    display.reset();
     QApplication::setApplicationDisplayName(QObject::tr("Fisheye Viewer"));
     QApplication::setDesktopFileName(CONST_NAME);
     // The desktop's, where the viewer is installed.
