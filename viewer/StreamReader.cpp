@@ -128,6 +128,9 @@ private:
 
     void playAll();
     End playOnce(QString* why);
+    /// Waits for the turn of a file's picture: its time, or a step where it is paused. False when
+    /// it is to stop.
+    bool awaitTurn(double due, Pace& pace);
     bool deliver(const QByteArray& block, bool live);
     void tell(StreamState state, const QString& message);
 
@@ -451,8 +454,8 @@ private:
 };
 
 /// When the packets of one opening are due, in seconds since its start. A file's time stamps are
-/// stretched by the speed, and a pause moves what follows: what is sent is always due now, as if it
-/// were live.
+/// stretched by the speed, and pauses do not count: what is sent is always due now, as if it were
+/// live.
 class StreamReader::Pace
 {
 public:
@@ -462,35 +465,65 @@ public:
         double show;
     };
 
+    explicit Pace(const AVStream& stream) : m_stream(stream) {}
+
     double now() const { return Seconds(Clock::now() - m_start).count(); }
 
-    Times next(const AVPacket& packet, const AVStream& stream, double speed)
+    void setNow(double seconds)
     {
-        const double unit = av_q2d(stream.time_base);
-        const bool stamped = AV_NOPTS_VALUE != packet.dts;
-        const double stamp =
-            stamped ? static_cast<double>(packet.dts) * unit : m_lastStamp + CONST_DEFAULT_PERIOD;
-        double step = m_first ? 0.0 : (stamp - m_lastStamp) / speed;
-        if (step < 0.0 || step > CONST_CLOCK_JUMP_SECONDS)
-            step = CONST_DEFAULT_PERIOD;  // the source's clock has jumped
-        m_first = false;
-        m_lastStamp = stamp;
-        m_due += step;
-        const double ahead =
-            stamped && AV_NOPTS_VALUE != packet.pts
-                ? std::max(0.0, static_cast<double>(packet.pts - packet.dts) * unit / speed)
-                : 0.0;
-        return {m_due, m_due + ahead};
+        m_start = Clock::now() - std::chrono::duration_cast<Clock::duration>(Seconds(seconds));
     }
 
-    /// After a wait that the stream knows nothing of.
-    void resume() { m_due = std::max(m_due, now()); }
+    Times next(const AVPacket& packet, double speed)
+    {
+        const double stamp = stampOf(packet);
+        double step = m_first ? 0.0 : stamp - m_lastStamp;
+        if (step < 0.0 || step > CONST_CLOCK_JUMP_SECONDS)
+            step = m_period;  // the source's clock has jumped
+        m_first = false;
+        m_lastStamp = stamp;
+        m_period = periodOf(packet);
+        m_due += step / speed;
+        m_end = m_due + m_period / speed;
+        const double ahead = AV_NOPTS_VALUE == packet.pts ? 0.0 : secondsOf(packet.pts) - stamp;
+        return {m_due, m_due + std::max(0.0, ahead) / speed};
+    }
+
+    /// When the time of the last one has passed as well.
+    double end() const { return m_end; }
 
 private:
-    const Clock::time_point m_start = Clock::now();
+    double secondsOf(std::int64_t time) const
+    {
+        return static_cast<double>(time) * av_q2d(m_stream.time_base);
+    }
+
+    /// When a packet is to be decoded. Matroska does not tell it, and FFmpeg cannot before it has
+    /// seen how the first of them are ordered.
+    double stampOf(const AVPacket& packet) const
+    {
+        if (AV_NOPTS_VALUE != packet.dts)
+            return secondsOf(packet.dts);
+        if (!m_first)
+            return m_lastStamp + m_period;
+        const double shown = AV_NOPTS_VALUE == packet.pts ? 0.0 : secondsOf(packet.pts);
+        return shown - m_stream.codecpar->video_delay * periodOf(packet);
+    }
+
+    double periodOf(const AVPacket& packet) const
+    {
+        const double told = packet.duration > 0 ? secondsOf(packet.duration)
+                                                : av_q2d(av_inv_q(m_stream.avg_frame_rate));
+        return told > 0.0 && told <= CONST_CLOCK_JUMP_SECONDS ? told : CONST_DEFAULT_PERIOD;
+    }
+
+    const AVStream& m_stream;
+    Clock::time_point m_start = Clock::now();
     bool m_first = true;
     double m_lastStamp = 0.0;
+    double m_period = CONST_DEFAULT_PERIOD;  ///< of the packet before
     double m_due = 0.0;
+    double m_end = CONST_DEFAULT_PERIOD;
 };
 
 // ---- The thread
@@ -588,8 +621,6 @@ void StreamReader::Work::playAll()
             return;
         if (End::Finished == end && m_loop) {
             m_position = 0.0;
-            if (!waitFor(CONST_DEFAULT_PERIOD))  // the time of the last picture
-                return;
             continue;
         }
         if (End::Finished == end) {
@@ -646,7 +677,7 @@ StreamReader::Work::End StreamReader::Work::playOnce(QString* why)
     callOut([&] { emit m_reader.opened(input.info(live)); });
     tell(StreamState::Playing, {});
 
-    Pace pace;
+    Pace pace(input.stream());
     const Owned<AVPacket> packet(av_packet_alloc());
     bool any = false;
     for (;;) {
@@ -662,22 +693,23 @@ StreamReader::Work::End StreamReader::Work::playOnce(QString* why)
                    : IsDevice(m_source) && AVERROR(ENODEV) == error
                        ? tr("The camera has been unplugged.")
                        : input.errorText(m_source, error);
-            return ended && !live ? End::Finished : End::Broken;
+            if (!ended || live)
+                return End::Broken;
+            // The last picture has its time as well, unless somebody steps.
+            std::unique_lock<std::mutex> lock(m_mutex);
+            m_changed.wait_for(lock, Seconds(pace.end() - pace.now()),
+                               [&] { return m_stop || (any && m_paused); });
+            return m_stop ? End::Stopped : End::Finished;
         }
         any = true;
         m_position = input.position(*packet);
         double speed = 1.0;
         if (!live) {
-            std::unique_lock<std::mutex> lock(m_mutex);
-            if (m_paused) {
-                m_changed.wait(lock, [this] { return m_stop || !m_paused || m_steps > 0; });
-                m_steps = std::max(0, m_steps - 1);
-                pace.resume();
-            }
+            const std::lock_guard<std::mutex> lock(m_mutex);
             speed = m_speed;
         }
-        const Pace::Times times = pace.next(*packet, input.stream(), speed);
-        if (!live && !waitFor(times.decode - pace.now()))
+        const Pace::Times times = pace.next(*packet, speed);
+        if (!live && !awaitTurn(times.decode, pace))
             return End::Stopped;
         // A damaged one costs a picture.
         if (!recoder || recoder->recode(packet.get()) >= 0)
@@ -686,6 +718,28 @@ StreamReader::Work::End StreamReader::Work::playOnce(QString* why)
         if (!deliver(output.takeBytes(), live))
             return End::Stopped;
     }
+}
+
+bool StreamReader::Work::awaitTurn(double due, Pace& pace)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    while (!m_stop) {
+        if (!m_paused) {
+            if (!m_changed.wait_for(lock, Seconds(due - pace.now()),
+                                    [this] { return m_stop || m_paused; }))
+                return true;
+            continue;
+        }
+        const double now = pace.now();
+        m_changed.wait(lock, [this] { return m_stop || !m_paused || m_steps > 0; });
+        const bool step = m_paused && m_steps > 0;
+        pace.setNow(step ? due : now);
+        if (step) {
+            --m_steps;
+            return !m_stop;
+        }
+    }
+    return false;
 }
 
 bool StreamReader::Work::deliver(const QByteArray& block, bool live)

@@ -2,6 +2,7 @@
 // engine and windows, so that it runs under every sanitizer.
 #include "viewer/StreamReader.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <future>
@@ -62,21 +63,37 @@ std::vector<double> TimesIn(const QByteArray& bytes)
     return times;
 }
 
-/// Ten pictures, a key frame in every five.
-QString Clip()
+/// The times in a file, in its order.
+std::vector<double> TimesInFile(const QString& path)
 {
-    const QString path = QString(FISHEYE_TEST_FOLDER) + "/ten-pictures.mkv";
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    return TimesIn(file.readAll());
+}
+
+/// A clip of this many pictures in a second, or once in so many seconds: "1/8".
+QString Made(const QString& name, const QString& rate, int pictures, const QStringList& encoder)
+{
+    const QString path = QString(FISHEYE_TEST_FOLDER) + "/" + name + ".mkv";
     if (!QFile::exists(path)) {
         const QString part = path + QString::number(getpid()) + ".mkv";
-        const int code = QProcess::execute("ffmpeg", {"-v", "error", "-y", "-f", "lavfi", "-i",
-                                                      "testsrc=size=192x192:rate=25:duration=0.4",
-                                                      "-c:v", "libx264", "-g", "5", "-bf", "0",
-                                                      "-pix_fmt", "yuv420p", part});
+        const int code =
+            QProcess::execute("ffmpeg", QStringList{"-v", "error", "-y", "-f", "lavfi", "-i",
+                                                    "testsrc=size=192x192:rate=" + rate,
+                                                    "-frames:v", QString::number(pictures), "-c:v",
+                                                    "libx264", "-pix_fmt", "yuv420p"} +
+                                            encoder + QStringList{part});
         if (0 == code)
             QFile::rename(part, path);
         QFile::remove(part);
     }
     return path;
+}
+
+/// Ten pictures, a key frame in every five.
+QString Clip()
+{
+    return Made("ten-pictures", "25", 10, {"-g", "5", "-bf", "0"});
 }
 
 class Speeds : public ::testing::TestWithParam<double>
@@ -100,6 +117,57 @@ INSTANTIATE_TEST_SUITE_P(QuarterToFour, Speeds, ::testing::Values(0.25, 0.5, 1.0
                          [](const auto& info) {
                              return "Percent" + std::to_string(int(info.param * 100));
                          });
+
+// Matroska does not tell when a picture is to be decoded, and FFmpeg finds it out only later.
+TEST(StreamReader, KeepsThePaceOfReorderedPicturesFromTheFirstOn)
+{
+    const QString clip = Made("reordered", "10", 20, {"-bf", "3", "-b_strategy", "0"});
+    const std::vector<double> told = TimesInFile(clip);
+    Reading reading(clip);
+    reading.reader().start();
+    reading.await(StreamState::Ended);
+    const std::vector<double> times = TimesIn(reading.bytes());
+    ASSERT_EQ(times.size(), 20U);
+    ASSERT_EQ(told.size(), 20U);
+    EXPECT_FALSE(std::is_sorted(told.begin(), told.end()));
+    for (std::size_t i = 0; i < times.size(); ++i)
+        EXPECT_NEAR(times[i] - times[0], told[i] - told[0], 0.0021) << i;
+}
+
+TEST(StreamReader, GivesTheLastPictureItsTimeBeforeItBeginsAgain)
+{
+    Reading reading(Made("two-in-half-a-second", "4", 2, {}));
+    reading.reader().setLoop(true);
+    const auto start = std::chrono::steady_clock::now();
+    reading.reader().start();
+    reading.awaitPictures(5);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(995));
+}
+
+TEST(StreamReader, StepsThroughASlowFileAtOnce)
+{
+    // Played, it takes longer than is waited.
+    Reading reading(Made("one-in-eight-seconds", "1/8", 16, {"-bf", "0"}));
+    reading.reader().setPaused(true);
+    reading.reader().start();
+    for (int i = 0; i < 16; ++i)
+        reading.reader().step();
+    reading.awaitPictures(16);
+}
+
+TEST(StreamReader, HoldsBackThePictureForWhichAPauseFindsItWaiting)
+{
+    const QString clip = Made("one-in-two-seconds", "1/2", 2, {});
+    Reading reading(clip);
+    reading.reader().start();
+    while (reading.reader().position() < 1.0)  // it has read the second
+        std::this_thread::yield();
+    reading.reader().setPaused(true);
+    Reading other(clip);
+    other.reader().start();
+    other.await(StreamState::Ended);
+    EXPECT_EQ(reading.pictures(), 1U);
+}
 
 TEST(StreamReader, LosesNothingWhenTheSinkIsFull)
 {
