@@ -10,12 +10,12 @@ namespace {
 using stage::Await;
 using viewer::StreamState;
 
-/// A second of red whose last picture is green; a decoder holds several back for their order.
+/// Five seconds of red whose last picture is green; a decoder holds several back for their order.
 QString RedWithAGreenEnd()
 {
-    return stage::Made("green-end.mkv",
-                       {"-f", "lavfi", "-i", "color=red:size=320x320:rate=25:duration=1", "-vf",
-                        "drawbox=color=lime:t=fill:enable='gte(n,24)'", "-c:v", "libx264", "-bf",
+    return stage::Made("late-green-end.mkv",
+                       {"-f", "lavfi", "-i", "color=red:size=320x320:rate=25:duration=5", "-vf",
+                        "drawbox=color=lime:t=fill:enable='gte(n,124)'", "-c:v", "libx264", "-bf",
                         "3", "-pix_fmt", "yuv420p"});
 }
 
