@@ -239,9 +239,10 @@ void CameraWidget::close()
     m_nextPicture->stop();
     delete std::exchange(m_scene, nullptr);
     if (m_reader) {
-        // The system may hold up its thread for a moment: others wait for it than the window.
-        m_ear.reset();
+        // The system may hold up its thread for a moment: others wait for it than the window. The
+        // ear goes when nothing is being said: Qt loses memory of a connection that it cuts then.
         m_reader->askToStop();
+        m_ear.reset();
         QThreadPool::globalInstance()->start([reader = std::move(m_reader)] { reader->stop(); });
     }
     m_secondHalf.reset();

@@ -100,8 +100,9 @@ public:
 
     void run();
 
+    /// When it returns, neither the sink nor the reader is called any more.
     void askToStop();
-    /// From now on neither the sink nor the reader is called. False where the thread is held up.
+    /// False where the thread is held up.
     bool stop();
 
     /// False when it is to stop.
@@ -538,11 +539,12 @@ void StreamReader::Work::run()
 
 void StreamReader::Work::askToStop()
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    std::unique_lock<std::mutex> lock(m_mutex);
     if (!m_stop)
         m_asked = Clock::now();
     m_stop = true;
     m_changed.notify_all();
+    m_changed.wait(lock, [this] { return !m_callsOut; });
 }
 
 bool StreamReader::Work::stop()
@@ -550,7 +552,6 @@ bool StreamReader::Work::stop()
     askToStop();
     std::unique_lock<std::mutex> lock(m_mutex);
     m_changed.wait_until(lock, m_asked + CONST_STOP_TIME, [this] { return m_over; });
-    m_changed.wait(lock, [this] { return !m_callsOut; });
     return m_over;
 }
 

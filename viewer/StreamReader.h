@@ -57,7 +57,8 @@ public:
     /// Once; after stop() there is no other start.
     void start();
     void stop();
-    /// Returns at once; the second of stop() begins here. For whoever has several to stop.
+    /// Returns when a call of the sink or a signal that is under way has returned; there is none
+    /// from then on. The second of stop() begins here. For whoever has several to stop.
     void askToStop();
 
     /// For files alone; a live source ignores them. A speed is 0.25 to 4.

@@ -3,6 +3,7 @@
 #include "viewer/StreamReader.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstring>
 #include <future>
@@ -167,6 +168,26 @@ TEST(StreamReader, HoldsBackThePictureForWhichAPauseFindsItWaiting)
     other.reader().start();
     other.await(StreamState::Ended);
     EXPECT_EQ(reading.pictures(), 1U);
+}
+
+TEST(StreamReader, HasLeftItsSinkWhenItHasBeenAskedToStop)
+{
+    std::promise<void> entered;
+    std::promise<void> asks;
+    std::atomic<bool> left{false};
+    StreamReader reader(Clip(), [&](const QByteArray&) {
+        entered.set_value();
+        asks.get_future().wait();
+        for (int i = 0; i < 10000; ++i)
+            std::this_thread::yield();
+        left = true;
+        return true;
+    });
+    reader.start();
+    entered.get_future().wait();
+    asks.set_value();
+    reader.askToStop();
+    EXPECT_TRUE(left);
 }
 
 TEST(StreamReader, LosesNothingWhenTheSinkIsFull)
