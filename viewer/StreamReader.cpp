@@ -221,6 +221,10 @@ public:
         return IsDevice(source) || (IsNetwork(source) && !file);
     }
 
+    /// Whether its packets' times are told by it. Motion JPEG that is served picture by picture has
+    /// none, and FFmpeg makes it 25 a second, whatever its pace.
+    bool stamped() const { return 0 == (m_context->iformat->flags & AVFMT_NOTIMESTAMPS); }
+
     /// Goes to the key frame before a time, in seconds from the start; where that cannot be, the
     /// start is as good.
     void seek(double seconds)
@@ -249,7 +253,7 @@ public:
     StreamInfo info(bool live) const
     {
         const AVCodecParameters& codec = *stream().codecpar;
-        const AVRational rate = stream().avg_frame_rate;
+        const AVRational rate = live && !stamped() ? AVRational{0, 1} : stream().avg_frame_rate;
         return {QString::fromLatin1(avcodec_get_name(codec.codec_id)), codec.width, codec.height,
                 rate.num > 0 && rate.den > 0 ? av_q2d(rate) : 0.0, live};
     }
@@ -490,6 +494,13 @@ public:
         return {m_due, m_due + std::max(0.0, ahead) / speed};
     }
 
+    /// Of a packet whose source tells no times: as it comes.
+    Times arrival() const
+    {
+        const double time = now();
+        return {time, time};
+    }
+
     /// When the time of the last one has passed as well.
     double end() const { return m_end; }
 
@@ -709,7 +720,8 @@ StreamReader::Work::End StreamReader::Work::playOnce(QString* why)
             const std::lock_guard<std::mutex> lock(m_mutex);
             speed = m_speed;
         }
-        const Pace::Times times = pace.next(*packet, speed);
+        const Pace::Times times =
+            live && !input.stamped() ? pace.arrival() : pace.next(*packet, speed);
         if (!live && !awaitTurn(times.decode, pace))
             return End::Stopped;
         // A damaged one costs a picture.

@@ -356,6 +356,29 @@ std::pair<int, int> Listen()
     return {listening, ntohs(address.sin_port)};
 }
 
+void Send(int client, const QByteArray& bytes)
+{
+    for (int sent = 0; sent < bytes.size();) {
+        const auto more = ::send(client, bytes.data() + sent,
+                                 static_cast<std::size_t>(bytes.size() - sent), MSG_NOSIGNAL);
+        if (more < 0)
+            return;
+        sent += static_cast<int>(more);
+    }
+}
+
+/// A file that ffmpeg makes.
+QByteArray Encoded(const QString& content, const QStringList& coding)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("made");
+    QProcess::execute("ffmpeg", QStringList{"-v", "error", "-f", "lavfi", "-i", content} + coding +
+                                    QStringList{path});
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    return file.readAll();
+}
+
 TEST(StreamReader, DoesNotWaitForACameraThatAcceptsAndSaysNothing)
 {
     const auto [listening, port] = Listen();
@@ -378,13 +401,8 @@ TEST(StreamReader, DoesNotWaitForACameraThatAcceptsAndSaysNothing)
 /// An MPEG transport stream of one track, whose packets are numbered so that another's can follow.
 QByteArray TransportStream(const QString& content, const QStringList& coding, int number)
 {
-    const QTemporaryDir folder;
-    const QString path = folder.filePath("track.ts");
-    QProcess::execute("ffmpeg", QStringList{"-v", "error", "-f", "lavfi", "-i", content} + coding +
-                                    QStringList{"-streamid", QString("0:%1").arg(number), path});
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
-    return file.readAll();
+    return Encoded(content,
+                   coding + QStringList{"-streamid", QString("0:%1").arg(number), "-f", "mpegts"});
 }
 
 /// A camera that gives each client a few seconds of video at once, and then sound for as long as it
@@ -397,9 +415,9 @@ public:
         std::tie(m_listening, m_port) = Listen();
         m_thread = std::thread([this] {
             for (int client = 0; (client = ::accept(m_listening, nullptr, nullptr)) >= 0;) {
-                send(client, m_video);
+                Send(client, m_video);
                 for (int at = 0; !leaves(client); at = (at + CONST_PIECE) % m_sound.size())
-                    send(client, m_sound.mid(at, CONST_PIECE));
+                    Send(client, m_sound.mid(at, CONST_PIECE));
                 ::close(client);
             }
         });
@@ -420,16 +438,6 @@ private:
     static constexpr int CONST_PIECE = 10 * 188;  ///< bytes: packets of a transport stream
     static constexpr int CONST_PIECE_MS = 20;
 
-    static void send(int client, const QByteArray& bytes)
-    {
-        for (int sent = 0; sent < bytes.size();) {
-            const auto more = ::send(client, bytes.data() + sent,
-                                     static_cast<std::size_t>(bytes.size() - sent), MSG_NOSIGNAL);
-            if (more < 0)
-                return;
-            sent += static_cast<int>(more);
-        }
-    }
     /// Waits for it until the next piece is due.
     static bool leaves(int client)
     {
@@ -458,6 +466,40 @@ TEST(StreamReader, TellsOfACameraWhoseSoundGoesOnWithoutVideoAndTriesItAgain)
     EXPECT_GT(reading.pictures(), 100U);
     EXPECT_TRUE(reading.info().live);
     reading.await(StreamState::Playing);
+}
+
+// FFmpeg makes them 25 a second: another pace would fall behind, ever further.
+TEST(StreamReader, TakesPicturesThatAreServedOneByOneAsTheyCome)
+{
+    constexpr int CONST_PICTURES = 100;
+    const QByteArray picture =
+        Encoded("testsrc=size=64x64", {"-frames:v", "1", "-c:v", "mjpeg", "-f", "mjpeg"});
+    const auto [listening, port] = Listen();
+    std::thread camera([&picture, listening = listening] {
+        const int client = ::accept(listening, nullptr, nullptr);
+        Send(client, "HTTP/1.0 200 OK\r\n"
+                     "Content-Type: multipart/x-mixed-replace; boundary=next\r\n\r\n");
+        for (int i = 0; i <= CONST_PICTURES; ++i)
+            Send(client, "--next\r\nContent-Type: image/jpeg\r\nContent-Length: " +
+                             QByteArray::number(picture.size()) + "\r\n\r\n" + picture + "\r\n");
+        pollfd end{client, POLLRDHUP, 0};
+        ::poll(&end, 1, -1);
+        ::close(client);
+    });
+    const auto start = std::chrono::steady_clock::now();
+    Reading reading(QString("http://127.0.0.1:%1/live").arg(port));
+    reading.reader().start();
+    reading.awaitPictures(CONST_PICTURES);
+    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+    reading.reader().stop();
+    camera.join();
+    ::close(listening);
+    const std::vector<double> times = TimesIn(reading.bytes());
+    ASSERT_GE(times.size(), std::size_t{CONST_PICTURES});
+    EXPECT_TRUE(std::is_sorted(times.begin(), times.end()));
+    EXPECT_LE(times[CONST_PICTURES - 1], passed.count());
+    EXPECT_TRUE(reading.info().live);
+    EXPECT_EQ(reading.info().rate, 0.0);
 }
 
 TEST(StreamReader, DoesNotWaitForANameServerThatDoesNotAnswer)
