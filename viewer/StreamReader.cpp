@@ -131,8 +131,8 @@ private:
     End playOnce(QString* why);
     /// Waits for the turn of a file's picture: its time, or a step where it is paused. False when
     /// it is to stop.
-    bool awaitTurn(double due, Pace& pace);
-    bool deliver(const QByteArray& block, bool live);
+    bool awaitTurn(Pace& pace);
+    bool deliver(const QByteArray& block, bool live, Pace& pace);
     void tell(StreamState state, const QString& message);
 
     /// Calls what may be gone once stop() has returned; false where it is not called.
@@ -459,17 +459,11 @@ private:
 };
 
 /// When the packets of one opening are due, in seconds since its start. A file's time stamps are
-/// stretched by the speed, and pauses do not count: what is sent is always due now, as if it were
-/// live.
+/// stretched by the speed, and neither pauses nor a full sink count: what is sent is always due
+/// now, as if it were live.
 class StreamReader::Pace
 {
 public:
-    struct Times
-    {
-        double decode;
-        double show;
-    };
-
     explicit Pace(const AVStream& stream) : m_stream(stream) {}
 
     double now() const { return Seconds(Clock::now() - m_start).count(); }
@@ -479,7 +473,18 @@ public:
         m_start = Clock::now() - std::chrono::duration_cast<Clock::duration>(Seconds(seconds));
     }
 
-    Times next(const AVPacket& packet, double speed)
+    double speed() const { return m_speed; }
+
+    /// A packet that still waits comes sooner or later by it.
+    void setSpeed(double speed)
+    {
+        const double wait = std::max(0.0, m_due - now());
+        m_due += wait * (m_speed / speed - 1.0);
+        m_speed = speed;
+    }
+
+    /// Goes on to a packet.
+    void next(const AVPacket& packet)
     {
         const double stamp = stampOf(packet);
         double step = m_first ? 0.0 : stamp - m_lastStamp;
@@ -488,21 +493,19 @@ public:
         m_first = false;
         m_lastStamp = stamp;
         m_period = periodOf(packet);
-        m_due += step / speed;
-        m_end = m_due + m_period / speed;
-        const double ahead = AV_NOPTS_VALUE == packet.pts ? 0.0 : secondsOf(packet.pts) - stamp;
-        return {m_due, m_due + std::max(0.0, ahead) / speed};
+        m_due += step / m_speed;
+        m_ahead = AV_NOPTS_VALUE == packet.pts ? 0.0 : secondsOf(packet.pts) - stamp;
     }
 
-    /// Of a packet whose source tells no times: as it comes.
-    Times arrival() const
-    {
-        const double time = now();
-        return {time, time};
-    }
+    /// Goes on to a packet whose source tells no times: it is due as it comes.
+    void arrive() { m_due = now(); }
 
-    /// When the time of the last one has passed as well.
-    double end() const { return m_end; }
+    /// When the packet is to be decoded, and is sent.
+    double due() const { return m_due; }
+    /// When it is to be shown.
+    double shown() const { return m_due + std::max(0.0, m_ahead) / m_speed; }
+    /// When its time has passed as well.
+    double end() const { return m_due + m_period / m_speed; }
 
 private:
     double secondsOf(std::int64_t time) const
@@ -533,9 +536,10 @@ private:
     Clock::time_point m_start = Clock::now();
     bool m_first = true;
     double m_lastStamp = 0.0;
-    double m_period = CONST_DEFAULT_PERIOD;  ///< of the packet before
+    double m_period = CONST_DEFAULT_PERIOD;  ///< of the packet
+    double m_ahead = 0.0;                    ///< from its decoding to its being shown, unstretched
+    double m_speed = 1.0;
     double m_due = 0.0;
-    double m_end = CONST_DEFAULT_PERIOD;
 };
 
 // ---- The thread
@@ -607,8 +611,11 @@ void StreamReader::Work::setPaused(bool paused)
 
 void StreamReader::Work::setSpeed(double speed)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_speed = std::clamp(speed, 0.25, 4.0);
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_speed = std::clamp(speed, 0.25, 4.0);
+    }
+    m_changed.notify_all();
 }
 
 void StreamReader::Work::step()
@@ -715,59 +722,58 @@ StreamReader::Work::End StreamReader::Work::playOnce(QString* why)
         }
         any = true;
         m_position = input.position(*packet);
-        double speed = 1.0;
-        if (!live) {
-            const std::lock_guard<std::mutex> lock(m_mutex);
-            speed = m_speed;
-        }
-        const Pace::Times times =
-            live && !input.stamped() ? pace.arrival() : pace.next(*packet, speed);
-        if (!live && !awaitTurn(times.decode, pace))
+        if (live && !input.stamped())
+            pace.arrive();
+        else
+            pace.next(*packet);
+        if (!live && !awaitTurn(pace))
             return End::Stopped;
         // A damaged one costs a picture.
         if (!recoder || recoder->recode(packet.get()) >= 0)
-            output.write(packet.get(), times.decode, times.show);
+            output.write(packet.get(), pace.due(), pace.shown());
         av_packet_unref(packet.get());
-        if (!deliver(output.takeBytes(), live))
+        if (!deliver(output.takeBytes(), live, pace))
             return End::Stopped;
     }
 }
 
-bool StreamReader::Work::awaitTurn(double due, Pace& pace)
+bool StreamReader::Work::awaitTurn(Pace& pace)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_stop) {
-        if (!m_paused) {
-            if (!m_changed.wait_for(lock, Seconds(due - pace.now()),
-                                    [this] { return m_stop || m_paused; }))
-                return true;
-            continue;
-        }
+        if (m_speed != pace.speed())
+            pace.setSpeed(m_speed);
         const double now = pace.now();
-        m_changed.wait(lock, [this] { return m_stop || !m_paused || m_steps > 0; });
-        const bool step = m_paused && m_steps > 0;
-        pace.setNow(step ? due : now);
-        if (step) {
-            --m_steps;
-            return !m_stop;
+        if (m_paused) {
+            m_changed.wait(lock, [this] { return m_stop || !m_paused || m_steps > 0; });
+            const bool step = m_paused && m_steps > 0;
+            pace.setNow(step ? pace.due() : now);
+            if (step) {
+                --m_steps;
+                return !m_stop;
+            }
+        } else if (!m_changed.wait_for(lock, Seconds(pace.due() - now), [&] {
+                       return m_stop || m_paused || m_speed != pace.speed();
+                   })) {
+            return true;
         }
     }
     return false;
 }
 
-bool StreamReader::Work::deliver(const QByteArray& block, bool live)
+bool StreamReader::Work::deliver(const QByteArray& block, bool live, Pace& pace)
 {
-    const Clock::time_point start = Clock::now();
+    const double start = pace.now();
     bool taken = block.isEmpty();
-    while (!taken) {
+    for (bool full = false; !taken; full = true) {
+        if (full && !waitFor(CONST_FULL_RETRY_SECONDS))
+            return false;
         if (!callOut([&] { taken = m_sink(block); }))
             return false;
-        if (taken)
-            break;
-        if (live && Seconds(Clock::now() - start).count() > CONST_FULL_LIVE_SECONDS)
+        if (taken && full && !live)
+            pace.setNow(pace.due());
+        if (!taken && live && pace.now() - start > CONST_FULL_LIVE_SECONDS)
             return callOut([this] { emit m_reader.dropped(1); });
-        if (!waitFor(CONST_FULL_RETRY_SECONDS))
-            return false;
     }
     return !m_stop;
 }

@@ -158,7 +158,7 @@ TEST(StreamReader, StepsThroughASlowFileAtOnce)
 
 TEST(StreamReader, HoldsBackThePictureForWhichAPauseFindsItWaiting)
 {
-    const QString clip = Made("one-in-two-seconds", "1/2", 2, {});
+    const QString clip = Made("one-in-three-seconds", "1/3", 2, {});
     Reading reading(clip);
     reading.reader().start();
     while (reading.reader().position() < 1.0)  // it has read the second
@@ -168,6 +168,45 @@ TEST(StreamReader, HoldsBackThePictureForWhichAPauseFindsItWaiting)
     other.reader().start();
     other.await(StreamState::Ended);
     EXPECT_EQ(reading.pictures(), 1U);
+}
+
+TEST(StreamReader, BringsThePictureThatItWaitsForForwardWithTheSpeed)
+{
+    Reading reading(Made("one-in-eight-seconds", "1/8", 16, {"-bf", "0"}));
+    reading.reader().setSpeed(0.25);
+    reading.reader().start();
+    while (reading.reader().position() < 1.0)  // it has read the second
+        std::this_thread::yield();
+    reading.reader().setSpeed(4.0);
+    reading.awaitPictures(2);
+    reading.reader().stop();
+    const std::vector<double> times = TimesIn(reading.bytes());
+    ASSERT_GE(times.size(), 2U);
+    EXPECT_LT(times[1] - times[0], 16.0);  // 2 seconds; 32 they would have been
+}
+
+TEST(StreamReader, DoesNotMakeUpForTheTimeInWhichTheSinkWasFull)
+{
+    using Clock = std::chrono::steady_clock;
+    constexpr int CONST_REFUSED = 150;  // with 5 ms after each: longer than the clip
+    int asked = 0;
+    std::vector<Clock::time_point> taken;
+    std::promise<void> ended;
+    StreamReader reader(Clip(), [&](const QByteArray& block) {
+        if (++asked <= CONST_REFUSED)
+            return false;
+        if (block.isEmpty())
+            ended.set_value();
+        else
+            taken.push_back(Clock::now());
+        return true;
+    });
+    reader.start();
+    ended.get_future().wait();
+    reader.stop();
+    ASSERT_EQ(taken.size(), 10U);
+    EXPECT_GE(std::chrono::duration<double>(taken.back() - taken.front()).count(),
+              9 * CONST_PERIOD - 0.002);
 }
 
 TEST(StreamReader, HasLeftItsSinkWhenItHasBeenAskedToStop)
