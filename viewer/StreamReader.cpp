@@ -32,6 +32,7 @@ constexpr double CONST_FULL_RETRY_SECONDS = 0.005;
 constexpr double CONST_NO_PICTURE_YET_SECONDS = 0.005;
 constexpr double CONST_FULL_LIVE_SECONDS = 0.2;  ///< a live block that finds no room is dropped
 constexpr double CONST_DEFAULT_PERIOD = 1.0 / 25.0;
+constexpr double CONST_LATE_SECONDS = 0.2;         ///< more than this is not made up for
 constexpr double CONST_CLOCK_JUMP_SECONDS = 10.0;  ///< between packets that follow each other
 constexpr double CONST_LONG_PLAY_SECONDS = 10.0;   ///< after which a source has played
 constexpr int CONST_OUTPUT_BUFFER = 64 * 1024;
@@ -132,7 +133,9 @@ private:
     /// Waits for the turn of a file's picture: its time, or a step where it is paused. False when
     /// it is to stop.
     bool awaitTurn(Pace& pace);
-    bool deliver(const QByteArray& block, bool live, Pace& pace);
+    /// Waits for the end of the last one's time, unless somebody pauses.
+    void awaitEnd(Pace& pace);
+    bool deliver(const QByteArray& block, bool live);
     void tell(StreamState state, const QString& message);
 
     /// Calls what may be gone once stop() has returned; false where it is not called.
@@ -459,8 +462,8 @@ private:
 };
 
 /// When the packets of one opening are due, in seconds since its start. A file's time stamps are
-/// stretched by the speed, and neither pauses nor a full sink count: what is sent is always due
-/// now, as if it were live.
+/// stretched by the speed, and neither pauses nor what holds it up count: what is sent is always
+/// due now, as if it were live.
 class StreamReader::Pace
 {
 public:
@@ -475,37 +478,50 @@ public:
 
     double speed() const { return m_speed; }
 
-    /// A packet that still waits comes sooner or later by it.
+    /// It counts from the last picture on that has been sent: those between it and the packet,
+    /// which are to be shown before it, keep their order so.
     void setSpeed(double speed)
     {
-        const double wait = std::max(0.0, m_due - now());
-        m_due += wait * (m_speed / speed - 1.0);
+        if (speed == m_speed)
+            return;
+        if (m_sent > m_turn) {
+            m_turnTime = timeOf(m_sent);
+            m_turn = m_sent;
+            m_speedBefore = m_speed;
+        }
         m_speed = speed;
     }
 
-    /// Goes on to a packet.
+    /// Goes on to a packet; the one before it has been sent.
     void next(const AVPacket& packet)
     {
         const double stamp = stampOf(packet);
         double step = m_first ? 0.0 : stamp - m_lastStamp;
         if (step < 0.0 || step > CONST_CLOCK_JUMP_SECONDS)
             step = m_period;  // the source's clock has jumped
+        if (!m_first)
+            m_sent = std::max(m_sent, m_film + m_ahead);
         m_first = false;
         m_lastStamp = stamp;
         m_period = periodOf(packet);
-        m_due += step / m_speed;
-        m_ahead = AV_NOPTS_VALUE == packet.pts ? 0.0 : secondsOf(packet.pts) - stamp;
+        m_film += step;
+        m_ahead = AV_NOPTS_VALUE == packet.pts ? 0.0 : std::max(0.0, secondsOf(packet.pts) - stamp);
     }
 
-    /// Goes on to a packet whose source tells no times: it is due as it comes.
-    void arrive() { m_due = now(); }
+    /// Goes on to a packet of a live source that tells no times: it is due as it comes.
+    void arrive()
+    {
+        m_turnTime = std::max(due(), now());
+        m_turn = m_film;
+        m_ahead = 0.0;
+    }
 
     /// When the packet is to be decoded, and is sent.
-    double due() const { return m_due; }
+    double due() const { return timeOf(m_film); }
     /// When it is to be shown.
-    double shown() const { return m_due + std::max(0.0, m_ahead) / m_speed; }
+    double shown() const { return timeOf(m_film + m_ahead); }
     /// When its time has passed as well.
-    double end() const { return m_due + m_period / m_speed; }
+    double end() const { return timeOf(m_film + m_period); }
 
 private:
     double secondsOf(std::int64_t time) const
@@ -532,14 +548,25 @@ private:
         return told > 0.0 && told <= CONST_CLOCK_JUMP_SECONDS ? told : CONST_DEFAULT_PERIOD;
     }
 
+    /// When it is time for a place in the film.
+    double timeOf(double film) const
+    {
+        const double rest = film - m_turn;
+        return m_turnTime + rest / (rest < 0.0 ? m_speedBefore : m_speed);
+    }
+
     const AVStream& m_stream;
     Clock::time_point m_start = Clock::now();
     bool m_first = true;
     double m_lastStamp = 0.0;
+    double m_film = 0.0;                     ///< seconds of film up to the packet's decoding
+    double m_ahead = 0.0;                    ///< from there to its being shown
     double m_period = CONST_DEFAULT_PERIOD;  ///< of the packet
-    double m_ahead = 0.0;                    ///< from its decoding to its being shown, unstretched
+    double m_sent = 0.0;                     ///< seconds of film up to the last picture sent
+    double m_turn = 0.0;                     ///< where in the film the speed has changed
+    double m_turnTime = 0.0;
+    double m_speedBefore = 1.0;
     double m_speed = 1.0;
-    double m_due = 0.0;
 };
 
 // ---- The thread
@@ -714,15 +741,16 @@ StreamReader::Work::End StreamReader::Work::playOnce(QString* why)
                        : input.errorText(m_source, error);
             if (!ended || live)
                 return End::Broken;
-            // The last picture has its time as well, unless somebody steps.
-            std::unique_lock<std::mutex> lock(m_mutex);
-            m_changed.wait_for(lock, Seconds(pace.end() - pace.now()),
-                               [&] { return m_stop || (any && m_paused); });
+            if (any)
+                awaitEnd(pace);
+            else
+                waitFor(CONST_DEFAULT_PERIOD);  // before it is opened again
             return m_stop ? End::Stopped : End::Finished;
         }
         any = true;
         m_position = input.position(*packet);
-        if (live && !input.stamped())
+        const bool timed = AV_NOPTS_VALUE != packet->pts || AV_NOPTS_VALUE != packet->dts;
+        if (live && !(timed && input.stamped()))
             pace.arrive();
         else
             pace.next(*packet);
@@ -732,7 +760,7 @@ StreamReader::Work::End StreamReader::Work::playOnce(QString* why)
         if (!recoder || recoder->recode(packet.get()) >= 0)
             output.write(packet.get(), pace.due(), pace.shown());
         av_packet_unref(packet.get());
-        if (!deliver(output.takeBytes(), live, pace))
+        if (!deliver(output.takeBytes(), live))
             return End::Stopped;
     }
 }
@@ -741,8 +769,9 @@ bool StreamReader::Work::awaitTurn(Pace& pace)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_stop) {
-        if (m_speed != pace.speed())
-            pace.setSpeed(m_speed);
+        pace.setSpeed(m_speed);
+        if (pace.now() > pace.due() + CONST_LATE_SECONDS)
+            pace.setNow(pace.due());
         const double now = pace.now();
         if (m_paused) {
             m_changed.wait(lock, [this] { return m_stop || !m_paused || m_steps > 0; });
@@ -761,19 +790,30 @@ bool StreamReader::Work::awaitTurn(Pace& pace)
     return false;
 }
 
-bool StreamReader::Work::deliver(const QByteArray& block, bool live, Pace& pace)
+void StreamReader::Work::awaitEnd(Pace& pace)
 {
-    const double start = pace.now();
+    std::unique_lock<std::mutex> lock(m_mutex);
+    bool early = true;
+    while (early && !m_stop && !m_paused) {
+        pace.setSpeed(m_speed);
+        early = m_changed.wait_for(lock, Seconds(pace.end() - pace.now()),
+                                   [&] { return m_stop || m_paused || m_speed != pace.speed(); });
+    }
+}
+
+bool StreamReader::Work::deliver(const QByteArray& block, bool live)
+{
+    const Clock::time_point start = Clock::now();
     bool taken = block.isEmpty();
-    for (bool full = false; !taken; full = true) {
-        if (full && !waitFor(CONST_FULL_RETRY_SECONDS))
-            return false;
+    while (!taken) {
         if (!callOut([&] { taken = m_sink(block); }))
             return false;
-        if (taken && full && !live)
-            pace.setNow(pace.due());
-        if (!taken && live && pace.now() - start > CONST_FULL_LIVE_SECONDS)
+        if (taken)
+            break;
+        if (live && Seconds(Clock::now() - start).count() > CONST_FULL_LIVE_SECONDS)
             return callOut([this] { emit m_reader.dropped(1); });
+        if (!waitFor(CONST_FULL_RETRY_SECONDS))
+            return false;
     }
     return !m_stop;
 }

@@ -7,6 +7,8 @@
 #include <cmath>
 #include <cstring>
 #include <future>
+#include <iterator>
+#include <map>
 #include <thread>
 #include <tuple>
 
@@ -185,10 +187,34 @@ TEST(StreamReader, BringsThePictureThatItWaitsForForwardWithTheSpeed)
     EXPECT_LT(times[1] - times[0], 16.0);  // 2 seconds; 32 they would have been
 }
 
+TEST(StreamReader, KeepsReorderedPicturesInOrderWhenTheSpeedChanges)
+{
+    const QString clip = Made("reordered", "10", 20, {"-bf", "3", "-b_strategy", "0"});
+    const std::vector<double> told = TimesInFile(clip);
+    Reading reading(clip);
+    reading.reader().setSpeed(0.25);
+    reading.reader().start();
+    reading.awaitPictures(6);
+    reading.reader().setSpeed(4.0);
+    reading.await(StreamState::Ended);
+    const std::vector<double> times = TimesIn(reading.bytes());
+    ASSERT_EQ(times.size(), 20U);
+    ASSERT_EQ(told.size(), 20U);
+    std::map<double, double> shown;
+    for (std::size_t i = 0; i < times.size(); ++i)
+        shown[told[i]] = times[i];
+    for (auto next = std::next(shown.begin()); next != shown.end(); ++next) {
+        const double period = next->second - std::prev(next)->second;
+        EXPECT_GE(period, 0.1 / 4.0 - 0.0021) << next->first;
+        EXPECT_LE(period, 0.1 / 0.25 + 0.0021) << next->first;
+    }
+    EXPECT_NEAR(shown.rbegin()->second - std::prev(shown.end(), 2)->second, 0.1 / 4.0, 0.0021);
+}
+
 TEST(StreamReader, DoesNotMakeUpForTheTimeInWhichTheSinkWasFull)
 {
     using Clock = std::chrono::steady_clock;
-    constexpr int CONST_REFUSED = 150;  // with 5 ms after each: longer than the clip
+    constexpr int CONST_REFUSED = 150;  // with 5 ms after each, longer than the clip
     int asked = 0;
     std::vector<Clock::time_point> taken;
     std::promise<void> ended;
@@ -206,7 +232,7 @@ TEST(StreamReader, DoesNotMakeUpForTheTimeInWhichTheSinkWasFull)
     reader.stop();
     ASSERT_EQ(taken.size(), 10U);
     EXPECT_GE(std::chrono::duration<double>(taken.back() - taken.front()).count(),
-              9 * CONST_PERIOD - 0.002);
+              8 * CONST_PERIOD - 0.002);  // the second goes on from where it was
 }
 
 TEST(StreamReader, HasLeftItsSinkWhenItHasBeenAskedToStop)
@@ -214,14 +240,15 @@ TEST(StreamReader, HasLeftItsSinkWhenItHasBeenAskedToStop)
     std::promise<void> entered;
     std::promise<void> asks;
     std::atomic<bool> left{false};
-    StreamReader reader(Clip(), [&](const QByteArray&) {
-        entered.set_value();
-        asks.get_future().wait();
-        for (int i = 0; i < 10000; ++i)
-            std::this_thread::yield();
-        left = true;
-        return true;
-    });
+    StreamReader reader(Made("one-in-eight-seconds", "1/8", 16, {"-bf", "0"}),
+                        [&](const QByteArray&) {
+                            entered.set_value();
+                            asks.get_future().wait();
+                            for (int i = 0; i < 1000; ++i)  // time enough to return too early
+                                std::this_thread::yield();
+                            left = true;
+                            return true;
+                        });
     reader.start();
     entered.get_future().wait();
     asks.set_value();
