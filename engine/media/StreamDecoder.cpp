@@ -193,15 +193,30 @@ bool StreamDecoder::Ready(AVCodecID id, const AVCodecParameters* parameters, AVR
         return false;
     m_codec = std::move(context);
     m_codecPlayed = id;
+    m_showTimes.clear();
     return true;
 }
 
-void StreamDecoder::TakePacket(const AVPacket& packet, bool parse)
+void StreamDecoder::TakePacket(AVPacket& packet, bool parse)
 {
     if (parse)
-        Parse(packet.data, packet.size, packet.pts, packet.dts);
-    else
-        Decode(&packet);
+        return Parse(packet.data, packet.size, packet.pts, packet.dts);
+    if (packet.dts == AV_NOPTS_VALUE && packet.pts != AV_NOPTS_VALUE)
+        packet.dts = DecodeTime(packet.pts);
+    Decode(&packet);
+}
+
+/// Matroska tells when pictures are to be shown, in the order of decoding; its writers may know no
+/// other time than that of decoding. FFmpeg's decoder finds that out, and takes the times of
+/// decoding, where it has them: of so many pictures as are held back, the first in time.
+std::int64_t StreamDecoder::DecodeTime(std::int64_t showTime)
+{
+    const std::size_t held = static_cast<std::size_t>(std::max(0, m_codec->has_b_frames)) + 1;
+    m_showTimes.insert(std::upper_bound(m_showTimes.begin(), m_showTimes.end(), showTime),
+                       showTime);
+    while (m_showTimes.size() > held)
+        m_showTimes.erase(m_showTimes.begin());
+    return m_showTimes.size() == held ? m_showTimes.front() : AV_NOPTS_VALUE;
 }
 
 void StreamDecoder::Parse(const std::uint8_t* data, int size, std::int64_t pts, std::int64_t dts)

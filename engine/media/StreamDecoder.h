@@ -48,7 +48,8 @@ private:
     std::optional<Event> AfterStop();
     void Reset();
     bool Ready(AVCodecID codec, const AVCodecParameters* parameters, AVRational timeBase);
-    void TakePacket(const AVPacket& packet, bool parse);
+    void TakePacket(AVPacket& packet, bool parse);
+    std::int64_t DecodeTime(std::int64_t showTime);
     void Parse(const std::uint8_t* data, int size, std::int64_t pts, std::int64_t dts);
     void FlushParser();
     void Decode(const AVPacket* packet);
@@ -68,8 +69,9 @@ private:
     PacketPtr m_parsed;
     std::vector<std::uint8_t> m_padded;  ///< bytes for the parser, with its padding
     std::deque<Picture> m_pictures;
-    std::optional<Event> m_pending;  ///< to be told after the pictures
-    double m_period = 0.0;           ///< measured from time stamps; 0 = not known
+    std::optional<Event> m_pending;         ///< to be told after the pictures
+    std::vector<std::int64_t> m_showTimes;  ///< of the last packets, in order of time
+    double m_period = 0.0;                  ///< measured from time stamps; 0 = not known
     double m_lastSeconds = 0.0;
     bool m_hasLast = false;
     double m_spentMs = 0.0;  ///< decoding since the last picture

@@ -694,6 +694,25 @@ TEST(Streams, AnotherTrackOfTheSameCodecIsFollowed)
     }
 }
 
+TEST(Streams, ReorderedPicturesKeepTheirPaceWhereTheirTimesAreThoseOfDecoding)
+{
+    ClipOptions options = Numbered("matroska", 40);
+    options.bPictures = 3;
+    options.inDecodingOrder = true;
+    Source source;
+    RV(RV_Pause)(source.player.Id(), 1);
+    ASSERT_EQ(source.player.Put(MakeClip(options)), 0);
+    ASSERT_EQ(source.player.End(), 0);
+    std::int64_t before = 0;
+    for (int i = 0; i < 36; ++i) {  // the last ones come without packets of their own
+        ASSERT_EQ(source.Step(), i % 10);
+        if (i > 4) {  // by then it has been found out
+            EXPECT_EQ(source.PlayTime(), before + 40) << i;
+        }
+        before = source.PlayTime();
+    }
+}
+
 TEST(Streams, PlayTimeBeginsAnewWithEveryStream)
 {
     Source source;

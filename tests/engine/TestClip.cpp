@@ -265,10 +265,13 @@ std::vector<Bytes> MakeClipPieces(const ClipOptions& options)
     const int stream = shown ? muxer.AddPictures(*encoder) : -1;
     muxer.Begin(options.fragments);
     std::vector<Bytes> pieces;
+    int packets = 0;
     for (int picture = 0; picture <= options.pictures; ++picture) {
         if (picture < options.pictures)
             muxer.WriteSound(options.firstPicture + picture, encoder->time_base);
         Encode(*encoder, options, picture, [&](AVPacket& packet) {
+            if (options.inDecodingOrder)
+                packet.pts = packet.dts = options.firstPicture + packets++;
             if (shown)
                 muxer.Write(packet, encoder->time_base, stream);
             pieces.push_back(muxer.Take());

@@ -41,8 +41,9 @@ struct ClipOptions
     int pictures = 10;
     AVRational rate = {25, 1};  // pictures per second
     int keyInterval = 10;
-    int bPictures = 0;     // in a row, that no other picture needs
-    int firstPicture = 0;  // time stamps begin here
+    int bPictures = 0;             // in a row, that no other picture needs
+    int firstPicture = 0;          // time stamps begin here
+    bool inDecodingOrder = false;  // are the time stamps, as of writers that know no other
     // How an mp4 is made of fragments: FFmpeg's movflags.
     std::string fragments = "frag_every_frame+empty_moov+default_base_moof";
     bool lossless = false;  // H.264 alone
