@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 #include "engine/dewarp/Picture.h"
@@ -112,6 +113,9 @@ constexpr std::int32_t ToLevel(std::int32_t full, int level)
 constexpr double kPatchError = 0.01;
 /// Between neighbours, nodes or corners of tiles, that belong together: 1024 pixels.
 constexpr std::int32_t kLargestStep = 1 << 26;
+
+/// Both coordinates of a place that is not in the picture.
+constexpr std::int32_t kUnknownPlace = std::numeric_limits<std::int32_t>::min();
 
 /// Eight lines of places of equal distance from line to line, 16.16, to find what lies half-way
 /// between the middle two.

@@ -347,9 +347,8 @@ void Mesh::FindRough()
     const int columns = m_tileColumns + 1;
     const int rows = m_tileRows + 1;
     const std::size_t corners = static_cast<std::size_t>(rows) * columns;
-    const bool few = m_tileColumns < 3 || m_tileRows < 3;  // to tell anything
-    m_rough.assign(m_tiles.size(), few ? -1 : 0);
-    if (few)
+    m_rough.assign(m_tiles.size(), HasFewTiles() ? -1 : 0);
+    if (HasFewTiles())
         return;
     m_roughAcross.assign(corners, 0);
     m_roughDown.assign(corners, 0);
@@ -414,8 +413,8 @@ void Mesh::AddTiles(int tileRow, BatchMapping mapping)
         tile.box = {choices.leftTop[i], choices.rightBottom[i]};
         const bool known = extents.leastX[i] != Place::kUnknown;
         if (!known || rough[i] != 0 || (choice & TileChoices::kTooLarge) != 0) {
-            const bool any = extents.mostX[i] != Place::kUnknown;
-            const bool patches = known && (choice & TileChoices::kTooLarge) == 0;
+            const bool any = HasFewTiles() || extents.mostX[i] != Place::kUnknown;
+            const bool patches = known && !HasFewTiles() && (choice & TileChoices::kTooLarge) == 0;
             FindShape(tile, i, tileRow, any, patches, mapping);
         }
         m_highestLevel = std::max<int>(m_highestLevel, tile.level);
@@ -423,8 +422,8 @@ void Mesh::AddTiles(int tileRow, BatchMapping mapping)
 }
 
 /// Shapes a tile for which its neighbours do not vouch.
-/// @param any whether any of its nodes is known @param patches whether all are, so that patches may
-/// do
+/// @param any whether any of its pixels may be known @param patches whether all of its nodes are,
+/// so that patches may do
 void Mesh::FindShape(Tile& tile, int tileColumn, int tileRow, bool any, bool patches,
                      BatchMapping mapping)
 {
@@ -599,7 +598,8 @@ private:
 
 /// Asks for the pixels of a tile, of which `columns` and `rows` are in the view; the others repeat
 /// the last ones. Cells of four by four pixels are taken from patches between known pixels where
-/// these are as near; between unknown ones they are black.
+/// these are as near; between unknown ones they are black, but for a view of so few pixels that all
+/// are asked for.
 void Mesh::MapPixels(BatchMapping mapping, ViewPoint first, int columns, int rows,
                      TileCoordinates& out) const
 {
@@ -610,7 +610,7 @@ void Mesh::MapPixels(BatchMapping mapping, ViewPoint first, int columns, int row
     for (int cell = 0; cell < 16; ++cell) {
         if (lattice.Filled(cell))
             continue;
-        const bool black = lattice.Known(cell) == 0;
+        const bool black = lattice.Known(cell) == 0 && !HasFewTiles();
         for (int i = 0; i < 16; ++i) {
             const int at = (cell / 4 * 4 + i / 4) * kTile + cell % 4 * 4 + i % 4;
             if (black)

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <limits>
 #include <optional>
 #include <vector>
 
@@ -21,7 +20,7 @@ struct SourcePoint
 /// A place in the source picture as 16.16 fixed point numbers.
 struct Place
 {
-    static constexpr std::int32_t kUnknown = std::numeric_limits<std::int32_t>::min();
+    static constexpr std::int32_t kUnknown = kUnknownPlace;
 
     bool Known() const { return x != kUnknown; }
 
@@ -202,6 +201,8 @@ private:
     void AnswerAll(BatchMapping mapping, Places& places);
     template <class PointOf, class Take>
     void Ask(BatchMapping mapping, int count, PointOf pointOf, Take take) const;
+    /// Whether there are too few for a tile's neighbours to tell anything of it.
+    bool HasFewTiles() const { return m_tileColumns < 3 || m_tileRows < 3; }
     void FindRough();
     PatchNodes NodesOf(const Tile& tile, int part) const;
     void AddTiles(int tileRow, BatchMapping mapping);

@@ -81,15 +81,21 @@ TEST(Draw, OutsideTheCircleIsBlackToThePixel)
 {
     OwnPicture picture(PixelFormat::Nv12, 512, 512);
     Fill(picture, 235, 128, 128);
-    Mesh mesh;
-    mesh.Build(150, 150, 512, 512, Circle{{512}});
-    const Image image = Render(mesh, picture.Get());
-    for (int y = 0; y < 150; ++y)
-        for (int x = 0; x < 150; ++x) {
-            const bool inside = std::hypot((2 * x + 1) / 150. - 1, (2 * y + 1) / 150. - 1) <= 1;
-            ASSERT_EQ(image.At(x, y)[0], inside ? 255 : 0) << x << ',' << y;
-            ASSERT_EQ(image.At(x, y)[3], 255);
-        }
+    const std::pair<int, int> sizes[] = {{150, 150}, {481, 481}, {601, 27}, {672, 24}, {24, 672},
+                                         {480, 16},  {64, 9},    {8, 8},    {5, 4},    {1, 1}};
+    for (const auto& [width, height] : sizes) {
+        Mesh mesh;
+        mesh.Build(width, height, 512, 512, Circle{{512}});
+        const Image image = Render(mesh, picture.Get());
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x) {
+                const bool inside =
+                    std::hypot((2. * x + 1) / width - 1, (2. * y + 1) / height - 1) <= 1;
+                ASSERT_EQ(image.At(x, y)[0], inside ? 255 : 0)
+                    << x << ',' << y << " of " << width << 'x' << height;
+                ASSERT_EQ(image.At(x, y)[3], 255);
+            }
+    }
 }
 
 TEST(Draw, RefusesAPictureItCannotHold)
