@@ -18,6 +18,8 @@ constexpr double MAX_LATE = 1.0;
 constexpr double MAX_HIDDEN = 0.25;
 /// So many pictures in a row that were put in the stream's own time come from a live sender.
 constexpr int PACED_PICTURES = 8;
+/// Seconds for which it counts that a sender was late.
+constexpr double SOON = 1.0;
 constexpr double PULL_ALLOWANCE = 0.5;
 constexpr double PULL_PER_SECOND = 0.01;
 
@@ -64,15 +66,18 @@ PlayClock::Plan PlayClock::Schedule(const Arrival& arrival, Clock::time_point no
     }
     const double late = -early;
     // What had to be waited for is late with its sender, not in the decoder; unless it was waited
-    // for because the buffer is small. A network that stood still catches up, burst by burst; a
-    // second burst that is as late as the first comes from a clock behind ours.
-    const bool lateBurst =
-        arrival.live && !arrival.refused && late > arrival.period && arrival.more;
-    const bool wrong = late > MAX_LATE ||
-                       (lateBurst && m_lateBurst > 0.0 && late > m_lateBurst - arrival.period / 2);
-    if (arrival.live)
-        m_lateBurst = lateBurst && !wrong ? late : 0.0;
-    const bool behind = late > 2.0 * arrival.period && arrival.more && !lateBurst;
+    // for because the buffer is small. A network that stood still catches up, burst by burst; one
+    // that is soon as late again comes from a sender that needs the delay.
+    const bool senderLate = arrival.live && !arrival.refused && late > arrival.period;
+    if (SecondsOf(now - m_senderLateAt) > SOON)
+        m_senderLate = 0.0;
+    const bool wrong = late > MAX_LATE || (senderLate && m_senderLate > 0.0 &&
+                                           late > m_senderLate - arrival.period / 2);
+    if (senderLate) {
+        m_senderLate = wrong ? 0.0 : late;
+        m_senderLateAt = now;
+    }
+    const bool behind = late > 2.0 * arrival.period && arrival.more && !senderLate;
     const bool hidden = SecondsOf(now - m_lastShown) < MAX_HIDDEN;
     const bool drop = late > arrival.period && !wrong && arrival.more && hidden;
     if (wrong)

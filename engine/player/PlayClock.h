@@ -38,7 +38,7 @@ public:
     void Restart()
     {
         m_running = false;
-        m_lateBurst = 0.0;
+        m_senderLate = 0.0;
     }
 
 private:
@@ -53,8 +53,9 @@ private:
     double m_lastSeconds = 0.0;
     double m_lastPeriod = 0.0;
     Clock::time_point m_lastPut{};
-    int m_paced = 0;           ///< pictures in a row that came at the stream's own pace
-    double m_lateBurst = 0.0;  ///< seconds by which the last burst was late; 0: it was not
+    int m_paced = 0;            ///< pictures in a row that came at the stream's own pace
+    double m_senderLate = 0.0;  ///< seconds by which the sender was late; 0: not of late
+    Clock::time_point m_senderLateAt{};
     Clock::time_point m_lastShown{};
     double m_allowance = 0.0;  ///< seconds by which live pictures may still pull the clock forward
     Clock::time_point m_allowedAt{};

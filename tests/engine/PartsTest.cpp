@@ -608,10 +608,31 @@ TEST_F(Bursts, SenderThatIsLateAgainAndAgainIsFollowed)
     EXPECT_FALSE(m_behind) << "decoding is as fast as ever";
 }
 
+/// As a relay does that sends sound and pictures in turn.
+TEST_F(Bursts, SenderWhosePicturesComeInBurstsAndSinglyIsFollowed)
+{
+    for (const bool decodesSlowly : {true, false}) {  // the next one is there when one is decoded
+        m_clock.Restart();
+        double now = 0.0;
+        double before = -1.0;
+        int lost = 0;
+        for (int i = 0; i < 800; ++i) {  // seven at once, one soon after, and a pause
+            const bool alone = i % 8 == 7;
+            now = std::max(now, i / 8 * 0.32 + (alone ? 0.07 : 0.0));
+            const PlayClock::Plan plan =
+                Schedule(0.04 * i, now, alone || i % 8 == 0, decodesSlowly && i % 8 < 6);
+            now = std::max(now, When(plan.due));
+            lost += i >= 80 && (plan.drop || now - before < 0.02) ? 1 : 0;
+            before = now;
+        }
+        EXPECT_LT(lost, 72) << decodesSlowly;  // of 720
+    }
+}
+
 TEST_F(Bursts, OneLateBurstLeavesNoDelay)
 {
-    for (int i = 0; i < 10; ++i) {
-        Burst(i, i % 2 == 0 ? 0.0 : 0.1);
+    for (int i = 0; i < 24; ++i) {
+        Burst(i, i % 8 == 7 ? 0.1 : 0.0);
         EXPECT_NEAR(m_end, 0.2 * i + 0.16, 1e-6) << i;
     }
 }
