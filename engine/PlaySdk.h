@@ -143,12 +143,13 @@ typedef struct RvLens
                        4 Kannala-Brandt, 5 table */
     int32_t iWidth; /* the picture size, up to 16384, of the pixel figures; 0 = the stream's */
     int32_t iHeight;
-    double dFieldOfView;  /* degrees, 0 = 180 */
+    double dFieldOfView;  /* degrees, 0 = 180; of a table: as far as its rows go */
     double dCentreX;      /* pixels, pixel centres at whole numbers; NaN = find */
     double dCentreY;      /* likewise */
-    double dFocalX;       /* pixels per radian; 0 = from circle radius and field of view */
+    double dFocalX;       /* pixels per radian; 0 = from circle radius and field of view. Of a table
+                             the ratio of the two alone counts. */
     double dFocalY;       /* likewise */
-    double dCircleRadius; /* pixels, 0 = find */
+    double dCircleRadius; /* pixels; 0 = find, or no limit where focal lengths or a table tell it */
     double adK[4];        /* Kannala-Brandt coefficients */
     int32_t iTableLength; /* rows of adTable, model 5 */
     int32_t iZero;

@@ -323,6 +323,7 @@ TEST_F(FisheyeClip, RefusesWhatMakesNoSenseAndSaysWhy)
     ExpectRefused("--quality 5 --bit-rate 100" + strTo, "not both");
     ExpectRefused("--codec mjpeg --quality 40 -o " + File("a.mkv"), "1 (best) to 31");
     ExpectRefused("--codec mjpeg --range limited -o " + File("a.mkv"), "always full range");
+    ExpectRefused("--codec mjpeg --matrix bt709 -o " + File("a.mkv"), "always bt601");
     EXPECT_FALSE(std::filesystem::exists(File("a.ts")));
     EXPECT_FALSE(std::filesystem::exists(File("a.mkv")));
 }

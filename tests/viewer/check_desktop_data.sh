@@ -14,11 +14,13 @@ done
 
 desktop-file-validate "$data/fisheye-viewer.desktop"
 appstreamcli validate --no-net "$data/org.videoplayer_fisheye.viewer.metainfo.xml"
-warnings=$(LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -E UTF-8 -l -Tutf8 -Z "$page" 2>&1 >/dev/null)
-[ -z "$warnings" ] || {
-    echo "$warnings"
-    exit 1
-}
+for manual in "$page" "$1/docs/fisheye-clip.1"; do
+    warnings=$(LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -E UTF-8 -l -Tutf8 -Z "$manual" 2>&1 >/dev/null)
+    [ -z "$warnings" ] || {
+        echo "$warnings"
+        exit 1
+    }
+done
 
 # Every option of the program, and no other, is in the manual.
 told=$("$viewer" --help | grep -oE -- '--[a-z]+' | sort -u)

@@ -162,7 +162,8 @@ void SetColours(AVCodecContext& stCodec, const CodecRow& stRow, const EncoderSet
     const bool blFull = stSettings.blFull.value_or(stRow.blFull);
     if (stRow.eId == AV_CODEC_ID_MJPEG && !blFull)
         throw BadUsage("mjpeg is always full range");
-    // A JPEG picture is BT.601 by definition.
+    if (stRow.eId == AV_CODEC_ID_MJPEG && stSettings.blBt709.value_or(false))
+        throw BadUsage("mjpeg is always bt601");  // by definition
     const bool blBt709 = stSettings.blBt709.value_or(stRow.eId != AV_CODEC_ID_MJPEG);
     stCodec.color_range = blFull ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
     stCodec.colorspace = blBt709 ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
