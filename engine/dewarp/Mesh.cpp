@@ -296,8 +296,15 @@ void Mesh::InterpolateLine(Places& places, int line, int lines, int spacing, int
             any |= BestKernels().halfway(halfway.Lines(out - spacing / 2 * step, spacing * step),
                                          count, out, failed);
     }
+    // Between two unknown nodes there may be a known one where the picture's border bulges; there,
+    // one beside it is known.
+    const std::int32_t* const x = places.x.data() + line * step;
+    for (int i = 0; i + 1 < count; ++i)
+        any |= (x[i] == kUnknownPlace) != (x[i + 1] == kUnknownPlace);
+    const auto black = [&](int i) { return failed[i] == 0 && x[i] == kUnknownPlace; };
     for (int i = 0; any && i < count; ++i)
-        if (failed[i] != 0)
+        if (!black(i) ? failed[i] != 0
+                      : (i > 0 && !black(i - 1)) || (i + 1 < count && !black(i + 1)))
             askFor(i);
 }
 

@@ -61,8 +61,6 @@ bool FindHalfway(const HalfwayLines& between, int count, std::int32_t* __restric
             failed[i] |= Exceeds(Sextic ? Bend(fourth1, fourth2, fourth3) : fourth2, limit);
         if constexpr (Behind)
             failed[i] |= Exceeds(Sextic ? Bend(fourth2, fourth3, fourth4) : fourth3, limit);
-        // What is known may begin and end between two unknown places.
-        failed[i] |= p3[i] == kUnknownPlace ? -1 : 0;
         any |= failed[i];
         // The mean of the two lines, less a sixteenth of both second differences.
         std::uint32_t sixteenths =
