@@ -18,7 +18,8 @@ constexpr double MAX_LATE = 1.0;
 constexpr double MAX_HIDDEN = 0.25;
 /// So many pictures in a row that were put in the stream's own time come from a live sender.
 constexpr int PACED_PICTURES = 8;
-/// Seconds for which it counts that a sender was late.
+/// From when and until when it counts that a sender was late before, in seconds.
+constexpr double CATCHING_UP = 0.15;
 constexpr double SOON = 1.0;
 constexpr double PULL_ALLOWANCE = 0.5;
 constexpr double PULL_PER_SECOND = 0.01;
@@ -66,14 +67,15 @@ PlayClock::Plan PlayClock::Schedule(const Arrival& arrival, Clock::time_point no
     }
     const double late = -early;
     // What had to be waited for is late with its sender, not in the decoder; unless it was waited
-    // for because the buffer is small. A network that stood still catches up, burst by burst; one
-    // that is soon as late again comes from a sender that needs the delay.
+    // for because the buffer is small. A network that stood still catches up, sooner or later; one
+    // that is as late again some time after comes from a sender that needs the delay.
     const bool senderLate = arrival.live && !arrival.refused && late > arrival.period;
-    if (SecondsOf(now - m_senderLateAt) > SOON)
+    const double since = SecondsOf(now - m_senderLateAt);
+    if (since > SOON)
         m_senderLate = 0.0;
-    const bool wrong = late > MAX_LATE || (senderLate && m_senderLate > 0.0 &&
-                                           late > m_senderLate - arrival.period / 2);
-    if (senderLate) {
+    const bool again = senderLate && m_senderLate > 0.0 && since > CATCHING_UP;
+    const bool wrong = late > MAX_LATE || (again && late > m_senderLate - arrival.period / 2);
+    if (senderLate && (wrong || again || m_senderLate == 0.0)) {
         m_senderLate = wrong ? 0.0 : late;
         m_senderLateAt = now;
     }

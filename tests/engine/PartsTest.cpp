@@ -653,6 +653,19 @@ TEST_F(Bursts, NetworkThatStoodStillLeavesNoDelayWhenItCatchesUp)
     EXPECT_NEAR(now, 0.04 * 79, 0.005);
 }
 
+/// As it does where the line has little more room than the camera needs: picture by picture.
+TEST_F(Bursts, NetworkThatStoodStillOftenAndCatchesUpSlowlyLeavesNoDelay)
+{
+    double came = 0.0;
+    double shown = 0.0;
+    for (int i = 0; i < 1500; ++i) {
+        const double stall = i >= 375 && i % 375 == 0 ? 0.5 : 0.0;
+        came = std::max(0.04 * i, came + stall + 0.04 / 1.5);
+        shown = std::max(came, When(Schedule(0.04 * i, came, true, false).due));
+    }
+    EXPECT_NEAR(shown, 0.04 * 1499, 0.05);
+}
+
 /// The client that puts a stream through a buffer of less than a picture is waited for all the
 /// time.
 TEST_F(Clocks, DecoderThatIsTooSlowForASmallBufferHurries)
