@@ -497,15 +497,19 @@ public:
     {
         const double stamp = stampOf(packet);
         double step = m_first ? 0.0 : stamp - m_lastStamp;
+        double ahead = AV_NOPTS_VALUE == packet.pts ? 0.0 : secondsOf(packet.pts) - stamp;
+        // The source's clock may have jumped, for showing before it has for decoding.
         if (step < 0.0 || step > CONST_CLOCK_JUMP_SECONDS)
-            step = m_period;  // the source's clock has jumped
+            step = m_period;
+        if (ahead < 0.0 || ahead > CONST_CLOCK_JUMP_SECONDS)
+            ahead = 0.0;
         if (!m_first)
             m_sent = std::max(m_sent, m_film + m_ahead);
         m_first = false;
         m_lastStamp = stamp;
         m_period = periodOf(packet);
         m_film += step;
-        m_ahead = AV_NOPTS_VALUE == packet.pts ? 0.0 : std::max(0.0, secondsOf(packet.pts) - stamp);
+        m_ahead = ahead;
     }
 
     /// Goes on to a packet of a live source that tells no times: it is due as it comes.

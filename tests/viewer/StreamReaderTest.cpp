@@ -211,6 +211,23 @@ TEST(StreamReader, KeepsReorderedPicturesInOrderWhenTheSpeedChanges)
     EXPECT_NEAR(shown.rbegin()->second - std::prev(shown.end(), 2)->second, 0.1 / 4.0, 0.0021);
 }
 
+// Before it finds out, FFmpeg tells new times for showing beside old ones for decoding.
+TEST(StreamReader, TakesANewSpeedBehindAJumpOfTheTimesOfReorderedPictures)
+{
+    Reading reading(Made("jump", "10", 40,
+                         {"-bf", "3", "-b_strategy", "0", "-bsf:v",
+                          "setts=pts='if(gte(N,8),PTS+3600/TB,PTS)':"
+                          "dts='if(gte(N,8),DTS+3600/TB,DTS)'"}));
+    reading.reader().start();
+    reading.awaitPictures(14);
+    reading.reader().setSpeed(4.0);
+    reading.await(StreamState::Ended);
+    std::vector<double> times = TimesIn(reading.bytes());
+    ASSERT_EQ(times.size(), 40U);
+    std::sort(times.begin(), times.end());
+    EXPECT_NEAR(times[39] - times[38], 0.1 / 4.0, 0.0021);
+}
+
 TEST(StreamReader, DoesNotMakeUpForTheTimeInWhichTheSinkWasFull)
 {
     using Clock = std::chrono::steady_clock;
