@@ -150,12 +150,17 @@ bool Aligned(const std::uint8_t* pixels, std::ptrdiff_t line)
 HWY_INLINE void PrefetchRows(const std::uint8_t* first, std::ptrdiff_t line, int bytes, int rows)
 {
     const int few = std::min(rows, 4 * kTile);  // sparse samples leave most of more of them unread
-    const auto prefetch = [line, few](const std::uint8_t* at) {
+    std::ptrdiff_t twice = 2 * line;
+    std::ptrdiff_t thrice = 3 * line;
+#if defined(__GNUC__)
+    asm("" : "+r"(twice), "+r"(thrice));  // else each address is made of the one before
+#endif
+    const auto prefetch = [=](const std::uint8_t* at) {
         for (int row = 0; row < few; row += 4, at += 4 * line) {
             hwy::Prefetch(at);
             hwy::Prefetch(at + line);
-            hwy::Prefetch(at + 2 * line);
-            hwy::Prefetch(at + 3 * line);
+            hwy::Prefetch(at + twice);
+            hwy::Prefetch(at + thrice);
         }
     };
     prefetch(first);
