@@ -240,6 +240,14 @@ HWY_INLINE T* Hidden(T* pointer)
     return pointer;
 }
 
+/// The order of two (U, V) pairs as (U, U), (V, V).
+HWY_INLINE V8 Grouped()
+{
+    alignas(16) static constexpr std::uint8_t grouped[16] = {0, 2,  1, 3,  4,  6,  5,  7,
+                                                             8, 10, 9, 11, 12, 14, 13, 15};
+    return Order(grouped);
+}
+
 /// What does not change from pixel to pixel of a plane.
 struct Plane
 {
@@ -315,11 +323,9 @@ HWY_INLINE V16 ChromaAt(const Plane& plane, const std::uint32_t* offsets, V32 x,
 {
     const D8 d8;
     const DU16 du16;
-    alignas(16) static constexpr std::uint8_t grouped[16] = {0, 2,  1, 3,  4,  6,  5,  7,
-                                                             8, 10, 9, 11, 12, 14, 13, 15};
     alignas(16) static constexpr std::uint8_t fractions[16] = {0, 1, 0, 1, 4,  5,  4,  5,
                                                                8, 9, 8, 9, 12, 13, 12, 13};
-    const V8 order = Order(grouped);
+    const V8 order = Grouped();
     const V8 above = hn::BitCast(d8, LoadWords<Gather>(plane.bytes, offsets));
     const V8 below = hn::BitCast(d8, LoadWords<Gather>(plane.below, offsets));
     const V8 weights = InnerWeights(x);
@@ -630,28 +636,29 @@ DEWARP_HOT HWY_ATTR void Expand(const Patch& patch, int lastColumn, int lastRow,
 /// How far ahead, in bytes, a new picture is asked for, which no cache has yet.
 constexpr int kAhead = 2048;
 
-/// In the low half of each 16 bits: the sum of its two bytes.
-HWY_INLINE hn::Vec<DU16> ByteSums(hn::Vec<DU16> bytes)
+/// Sums of neighbouring bytes.
+HWY_INLINE V16 ByteSums(V8 bytes)
 {
-    return hn::Add(hn::And(bytes, hn::Set(DU16(), 0xFF)), hn::ShiftRight<8>(bytes));
+    return PairwiseWeighted(bytes, hn::Set(D8(), 1));
 }
 
-HWY_INLINE hn::Vec<DU16> LoadPairs(const std::uint8_t* from)
+/// The mean of four, from sums of two.
+HWY_INLINE V16 Mean(V16 first, V16 second)
 {
-    return hn::BitCast(DU16(), hn::LoadU(D8(), from));
+    return hn::ShiftRight<2>(hn::Add(hn::Add(first, second), hn::Set(D16(), 2)));
 }
 
 HWY_ATTR void HalveLuma(const std::uint8_t* above, const std::uint8_t* below, int count,
                         std::uint16_t* out)
 {
-    const DU16 d;
+    const D8 d;
     int i = 0;
     for (; i + 2 * kLanes <= count; i += 2 * kLanes) {
         hwy::Prefetch(above + 2 * i + kAhead);
         hwy::Prefetch(below + 2 * i + kAhead);
-        const auto sum =
-            hn::Add(ByteSums(LoadPairs(above + 2 * i)), ByteSums(LoadPairs(below + 2 * i)));
-        hn::StoreU(hn::ShiftRight<2>(hn::Add(sum, hn::Set(d, 2))), d, out + i);
+        const V16 mean =
+            Mean(ByteSums(hn::LoadU(d, above + 2 * i)), ByteSums(hn::LoadU(d, below + 2 * i)));
+        hn::StoreU(hn::BitCast(DU16(), mean), DU16(), out + i);
     }
     ReferenceKernels().halveLuma(above + 2 * i, below + 2 * i, count - i, out + i);
 }
@@ -668,7 +675,7 @@ HWY_ATTR void HalvePairs(const std::uint8_t* pairs, int count, std::uint16_t* ou
     const DU32 d;
     int i = 0;
     for (; i + kLanes <= count; i += kLanes) {
-        const auto sums = hn::BitCast(d, ByteSums(LoadPairs(pairs + 4 * i)));
+        const auto sums = hn::BitCast(d, ByteSums(hn::LoadU(D8(), pairs + 4 * i)));
         const auto sum = hn::And(hn::Add(sums, hn::ShiftRight<16>(sums)), hn::Set(d, 0xFFFF));
         StoreLowHalves(hn::ShiftRight<2>(hn::Add(sum, hn::Set(d, 2))), out + i);
     }
@@ -689,23 +696,18 @@ HWY_ATTR void JoinPairs(const std::uint16_t* first, const std::uint16_t* second,
 HWY_ATTR void HalveChroma(const std::uint8_t* above, const std::uint8_t* below, int count,
                           std::uint8_t* out)
 {
-    const DU16 d16;
-    const DU32 d;
+    const D8 d;
+    const hn::Rebind<std::uint8_t, D16> half;
+    const V8 order = Grouped();
+    const auto sums = [&](const std::uint8_t* at) HWY_ATTR {
+        return ByteSums(hn::TableLookupBytes(hn::LoadU(d, at), order));
+    };
     int i = 0;
     for (; i + kLanes <= count; i += kLanes) {
         hwy::Prefetch(above + 4 * i + kAhead);
         hwy::Prefetch(below + 4 * i + kAhead);
-        const auto upper = LoadPairs(above + 4 * i);
-        const auto lower = LoadPairs(below + 4 * i);
-        const auto low = hn::Set(d16, 0xFF);
-        const auto u = hn::BitCast(d, hn::Add(hn::And(upper, low), hn::And(lower, low)));
-        const auto v = hn::BitCast(d, hn::Add(hn::ShiftRight<8>(upper), hn::ShiftRight<8>(lower)));
-        const auto mean = [&](hn::Vec<DU32> sums) HWY_ATTR {
-            const auto sum = hn::And(hn::Add(sums, hn::ShiftRight<16>(sums)), hn::Set(d, 0xFFFF));
-            return hn::ShiftRight<2>(hn::Add(sum, hn::Set(d, 2)));
-        };
-        StoreLowHalves(hn::Or(mean(u), hn::ShiftLeft<8>(mean(v))),
-                       reinterpret_cast<std::uint16_t*>(out + 2 * i));
+        const V16 mean = Mean(sums(above + 4 * i), sums(below + 4 * i));
+        hn::StoreU(hn::DemoteTo(half, mean), half, out + 2 * i);
     }
     ReferenceKernels().halveChroma(above + 4 * i, below + 4 * i, count - i, out + 2 * i);
 }
