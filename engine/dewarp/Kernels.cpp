@@ -136,7 +136,7 @@ HWY_INLINE __m128i FourTwoRows(const std::uint8_t* base, const std::uint8_t* bel
 {
     const TwoOffsets a(at);
     const TwoOffsets b(at + 2);
-    __m128i words = _mm_insert_epi16(_mm_setzero_si128(), HalfWord(base + a.first), 0);
+    __m128i words = _mm_cvtsi32_si128(Word(base + a.first));
     words = _mm_insert_epi16(words, HalfWord(below + a.first), 1);
     words = _mm_insert_epi16(words, HalfWord(base + a.second), 2);
     words = _mm_insert_epi16(words, HalfWord(below + a.second), 3);
@@ -185,7 +185,7 @@ HWY_INLINE V32 LoadWords(const std::uint8_t* base, const std::uint32_t* at)
 }
 
 /// 16 bits from base + offsets in the low halves, and from below + offsets in the high ones. Reads
-/// two bytes more of each row if Gather.
+/// two bytes more of the upper row, and of the lower one if Gather.
 template <bool Gather>
 HWY_INLINE V32 LoadTwoRows(const std::uint8_t* base, const std::uint8_t* below,
                            const std::uint32_t* at)
@@ -208,11 +208,113 @@ HWY_INLINE V32 LoadTwoRows(const std::uint8_t* base, const std::uint8_t* below,
     }
 }
 
+// --- coordinates ---
+
+using DX = hn::CappedTag<std::int32_t, 8>;
+using DXF = hn::Rebind<float, DX>;
+using VX = hn::Vec<DX>;
+using VXF = hn::Vec<DXF>;
+
+/// To the nearest whole numbers; all are far from the limits.
+HWY_INLINE VX Rounded(VXF values)
+{
+#if HWY_TARGET == HWY_SSE4
+    return VX{_mm_cvtps_epi32(values.raw)};
+#elif DEWARP_X86
+    return VX{_mm256_cvtps_epi32(values.raw)};
+#else
+    return hn::NearestInt(values);
+#endif
+}
+
+/// One coordinate of a vector's columns of a patch, row after row.
+class Descent
+{
+public:
+    HWY_INLINE Descent(const NodeColumns& columns, const Patch& patch, const AcrossWeights& weights,
+                       int column)
+    {
+        const DXF df;
+        const int at = patch.column;
+        const VXF a = hn::Load(df, weights.column[0] + column);
+        const VXF b = hn::Load(df, weights.column[1] + column);
+        const VXF c = hn::Load(df, weights.column[2] + column);
+        m_value = hn::Add(hn::Set(DX(), ToLevel(columns.first[at], patch.level)),
+                          Rounded(hn::Add(hn::Mul(hn::Set(df, columns.next[at]), b),
+                                          hn::Mul(hn::Set(df, columns.afterNext[at]), c))));
+        m_slope = Across(columns.slope + at, a, b, c);
+        m_bend = Across(columns.bend + at, a, b, c);
+    }
+
+    HWY_INLINE VX Next()
+    {
+        const VX value = m_value;
+        m_value = hn::Add(m_value, m_slope);
+        m_slope = hn::Add(m_slope, m_bend);
+        return value;
+    }
+
+private:
+    static HWY_INLINE VX Across(const float* of, VXF a, VXF b, VXF c)
+    {
+        const DXF df;
+        const VXF sum = hn::Add(hn::Mul(hn::Set(df, of[0]), a), hn::Mul(hn::Set(df, of[1]), b));
+        return Rounded(hn::Add(sum, hn::Mul(hn::Set(df, of[2]), c)));
+    }
+
+    VX m_value, m_slope, m_bend;
+};
+
+template <int Size>
+HWY_INLINE void ExpandAxis(const NodeColumns& columns, const Patch& patch,
+                           const AcrossWeights& weights, int lastRow, std::int32_t* out)
+{
+    const DX d;
+    for (int i = 0; i < Size; i += static_cast<int>(hn::MaxLanes(d)), out += hn::MaxLanes(d)) {
+        Descent descent(columns, patch, weights, i);
+        if (lastRow >= Size - 1) {
+            for (int row = 0; row < Size; row += 4)
+                for (int j = 0; j < 4; ++j)
+                    hn::StoreU(descent.Next(), d, out + (row + j) * kTile);
+        } else {
+            for (int row = 0; row < lastRow; ++row)
+                hn::StoreU(descent.Next(), d, out + row * kTile);
+            const VX last = descent.Next();
+            for (int row = lastRow; row < Size; ++row)
+                hn::StoreU(last, d, out + row * kTile);
+        }
+    }
+}
+
+template <int Spacing>
+HWY_INLINE void ExpandPatch(const Patch& patch, int lastColumn, int lastRow, std::int32_t* x,
+                            std::int32_t* y)
+{
+    const AcrossWeights* weights = &kAcrossWeights[Spacing == 8][patch.level];
+    AcrossWeights repeating;
+    if (lastColumn < 2 * Spacing - 1) {
+        repeating = AcrossWeightsOf(Spacing, patch.level, lastColumn);
+        weights = &repeating;
+    }
+    ExpandAxis<2 * Spacing>(*patch.x, patch, *weights, lastRow, x);
+    ExpandAxis<2 * Spacing>(*patch.y, patch, *weights, lastRow, y);
+}
+
+DEWARP_HOT HWY_ATTR void Expand(const Patch& patch, int lastColumn, int lastRow, std::int32_t* x,
+                                std::int32_t* y)
+{
+    if (patch.spacing == 8)
+        ExpandPatch<8>(patch, lastColumn, lastRow, x, y);
+    else
+        ExpandPatch<4>(patch, lastColumn, lastRow, x, y);
+}
+
 // --- sampling ---
 
-HWY_INLINE V8 FlipSigns(V8 bytes)
+/// What flips the sign of each byte.
+HWY_INLINE V8 Signs()
 {
-    return hn::Xor(bytes, hn::Set(D8(), 0x80));
+    return hn::Set(D8(), 0x80);
 }
 
 /// 32 bits with `low` and `high` in their halves.
@@ -287,53 +389,103 @@ HWY_INLINE V32 Clamped(V32 coordinate, V32 last)
         return coordinate;
 }
 
-/// (255 - f, f) twice, in bytes; f is the upper byte of the fraction.
-HWY_INLINE V8 InnerWeights(V32 coordinate)
+/// The fractions of 16.16 numbers: those of x in the lower halves of each lane, of y in the upper.
+HWY_INLINE V32 Fractions(V32 x, V32 y)
 {
-    alignas(16) static constexpr std::uint8_t order[16] = {1, 1, 1, 1, 5,  5,  5,  5,
-                                                           9, 9, 9, 9, 13, 13, 13, 13};
-    return hn::Xor(hn::TableLookupBytes(hn::BitCast(D8(), coordinate), Order(order)),
-                   hn::BitCast(D8(), hn::Set(D16(), 0x00FF)));
+    const D16 d;
+    return hn::BitCast(D32(), hn::OddEven(hn::BitCast(d, hn::ShiftLeft<16>(y)), hn::BitCast(d, x)));
+}
+
+/// Makes weights of fractions.
+struct Weights
+{
+    HWY_INLINE V8 Of(V32 fractions) const
+    {
+        return hn::Xor(hn::TableLookupBytes(hn::BitCast(D8(), fractions), order), complement);
+    }
+
+    V8 order, complement;
+};
+
+/// (255 - f, f) twice, in bytes; f is the upper byte of x's fraction, or of y's.
+template <bool OfY>
+HWY_INLINE Weights InnerWeights()
+{
+    constexpr std::uint8_t f = OfY ? 3 : 1;
+    alignas(16) static constexpr std::uint8_t order[16] = {
+        f,     f,     f,     f,     f + 4,  f + 4,  f + 4,  f + 4,
+        f + 8, f + 8, f + 8, f + 8, f + 12, f + 12, f + 12, f + 12};
+    return {Order(order), hn::BitCast(D8(), hn::Set(D16(), 0x00FF))};
 }
 
 /// (255 - f, f) in 16 bits.
-HWY_INLINE V16 OuterWeights(V32 coordinate)
+template <bool OfY>
+HWY_INLINE Weights OuterWeights()
 {
-    alignas(16) static constexpr std::uint8_t order[16] = {1, 128, 1, 128, 5,  128, 5,  128,
-                                                           9, 128, 9, 128, 13, 128, 13, 128};
-    return hn::Xor(
-        hn::BitCast(D16(), hn::TableLookupBytes(hn::BitCast(D8(), coordinate), Order(order))),
-        Halves(0xFF, 0));
+    constexpr std::uint8_t f = OfY ? 3 : 1;
+    alignas(16) static constexpr std::uint8_t order[16] = {
+        f, 128, f, 128, f + 4, 128, f + 4, 128, f + 8, 128, f + 8, 128, f + 12, 128, f + 12, 128};
+    return {Order(order), hn::BitCast(D8(), Halves(0xFF, 0))};
+}
+
+/// The vector, and the compiler does not know what is in it: constants that it knows it makes anew,
+/// again and again, with three or four instructions.
+HWY_INLINE V8 Kept(V8 bytes)
+{
+#if defined(__GNUC__) && DEWARP_X86
+    asm("" : "+x"(bytes.raw));
+#endif
+    return bytes;
+}
+
+/// The constants of LumaAt.
+struct LumaWeights
+{
+    Weights inner, outer;
+    V8 signs;
+};
+
+template <bool Pairs>
+HWY_INLINE LumaWeights LumaWeightsOf()
+{
+    const auto kept = [](const Weights& weights) HWY_ATTR {
+        return Weights{Kept(weights.order), Kept(weights.complement)};
+    };
+    return {kept(InnerWeights<Pairs>()), kept(OuterWeights<!Pairs>()), Kept(Signs())};
 }
 
 /// (luma - 128) * 255 * 255.
 template <bool Pairs, bool Gather>
-HWY_INLINE V32 LumaAt(const Plane& plane, const std::uint32_t* offsets, V32 x, V32 y)
+HWY_INLINE V32 LumaAt(const Plane& plane, const LumaWeights& weights, const std::uint32_t* offsets,
+                      const std::int32_t* fractions)
 {
     const V32 words = Pairs ? LoadWords<Gather>(plane.bytes, offsets)
                             : LoadTwoRows<Gather>(plane.bytes, plane.below, offsets);
-    const V8 samples = FlipSigns(hn::BitCast(D8(), words));
-    return PairwiseProducts(PairwiseWeighted(InnerWeights(Pairs ? y : x), samples),
-                            OuterWeights(Pairs ? x : y));
+    const V32 f = hn::Load(D32(), fractions);
+    const V8 samples = hn::Xor(hn::BitCast(D8(), words), weights.signs);
+    return PairwiseProducts(PairwiseWeighted(weights.inner.Of(f), samples),
+                            hn::BitCast(D16(), weights.outer.Of(f)));
 }
 
 /// ((U - 128) * 255, (V - 128) * 255) in the halves of each lane.
 template <bool Gather>
-HWY_INLINE V16 ChromaAt(const Plane& plane, const std::uint32_t* offsets, V32 x, V32 y)
+HWY_INLINE V16 ChromaAt(const Plane& plane, const std::uint32_t* offsets,
+                        const std::int32_t* fractions)
 {
     const D8 d8;
     const DU16 du16;
-    alignas(16) static constexpr std::uint8_t fractions[16] = {0, 1, 0, 1, 4,  5,  4,  5,
-                                                               8, 9, 8, 9, 12, 13, 12, 13};
+    alignas(16) static constexpr std::uint8_t ofY[16] = {2,  3,  2,  3,  6,  7,  6,  7,
+                                                         10, 11, 10, 11, 14, 15, 14, 15};
     const V8 order = Grouped();
+    const V8 signs = Signs();
     const V8 above = hn::BitCast(d8, LoadWords<Gather>(plane.bytes, offsets));
     const V8 below = hn::BitCast(d8, LoadWords<Gather>(plane.below, offsets));
-    const V8 weights = InnerWeights(x);
-    const V16 upper = PairwiseWeighted(weights, FlipSigns(hn::TableLookupBytes(above, order)));
-    const V16 lower = PairwiseWeighted(weights, FlipSigns(hn::TableLookupBytes(below, order)));
-    const V16 down =
-        hn::BitCast(D16(), hn::ShiftRight<1>(hn::BitCast(
-                               du16, hn::TableLookupBytes(hn::BitCast(d8, y), Order(fractions)))));
+    const V32 f = hn::Load(D32(), fractions);
+    const V8 weights = InnerWeights<false>().Of(f);
+    const V16 upper = PairwiseWeighted(weights, hn::Xor(hn::TableLookupBytes(above, order), signs));
+    const V16 lower = PairwiseWeighted(weights, hn::Xor(hn::TableLookupBytes(below, order), signs));
+    const V8 twice = hn::TableLookupBytes(hn::BitCast(d8, f), Order(ofY));
+    const V16 down = hn::BitCast(D16(), hn::ShiftRight<1>(hn::BitCast(du16, twice)));
     const V16 up = hn::Xor(down, hn::Set(D16(), 0x7FFF));
     return hn::Add(hn::MulFixedPoint15(upper, up), hn::MulFixedPoint15(lower, down));
 }
@@ -404,15 +556,16 @@ HWY_INLINE V32 ChromaCoordinate(const V32 (&rows)[4], std::int32_t bias)
     return hn::Add(hn::ShiftRight<2>(hn::OddEven(odd, even)), hn::Set(d, bias));
 }
 
-/// Where the samples of a tile begin, and where its blocks of 2 x 2 pixels are in the chroma plane;
-/// each vector of blocks belongs to four rows of kLanes pixels. All offsets are written before any
-/// of them is read: what has just been stored in one vector is slow to load in pieces.
+/// Where the samples of a tile begin, and those of its blocks of 2 x 2 pixels in the chroma plane,
+/// each with its Fractions. After kLanes pixels of a row those below them in three more rows come,
+/// which share a vector of blocks. All offsets are written before any of them is read: what has
+/// just been stored in one vector is slow to load in pieces.
 struct TilePlaces
 {
     alignas(64) std::uint32_t luma[kTile * kTile];
+    alignas(64) std::int32_t lumaFractions[kTile * kTile];
     alignas(64) std::uint32_t chroma[kTile * kTile / 4];
-    alignas(64) std::int32_t chromaX[kTile * kTile / 4];
-    alignas(64) std::int32_t chromaY[kTile * kTile / 4];
+    alignas(64) std::int32_t chromaFractions[kTile * kTile / 4];
 };
 
 /// What a tile's blocks add to its luma: Tint, vector by vector.
@@ -430,11 +583,33 @@ struct Source
     std::int32_t chromaBiasX, chromaBiasY;
 };
 
-/// The coordinates of kLanes pixels.
+/// Sets the places of kLanes columns of four rows, the first of which is at `at`, and of the blocks
+/// in them.
 template <bool Clamp>
-HWY_INLINE V32 CoordinatesAt(const std::int32_t* coordinates, V32 last)
+HWY_INLINE void SetPlaces(const Source& source, const V32 (&x)[4], const V32 (&y)[4], int at,
+                          TilePlaces& places)
 {
-    return Clamped<Clamp>(hn::Load(D32(), coordinates), last);
+    const D32 d;
+    for (int i = 0; i < 4; ++i) {
+        StoreOffsets(source.luma, x[i], y[i], places.luma + at + i * kLanes);
+        hn::Store(Fractions(x[i], y[i]), d, places.lumaFractions + at + i * kLanes);
+    }
+    const V32 chromaX =
+        Clamped<Clamp>(ChromaCoordinate(x, source.chromaBiasX), source.chroma.lastX);
+    const V32 chromaY =
+        Clamped<Clamp>(ChromaCoordinate(y, source.chromaBiasY), source.chroma.lastY);
+    StoreOffsets(source.chroma, chromaX, chromaY, places.chroma + at / 4);
+    hn::Store(Fractions(chromaX, chromaY), d, places.chromaFractions + at / 4);
+}
+
+/// Without this the compiler takes each offset out of the vector register instead.
+HWY_INLINE void Stored(TilePlaces& places)
+{
+#if defined(__GNUC__)
+    asm("" : "+m"(places));
+#else
+    static_cast<void>(places);
+#endif
 }
 
 template <bool Clamp>
@@ -445,29 +620,19 @@ HWY_INLINE void FindPlaces(const Source& source, const TileCoordinates& coordina
     for (int row = 0; row < rows; row += 4)
         for (int column = 0; column < kTile; column += kLanes) {
             const int at = row * kTile + column;
-            const int block = row * kTile / 4 + column;
             const auto atX = [&](int i) HWY_ATTR {
-                return CoordinatesAt<Clamp>(coordinates.x + at + i * kTile, source.luma.lastX);
+                return Clamped<Clamp>(hn::Load(d, coordinates.x + at + i * kTile),
+                                      source.luma.lastX);
             };
             const auto atY = [&](int i) HWY_ATTR {
-                return CoordinatesAt<Clamp>(coordinates.y + at + i * kTile, source.luma.lastY);
+                return Clamped<Clamp>(hn::Load(d, coordinates.y + at + i * kTile),
+                                      source.luma.lastY);
             };
             const V32 x[4] = {atX(0), atX(1), atX(2), atX(3)};
             const V32 y[4] = {atY(0), atY(1), atY(2), atY(3)};
-            for (int i = 0; i < 4; ++i)
-                StoreOffsets(source.luma, x[i], y[i], places.luma + at + i * kTile);
-            const V32 chromaX =
-                Clamped<Clamp>(ChromaCoordinate(x, source.chromaBiasX), source.chroma.lastX);
-            const V32 chromaY =
-                Clamped<Clamp>(ChromaCoordinate(y, source.chromaBiasY), source.chroma.lastY);
-            StoreOffsets(source.chroma, chromaX, chromaY, places.chroma + block);
-            hn::Store(chromaX, d, places.chromaX + block);
-            hn::Store(chromaY, d, places.chromaY + block);
+            SetPlaces<Clamp>(source, x, y, row * kTile + column * 4, places);
         }
-#if defined(__GNUC__)
-    // Without this the compiler takes each offset out of the vector register instead.
-    asm("" : "+m"(places));
-#endif
+    Stored(places);
 }
 
 template <bool Gather>
@@ -475,12 +640,10 @@ HWY_INLINE void FindTints(const Source& source, const TilePlaces& places, int ro
                           TileTints& tints)
 {
     const D16 d16;
-    const D32 d32;
     const D8 d8;
     for (int block = 0; block < rows * kTile / 4; block += kLanes) {
-        const V16 uv = ChromaAt<Gather>(source.chroma, places.chroma + block,
-                                        hn::Load(d32, places.chromaX + block),
-                                        hn::Load(d32, places.chromaY + block));
+        const V16 uv =
+            ChromaAt<Gather>(source.chroma, places.chroma + block, places.chromaFractions + block);
         const V16 green = hn::MulFixedPoint15(uv, source.colours.green);
         const V16 greenHigh = hn::BitCast(d16, hn::ShiftRight<16>(hn::BitCast(DU32(), green)));
         const V16 blueRed = hn::MulFixedPoint15(uv, source.colours.blueRed);
@@ -489,43 +652,72 @@ HWY_INLINE void FindTints(const Source& source, const TilePlaces& places, int ro
     }
 }
 
+/// The places of a whole patch, without its coordinates in memory.
+HWY_INLINE void FindPlacesOfPatch(const Source& source, const Patch& patch, TilePlaces& places)
+{
+#if HWY_TARGET == HWY_AVX3  // whose patches are expanded by halves of its vectors
+    TileCoordinates coordinates;
+    Expand(patch, kTile - 1, kTile - 1, coordinates.x, coordinates.y);
+    FindPlaces<false>(source, coordinates, kTile, places);
+#else
+    const AcrossWeights& weights = kAcrossWeights[1][patch.level];
+    for (int column = 0; column < kTile; column += kLanes) {
+        Descent x(*patch.x, patch, weights, column);
+        Descent y(*patch.y, patch, weights, column);
+        for (int row = 0; row < kTile; row += 4) {
+            const V32 xs[4] = {x.Next(), x.Next(), x.Next(), x.Next()};
+            const V32 ys[4] = {y.Next(), y.Next(), y.Next(), y.Next()};
+            SetPlaces<false>(source, xs, ys, row * kTile + column * 4, places);
+        }
+    }
+    Stored(places);
+#endif
+}
+
+template <bool Pairs>
+HWY_INLINE Source SourceOf(const Level& level, const ColourTerms& terms)
+{
+    return {PlaneOf(level.luma, level.lumaLine, Pairs ? 2 : 1, level.width, level.height),
+            PlaneOf(level.chroma, level.chromaLine, 2, level.chromaWidth, level.chromaHeight),
+            ColoursOf(terms), level.chromaBiasX, level.chromaBiasY};
+}
+
 /// Each step of its own for the whole tile, so that the constants of each fit into registers.
+template <bool Pairs, bool GatherLuma, bool Gather>
+HWY_INLINE void DrawPlaces(const Source& source, const TilePlaces& places, const TileTarget& target)
+{
+    const D8 d8;
+    const TileTarget to = target;
+    TileTints tints;
+    FindTints<Gather>(source, places, to.rows, tints);
+    const LumaWeights weights = LumaWeightsOf<Pairs>();
+    std::uint8_t* out = to.pixels;
+    for (int row = 0, at = 0; row < to.rows; row += 4, out += 4 * (to.line - kTile))
+        for (int column = 0; column < kTile;
+             column += kLanes, at += 4 * kLanes, out += 4 * kLanes) {
+            const auto luma = [&](int i) HWY_ATTR {
+                return LumaAt<Pairs, GatherLuma>(source.luma, weights,
+                                                 places.luma + at + i * kLanes,
+                                                 places.lumaFractions + at + i * kLanes);
+            };
+            // Written out, so that nothing of it goes through memory.
+            const V32 l[4] = {luma(0), luma(1), luma(2), luma(3)};
+            const Tint tint = {hn::Load(d8, tints.blueRed + at), hn::Load(d8, tints.green + at)};
+            StoreTwoRows<0>(source.colours, l[0], l[1], tint, out, to.line, to.stream);
+            StoreTwoRows<1>(source.colours, l[2], l[3], tint, out + 2 * to.line, to.line,
+                            to.stream);
+        }
+}
+
 template <bool Pairs, bool Clamp, bool Gather>
 HWY_INLINE void SampleTile(const Level& level, const ColourTerms& terms,
                            const TileCoordinates& coordinates, const TileTarget& target)
 {
-    const D8 d8;
-    const Source source = {
-        PlaneOf(level.luma, level.lumaLine, Pairs ? 2 : 1, level.width, level.height),
-        PlaneOf(level.chroma, level.chromaLine, 2, level.chromaWidth, level.chromaHeight),
-        ColoursOf(terms), level.chromaBiasX, level.chromaBiasY};
-    const TileTarget to = target;
-    // A clamped tile may end with the plane's last bytes, where a gathered word would read on.
-    constexpr bool gatherLuma = Gather && (Pairs || !Clamp);
+    const Source source = SourceOf<Pairs>(level, terms);
     TilePlaces places;
-    FindPlaces<Clamp>(source, coordinates, to.rows, places);
-    TileTints tints;
-    FindTints<Gather>(source, places, to.rows, tints);
-    for (int block = 0; block < to.rows * kTile / 4; block += kLanes) {
-        const int row = block / kTile * 4;
-        const int column = block % kTile;
-        const std::int32_t* const x = Hidden(coordinates.x + row * kTile + column);
-        const std::int32_t* const y = Hidden(coordinates.y + row * kTile + column);
-        const std::uint32_t* const offsets = Hidden(places.luma + row * kTile + column);
-        const auto lumaAt = [&](int i) HWY_ATTR {
-            return LumaAt<Pairs, gatherLuma>(
-                source.luma, offsets + i * kTile,
-                CoordinatesAt<Clamp>(x + i * kTile, source.luma.lastX),
-                CoordinatesAt<Clamp>(y + i * kTile, source.luma.lastY));
-        };
-        // Written out, so that nothing of it goes through memory.
-        const V32 l[4] = {lumaAt(0), lumaAt(1), lumaAt(2), lumaAt(3)};
-        const Tint tint = {hn::Load(d8, tints.blueRed + 4 * block),
-                           hn::Load(d8, tints.green + 4 * block)};
-        std::uint8_t* const out = Hidden(to.pixels + row * to.line + std::ptrdiff_t{column} * 4);
-        StoreTwoRows<0>(source.colours, l[0], l[1], tint, out, to.line, to.stream);
-        StoreTwoRows<1>(source.colours, l[2], l[3], tint, out + 2 * to.line, to.line, to.stream);
-    }
+    FindPlaces<Clamp>(source, coordinates, target.rows, places);
+    // A clamped tile may end with the plane's last bytes, where a gathered word would read on.
+    DrawPlaces<Pairs, Gather && (Pairs || !Clamp), Gather>(source, places, target);
 }
 
 template <bool Clamp, bool Gather>
@@ -538,6 +730,26 @@ DEWARP_HOT HWY_ATTR void Sample(const Level& level, const ColourTerms& terms,
         SampleTile<false, Clamp, Gather>(level, terms, coordinates, target);
 }
 
+template <bool Pairs, bool Gather>
+HWY_INLINE void SamplePatchTile(const Level& level, const ColourTerms& terms, const Patch& patch,
+                                const TileTarget& target)
+{
+    const Source source = SourceOf<Pairs>(level, terms);
+    TilePlaces places;
+    FindPlacesOfPatch(source, patch, places);
+    DrawPlaces<Pairs, Gather, Gather>(source, places, target);
+}
+
+template <bool Gather>
+DEWARP_HOT HWY_ATTR void SamplePatch(const Level& level, const ColourTerms& terms,
+                                     const Patch& patch, const TileTarget& target)
+{
+    if (level.pairs)
+        SamplePatchTile<true, Gather>(level, terms, patch, target);
+    else
+        SamplePatchTile<false, Gather>(level, terms, patch, target);
+}
+
 DEWARP_HOT HWY_ATTR void StreamRows(const std::uint8_t* from, std::ptrdiff_t fromLine, int bytes,
                                     int rows, std::uint8_t* to, std::ptrdiff_t toLine)
 {
@@ -545,90 +757,6 @@ DEWARP_HOT HWY_ATTR void StreamRows(const std::uint8_t* from, std::ptrdiff_t fro
     for (int row = 0; row < rows; ++row)
         for (int i = 0; i < bytes; i += kLanes * 4)
             hn::Stream(hn::Load(d, from + row * fromLine + i), d, to + row * toLine + i);
-}
-
-// --- coordinates ---
-
-using DX = hn::CappedTag<std::int32_t, 8>;
-using DXF = hn::Rebind<float, DX>;
-using VXF = hn::Vec<DXF>;
-
-/// To the nearest whole numbers; all are far from the limits.
-HWY_INLINE hn::Vec<DX> Rounded(VXF values)
-{
-#if HWY_TARGET == HWY_SSE4
-    return hn::Vec<DX>{_mm_cvtps_epi32(values.raw)};
-#elif DEWARP_X86
-    return hn::Vec<DX>{_mm256_cvtps_epi32(values.raw)};
-#else
-    return hn::NearestInt(values);
-#endif
-}
-
-template <int Size>
-HWY_INLINE void ExpandAxis(const NodeColumns& columns, const Patch& patch,
-                           const AcrossWeights& weights, int lastRow, std::int32_t* out)
-{
-    const DX d;
-    const DXF df;
-    const int at = patch.column;
-    const auto start = hn::Set(d, ToLevel(columns.first[at], patch.level));
-    for (int i = 0; i < Size; i += static_cast<int>(hn::MaxLanes(d)), out += hn::MaxLanes(d)) {
-        const auto a = hn::Load(df, weights.column[0] + i);
-        const auto b = hn::Load(df, weights.column[1] + i);
-        const auto c = hn::Load(df, weights.column[2] + i);
-        const auto across = [&](const float* of) HWY_ATTR {
-            const auto sum =
-                hn::Add(hn::Mul(hn::Set(df, of[at]), a), hn::Mul(hn::Set(df, of[at + 1]), b));
-            return Rounded(hn::Add(sum, hn::Mul(hn::Set(df, of[at + 2]), c)));
-        };
-        auto value =
-            hn::Add(start, Rounded(hn::Add(hn::Mul(hn::Set(df, columns.next[at]), b),
-                                           hn::Mul(hn::Set(df, columns.afterNext[at]), c))));
-        auto slope = across(columns.slope);
-        const auto bend = across(columns.bend);
-        const auto step = [&](int row) HWY_ATTR {
-            hn::StoreU(value, d, out + row * kTile);
-            value = hn::Add(value, slope);
-            slope = hn::Add(slope, bend);
-        };
-        if (lastRow >= Size - 1) {
-            for (int row = 0; row < Size; row += 4) {
-                step(row);
-                step(row + 1);
-                step(row + 2);
-                step(row + 3);
-            }
-        } else {
-            for (int row = 0; row < lastRow; ++row)
-                step(row);
-            for (int row = lastRow; row < Size; ++row)
-                hn::StoreU(value, d, out + row * kTile);
-        }
-    }
-}
-
-template <int Spacing>
-HWY_INLINE void ExpandPatch(const Patch& patch, int lastColumn, int lastRow, std::int32_t* x,
-                            std::int32_t* y)
-{
-    const AcrossWeights* weights = &kAcrossWeights[Spacing == 8][patch.level];
-    AcrossWeights repeating;
-    if (lastColumn < 2 * Spacing - 1) {
-        repeating = AcrossWeightsOf(Spacing, patch.level, lastColumn);
-        weights = &repeating;
-    }
-    ExpandAxis<2 * Spacing>(*patch.x, patch, *weights, lastRow, x);
-    ExpandAxis<2 * Spacing>(*patch.y, patch, *weights, lastRow, y);
-}
-
-DEWARP_HOT HWY_ATTR void Expand(const Patch& patch, int lastColumn, int lastRow, std::int32_t* x,
-                                std::int32_t* y)
-{
-    if (patch.spacing == 8)
-        ExpandPatch<8>(patch, lastColumn, lastRow, x, y);
-    else
-        ExpandPatch<4>(patch, lastColumn, lastRow, x, y);
 }
 
 // --- the smaller sizes ---
@@ -737,6 +865,7 @@ constexpr Kernels TableOf(const char* name)
             Expand,
             Sample<false, Gather>,
             Sample<true, Gather>,
+            SamplePatch<Gather>,
             StreamRows,
             HalveLuma,
             HalvePairs,

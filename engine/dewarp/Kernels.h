@@ -224,6 +224,8 @@ struct Kernels
     Sample sampleInside;
     /// Draws any tile; coordinates are clamped to the picture.
     Sample sampleAnywhere;
+    /// Draws a whole tile of one patch of spacing 8, all of whose samples lie inside.
+    void (*samplePatch)(const Level&, const ColourTerms&, const Patch&, const TileTarget&);
 
     /// Copies rows of `bytes` bytes past the caches; all of it is a multiple of 64.
     void (*streamRows)(const std::uint8_t* from, std::ptrdiff_t fromLine, int bytes, int rows,

@@ -771,6 +771,8 @@ void Mesh::DrawTile(const Kernels& kernels, const Level* levels, const ColourTer
 {
     if (tile.shape == Shape::Black)
         return FillBlack(pixels, line, columns, rows);
+    if (tile.shape == Shape::Patch && !tile.clamped && columns == kTile && rows == kTile)
+        return kernels.samplePatch(levels[tile.level], terms, patch, {pixels, line, kTile, stream});
     const bool listed = tile.shape == Shape::Pixels;
     TileCoordinates expanded;
     if (tile.shape == Shape::Patch)

@@ -152,6 +152,14 @@ void SampleAnywhere(const Level& level, const ColourTerms& terms,
             SampleBlock(level, terms, coordinates, target, column, row);
 }
 
+void SamplePatch(const Level& level, const ColourTerms& terms, const Patch& patch,
+                 const TileTarget& target)
+{
+    TileCoordinates coordinates;
+    Expand(patch, kTile - 1, kTile - 1, coordinates.x, coordinates.y);
+    SampleAnywhere(level, terms, coordinates, target);
+}
+
 void StreamRows(const std::uint8_t* from, std::ptrdiff_t fromLine, int bytes, int rows,
                 std::uint8_t* to, std::ptrdiff_t toLine)
 {
@@ -226,10 +234,10 @@ ColourTerms ColourTermsOf(ColourMatrix matrix, bool fullRange)
 
 const Kernels& ReferenceKernels()
 {
-    static constexpr Kernels kernels = {"reference",    LookDown,    Expand,    SampleAnywhere,
-                                        SampleAnywhere, StreamRows,  HalveLuma, HalvePairs,
-                                        JoinPairs,      HalveChroma, Halfway,   MarkRough,
-                                        FindExtents,    Choose,      Interleave};
+    static constexpr Kernels kernels = {"reference",    LookDown,    Expand,      SampleAnywhere,
+                                        SampleAnywhere, SamplePatch, StreamRows,  HalveLuma,
+                                        HalvePairs,     JoinPairs,   HalveChroma, Halfway,
+                                        MarkRough,      FindExtents, Choose,      Interleave};
     return kernels;
 }
 

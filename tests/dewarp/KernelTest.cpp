@@ -155,6 +155,41 @@ TEST_P(EveryKernel, ExpandsPatchesLikeTheReference)
     }
 }
 
+TEST_P(EveryKernel, DrawsWholePatchesLikeTheReference)
+{
+    std::mt19937 random(8);
+    Pool pool(1);
+    Frame frame;
+    for (int round = 0; round < 60; ++round) {
+        OwnPicture picture(round % 2 == 0 ? PixelFormat::Nv12 : PixelFormat::I420, 200, 200);
+        picture.FillNoise(round);
+        ASSERT_TRUE(frame.Prepare(pool, picture.Get(), 2, *GetParam()));
+        // Places of the full size, which with the bends between them stay inside of each level.
+        const auto place = [&] { return static_cast<std::int32_t>(random() % (100U << 16)); };
+        std::int32_t nodes[2][3][5];
+        for (auto& axis : nodes)
+            for (auto& row : axis)
+                for (std::int32_t& node : row)
+                    node = (50 << 16) + place();
+        const int level = round % 3;
+        for (const bool stream : {false, true}) {
+            Image drawn[2] = {{kTile, kTile}, {kTile, kTile}};
+            int table = 0;
+            for (const Kernels* const kernels : {&ReferenceKernels(), GetParam()}) {
+                NodeColumns columns[2];
+                kernels->lookDown(nodes[0][0], 5, 5, 8, columns[0]);
+                kernels->lookDown(nodes[1][0], 5, 5, 8, columns[1]);
+                alignas(64) std::uint8_t pixels[kTile * kTile * 4];
+                kernels->samplePatch(frame.Levels()[level], frame.Terms(),
+                                     {&columns[0], &columns[1], 2, 8, level},
+                                     {pixels, kTile * 4, kTile, stream});
+                std::memcpy(drawn[table++].bytes.data(), pixels, sizeof(pixels));
+            }
+            ASSERT_EQ(drawn[0].bytes, drawn[1].bytes) << round;
+        }
+    }
+}
+
 /// Rows of places: smooth ones, ones that jump, and ones with unknown places.
 std::vector<std::vector<std::int32_t>> NodeRows(int rows, int count, std::mt19937& random)
 {
