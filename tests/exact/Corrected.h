@@ -18,12 +18,6 @@ constexpr int CONST_SOURCE = 2048;
 /// Seconds: a time at which people are in every camera's sight.
 constexpr double CONST_TIME = 3.0;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool CONST_SLOW_BUILD = true;  // pictures take many times longer
-#else
-constexpr bool CONST_SLOW_BUILD = false;
-#endif
-
 /// A 180 degree equidistant lens whose circle fills the source picture.
 optics::Lens SourceLens();
 

@@ -12,7 +12,7 @@ namespace {
 using optics::Mount;
 using scene::Picture;
 
-constexpr int CONST_VIEWS = exact::CONST_SLOW_BUILD ? 4 : 67;  // for each of three mounts
+constexpr int CONST_VIEWS = 67;  // for each of three mounts
 constexpr int CONST_WIDTH = 480;
 constexpr int CONST_HEIGHT = 360;
 

@@ -184,8 +184,6 @@ TEST_P(StraightEdges, AreStraightAndInPlaceWithinThreeTenthsOfAPixel)
         if (!optics::InCircle(stCentre))
             continue;
         for (const int iZoom : {10000, 5000, 2000}) {
-            if (exact::CONST_SLOW_BUILD && iZoom != 5000)
-                continue;
             const engine::ViewSettings stSettings =
                 exact::PanTiltZoom(GetParam(), int(std::lround(stCentre.x * 10000)),
                                    int(std::lround(stCentre.y * 10000)), iZoom);
@@ -205,7 +203,7 @@ TEST_P(StraightEdges, AreStraightAndInPlaceWithinThreeTenthsOfAPixel)
         }
     }
     std::printf("%d edges, at most %.3f pixels off\n", iEdges, dWorst);
-    EXPECT_GE(iEdges, exact::CONST_SLOW_BUILD ? 1 : 6);
+    EXPECT_GE(iEdges, 6);
 }
 
 }  // namespace
