@@ -273,9 +273,8 @@ HWY_INLINE void ExpandAxis(const NodeColumns& columns, const Patch& patch,
     for (int i = 0; i < Size; i += static_cast<int>(hn::MaxLanes(d)), out += hn::MaxLanes(d)) {
         Descent descent(columns, patch, weights, i);
         if (lastRow >= Size - 1) {
-            for (int row = 0; row < Size; row += 4)
-                for (int j = 0; j < 4; ++j)
-                    hn::StoreU(descent.Next(), d, out + (row + j) * kTile);
+            for (int row = 0; row < Size; ++row)
+                hn::StoreU(descent.Next(), d, out + row * kTile);
         } else {
             for (int row = 0; row < lastRow; ++row)
                 hn::StoreU(descent.Next(), d, out + row * kTile);

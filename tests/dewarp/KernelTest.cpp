@@ -179,7 +179,7 @@ TEST_P(EveryKernel, DrawsWholePatchesLikeTheReference)
                 NodeColumns columns[2];
                 kernels->lookDown(nodes[0][0], 5, 5, 8, columns[0]);
                 kernels->lookDown(nodes[1][0], 5, 5, 8, columns[1]);
-                alignas(64) std::uint8_t pixels[kTile * kTile * 4];
+                alignas(64) std::uint8_t pixels[kTile * kTile * 4] = {};
                 kernels->samplePatch(frame.Levels()[level], frame.Terms(),
                                      {&columns[0], &columns[1], 2, 8, level},
                                      {pixels, kTile * 4, kTile, stream});
